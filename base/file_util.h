@@ -1,0 +1,88 @@
+// Small file, path, time and string utilities shared by the whole plug-in.
+// Names follow the Win32 functions they stand in for.
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstdarg>
+#include <cstddef>
+#include <cstdio>
+#include <ctime>
+#include <string>
+
+// Longest path the plug-in builds into a fixed buffer, terminator included.
+constexpr size_t OV_MAX_PATH = 512;
+
+// Copies at most size-1 characters of src, always terminates (when size > 0),
+// returns the count copied. A null src copies nothing.
+size_t strcpy_truncate(char *dst, const char *src, size_t size);
+
+// Copies src to dst in 8192-byte blocks. Fails when dst exists and
+// failIfExists is true. Failures are written to the debug log. True only when
+// the whole file was copied.
+bool CopyFile(const char *src, const char *dst, bool failIfExists);
+bool DeleteFile(const char *path);
+// mkdir with mode 0755 (the second argument is ignored, as in Win32); true if
+// it was created.
+bool CreateDirectory(const char *path, void *securityAttributes = nullptr);
+
+// Builds a new temporary file name "<dir>/<prefix><pid>_<tid>_<n>.tmp" into
+// out (OV_MAX_PATH bytes); the file is created empty so that the name stays
+// unique. unique != 0 uses that number instead of a counter and creates
+// nothing. Returns the number used, 0 on failure.
+unsigned GetTempFileName(const char *dir, const char *prefix, unsigned unique, char *out);
+// As GetTempFileName with an extension (".eml", ".txt", ...) appended.
+unsigned GetTempFileNameEx(const char *dir, const char *prefix, const char *extension,
+                           unsigned unique, char *out);
+// "<dir><name>.<pid>.<tid>" into out (OV_MAX_PATH bytes).
+void make_path_name_pid_tid(const char *dir, const char *name, char *out);
+// A unique base name "<prefix><pid>_<tid>_<n>" without a directory.
+std::string get_temp_name_without_path(const char *prefix);
+
+// Win32-style path splitting and joining; any output may be null. Components
+// are bounded by OV_MAX_PATH.
+void _splitpath(const char *path, char *drive, char *dir, char *fname, char *ext);
+void _makepath(char *path, const char *drive, const char *dir, const char *fname,
+               const char *ext);
+char *_strlwr(char *text);   // lowers ASCII letters in place, returns text
+
+// Reentrant time helpers with a caller buffer.
+struct tm *Localtime(const time_t *when, struct tm *out);
+char *Asctime(const struct tm *when, char *buffer);   // buffer of 26 bytes or more
+// strtok_r with the save pointer kept by the caller.
+char *Strtok(char *text, const char *separators, char **save);
+
+// Line reader: read_a_line gives the next line without its line end ("\n",
+// "\r\n") and returns false at the end of the file.
+class f_read_text_file {
+public:
+    explicit f_read_text_file(const char *path);
+    ~f_read_text_file();
+    f_read_text_file(const f_read_text_file &) = delete;
+    f_read_text_file &operator=(const f_read_text_file &) = delete;
+
+    bool is_open() const { return m_file != nullptr; }
+    bool read_a_line(std::string &line);
+
+private:
+    FILE *m_file = nullptr;
+};
+
+// Line writer: output_a_line writes one printf-style formatted text (the
+// caller includes the line end in the format, e.g. "%s%s" with "\r\n").
+class f_write_text_file {
+public:
+    explicit f_write_text_file(const char *path, const char *mode = "w");
+    ~f_write_text_file();
+    f_write_text_file(const f_write_text_file &) = delete;
+    f_write_text_file &operator=(const f_write_text_file &) = delete;
+
+    bool is_open() const { return m_file != nullptr; }
+    FILE *handle() { return m_file; }
+
+private:
+    FILE *m_file = nullptr;
+};
+
+bool output_a_line(f_write_text_file &file, const char *format, ...)
+    __attribute__((format(printf, 2, 3)));
