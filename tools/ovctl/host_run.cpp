@@ -1,0 +1,256 @@
+#include "tools/ovctl/host_run.h"
+
+#include <dirent.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <map>
+#include <mutex>
+#include <thread>
+
+namespace {
+
+// The host's queue: ZWEnqueMailFn is a plain function pointer, so the outbox
+// it writes to is process state.
+std::mutex g_outboxMutex;
+std::string g_outbox;
+unsigned g_queued = 0;
+
+int enqueue_to_outbox(ZWEnqueRecord *record)
+{
+    if (!record || !record->path)
+        return -1;
+    std::lock_guard<std::mutex> guard(g_outboxMutex);
+    ++g_queued;
+    if (g_outbox.empty()) {
+        std::remove(record->path);
+        return 0;
+    }
+    std::string base = g_outbox + "/notification-" + std::to_string(g_queued);
+    std::ofstream envelope(base + ".env");
+    envelope << "from " << (record->from ? record->from : "") << "\n";
+    for (char **to = record->recipients; to && *to; ++to)
+        envelope << "to " << *to << "\n";
+    if (std::rename(record->path, (base + ".eml").c_str()) != 0) {
+        // Another file system: copy, then remove the queued file.
+        std::ifstream in(record->path, std::ios::binary);
+        std::ofstream out(base + ".eml", std::ios::binary);
+        out << in.rdbuf();
+        std::remove(record->path);
+    }
+    return 0;
+}
+
+std::string program_directory(std::string root)
+{
+    while (!root.empty() && (root.back() == '/' || root.back() == ' ' || root.back() == '\n' ||
+                             root.back() == '\r'))
+        root.pop_back();
+    return root + "/Plug-Ins/OV/";
+}
+
+// Sizes of the event-log files before the run, so that only what this run
+// appended is read back.
+std::map<std::string, off_t> event_log_sizes(const std::string &dir)
+{
+    std::map<std::string, off_t> sizes;
+    DIR *handle = opendir(dir.c_str());
+    if (!handle)
+        return sizes;
+    while (dirent *entry = readdir(handle)) {
+        if (std::strncmp(entry->d_name, "pwall.log.", 10) != 0)
+            continue;
+        struct stat info;
+        std::string path = dir + entry->d_name;
+        if (stat(path.c_str(), &info) == 0)
+            sizes[path] = info.st_size;
+    }
+    closedir(handle);
+    return sizes;
+}
+
+std::string base_name(const std::string &path)
+{
+    size_t slash = path.rfind('/');
+    return slash == std::string::npos ? path : path.substr(slash + 1);
+}
+
+// Reads the mail records appended to the event log ("EMAIL\date time\record",
+// record fields separated by backslashes: direction, action, name, sender,
+// recipients, then "<dir>/<data file>") and maps data file names to names.
+std::map<std::string, std::string> names_from_event_log(const std::string &dir,
+                                                        const std::map<std::string, off_t> &before)
+{
+    std::map<std::string, std::string> names;
+    for (const auto &entry : event_log_sizes(dir)) {
+        auto old = before.find(entry.first);
+        off_t from = old == before.end() ? 0 : old->second;
+        std::ifstream in(entry.first, std::ios::binary);
+        in.seekg(from);
+        std::string line;
+        while (std::getline(in, line)) {
+            if (line.compare(0, 6, "EMAIL\\") != 0)
+                continue;
+            std::vector<std::string> fields;
+            size_t start = 6;
+            for (size_t at; (at = line.find('\\', start)) != std::string::npos; start = at + 1)
+                fields.push_back(line.substr(start, at - start));
+            fields.push_back(line.substr(start));
+            // fields[0] is the time stamp.
+            if (fields.size() >= 7)
+                names[base_name(fields.back())] = fields[3];
+        }
+    }
+    return names;
+}
+
+void show_progress(size_t done, size_t total)
+{
+    std::fprintf(stderr, "\rovctl: %zu/%zu mails", done, total);
+    if (done == total)
+        std::fputc('\n', stderr);
+    std::fflush(stderr);
+}
+
+} // namespace
+
+const char *verdict_result_word(const MailVerdict &verdict)
+{
+    if (verdict.code < 0)
+        return "error";
+    return verdict.code == 2 || verdict.result.blocked ? "blocked" : "pass";
+}
+
+const char *verdict_action_word(const MailVerdict &verdict)
+{
+    switch (verdict.result.action) {
+    case 1: return "deleted";
+    case 2: return "quarantined";
+    case 3: return "archived";
+    case 4: return "replaced";
+    default: return "none";
+    }
+}
+
+bool run_host(const HostRunOptions &options, std::vector<MailVerdict> &mails, std::string *error,
+              int *startCode)
+{
+    PluginHost host;
+    if (!host.load(options.plugin, error))
+        return false;
+    {
+        std::lock_guard<std::mutex> guard(g_outboxMutex);
+        g_outbox = options.outbox;
+    }
+    ZWHostInfo info{};
+    int code = host.initialize(options.root.c_str(), &info);
+    if (startCode)
+        *startCode = code;
+    if (code != 0) {
+        *error = "cannot start the plug-in on " + options.root + ": " + describe_plugin_code(code);
+        return false;
+    }
+
+    const std::string programDir = program_directory(options.root);
+    const auto logBefore = event_log_sizes(programDir);
+    std::atomic<size_t> next{0}, done{0};
+    std::mutex progressMutex;
+    auto worker = [&]() {
+        for (size_t i; (i = next++) < mails.size();) {
+            MailVerdict &mail = mails[i];
+            ZWHostCall call{};
+            call.enque_mail = enqueue_to_outbox;
+            std::snprintf(call.af_path, sizeof call.af_path, "%s", mail.pair.afPath.c_str());
+            mail.code = host.process(&call, &mail.result);
+            size_t finished = ++done;
+            if (options.progress) {
+                std::lock_guard<std::mutex> guard(progressMutex);
+                show_progress(finished, mails.size());
+            }
+        }
+    };
+    std::vector<std::thread> threads;
+    for (int t = 0; t < std::max(1, options.threads); ++t)
+        threads.emplace_back(worker);
+    for (std::thread &thread : threads)
+        thread.join();
+    host.cleanup();
+
+    const auto names = names_from_event_log(programDir, logBefore);
+    for (MailVerdict &mail : mails) {
+        auto found = names.find(base_name(mail.pair.dfPath));
+        if (found != names.end())
+            mail.name = found->second;
+    }
+    return true;
+}
+
+namespace {
+
+std::string json_string(const std::string &text)
+{
+    std::string out = "\"";
+    for (unsigned char c : text) {
+        switch (c) {
+        case '"': out += "\\\""; break;
+        case '\\': out += "\\\\"; break;
+        case '\n': out += "\\n"; break;
+        case '\r': out += "\\r"; break;
+        case '\t': out += "\\t"; break;
+        default:
+            if (c < 0x20) {
+                char escaped[8];
+                std::snprintf(escaped, sizeof escaped, "\\u%04x", c);
+                out += escaped;
+            } else {
+                out += static_cast<char>(c);
+            }
+        }
+    }
+    return out + "\"";
+}
+
+} // namespace
+
+int print_verdicts(const std::vector<MailVerdict> &mails, bool json)
+{
+    std::map<std::string, int> counts;
+    int failures = 0;
+    if (json)
+        std::printf("[\n");
+    for (size_t i = 0; i < mails.size(); ++i) {
+        const MailVerdict &mail = mails[i];
+        const char *result = verdict_result_word(mail);
+        const char *action = verdict_action_word(mail);
+        if (mail.code < 0) {
+            ++failures;
+            ++counts["error"];
+        } else {
+            ++counts[mail.result.action ? action : result];
+        }
+        if (json) {
+            std::printf("  {\"mail\": %s, \"result\": \"%s\", \"code\": %d, \"action\": \"%s\", "
+                        "\"name\": %s}%s\n",
+                        json_string(mail.label).c_str(), result, mail.code, action,
+                        json_string(mail.name).c_str(), i + 1 < mails.size() ? "," : "");
+        } else {
+            std::string shown = mail.code < 0 ? describe_plugin_code(mail.code) : mail.name;
+            std::printf("%s\t%s\t%s\t%s\n", mail.label.c_str(), result, action, shown.c_str());
+        }
+    }
+    if (json) {
+        std::printf("]\n");
+    } else {
+        std::string summary;
+        for (const auto &count : counts)
+            summary += (summary.empty() ? "" : ", ") + std::to_string(count.second) + " " +
+                       count.first;
+        std::fprintf(stderr, "ovctl: %zu mails: %s\n", mails.size(),
+                     summary.empty() ? "none" : summary.c_str());
+    }
+    return failures ? 1 : 0;
+}

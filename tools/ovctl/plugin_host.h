@@ -1,0 +1,53 @@
+// PluginHost: loads libov.so with dlopen and drives it through its exported
+// C entry points, exactly as a mail gateway does. Used by the ovctl commands
+// that act as a host (scan, spool, update).
+//
+//   PluginHost host;
+//   if (!host.load(path, &error)) ...
+//   int rc = host.initialize(root, &info);   // 0 or a negative code
+//   rc = host.process(&call, &result);        // from many threads at once
+//   host.command("update");
+//   host.cleanup();
+//
+// The library stays loaded until the object is destroyed.
+#pragma once
+
+#include <string>
+
+#include "ov/host.h"
+
+class PluginHost {
+public:
+    PluginHost() = default;
+    ~PluginHost();
+    PluginHost(const PluginHost &) = delete;
+    PluginHost &operator=(const PluginHost &) = delete;
+
+    // Loads the library and resolves every entry point; false with a reason
+    // when the file cannot be loaded or lacks an entry point.
+    bool load(const std::string &path, std::string *error);
+
+    int initialize(const char *root, ZWHostInfo *info) const { return m_initialize(root, info); }
+    int process(ZWHostCall *call, ZWMailResult *result) const { return m_process(call, result); }
+    int cleanup() const { return m_cleanup(); }
+    int update() const { return m_update(); }
+    int command(const char *text) const { return m_command(text); }
+    const char *version() const { return m_version(); }
+    const char *build_date() const { return m_buildDate(); }
+
+private:
+    void *m_handle = nullptr;
+    int (*m_initialize)(const char *, ZWHostInfo *) = nullptr;
+    int (*m_process)(ZWHostCall *, ZWMailResult *) = nullptr;
+    int (*m_cleanup)() = nullptr;
+    int (*m_update)() = nullptr;
+    int (*m_command)(const char *) = nullptr;
+    const char *(*m_version)() = nullptr;
+    const char *(*m_buildDate)() = nullptr;
+};
+
+// The libov.so that lies beside the running ovctl binary.
+std::string default_plugin_path();
+
+// Text for an entry point's result code, e.g. "-6 (envelope or message file unusable)".
+std::string describe_plugin_code(int code);
