@@ -18,8 +18,9 @@ constexpr size_t OV_MAX_PATH = 512;
 size_t strcpy_truncate(char *dst, const char *src, size_t size);
 
 // Copies src to dst in 8192-byte blocks. Fails when dst exists and
-// failIfExists is true. Failures are written to the debug log. True only when
-// the whole file was copied.
+// failIfExists is true. Failures are written to the debug log, each line
+// ending in the system's error text. True only when the whole file was
+// copied; a missing source creates no destination.
 bool CopyFile(const char *src, const char *dst, bool failIfExists);
 bool DeleteFile(const char *path);
 // mkdir with mode 0755 (the second argument is ignored, as in Win32); true if
@@ -27,11 +28,14 @@ bool DeleteFile(const char *path);
 bool CreateDirectory(const char *path, void *securityAttributes = nullptr);
 
 // Builds a new temporary file name "<dir>/<prefix><pid>_<tid>_<n>.tmp" into
-// out (OV_MAX_PATH bytes); the file is created empty so that the name stays
-// unique. unique != 0 uses that number instead of a counter and creates
-// nothing. Returns the number used, 0 on failure.
+// out (OV_MAX_PATH bytes; no "/" is added when dir ends with one). n comes
+// from a process-wide counter and the file is created empty (mode 0600) so
+// that the name stays unique; a name already taken moves on to the next n.
+// unique != 0 uses that number and creates nothing. Returns the number used,
+// 0 (and out empty) on failure, e.g. a name longer than OV_MAX_PATH.
 unsigned GetTempFileName(const char *dir, const char *prefix, unsigned unique, char *out);
-// As GetTempFileName with an extension (".eml", ".txt", ...) appended.
+// As GetTempFileName with the extension (".eml", ".txt", ...) in place of
+// ".tmp": "<dir>/<prefix><pid>_<tid>_<n><extension>".
 unsigned GetTempFileNameEx(const char *dir, const char *prefix, const char *extension,
                            unsigned unique, char *out);
 // "<dir><name>.<pid>.<tid>" into out (OV_MAX_PATH bytes).
@@ -39,8 +43,13 @@ void make_path_name_pid_tid(const char *dir, const char *name, char *out);
 // A unique base name "<prefix><pid>_<tid>_<n>" without a directory.
 std::string get_temp_name_without_path(const char *prefix);
 
-// Win32-style path splitting and joining; any output may be null. Components
-// are bounded by OV_MAX_PATH.
+// Win32-style path splitting and joining; any output may be null and each is
+// OV_MAX_PATH bytes (longer parts are truncated). Both "/" and "\\" separate
+// directories, so a Windows attachment path splits too; a drive is a letter
+// and ":" at the very start. dir keeps its trailing separator, ext its dot.
+//   "/var/q/mail.eml" -> "", "/var/q/", "mail", ".eml"
+// _makepath adds "/" after a dir without a separator and "." before an ext
+// without one.
 void _splitpath(const char *path, char *drive, char *dir, char *fname, char *ext);
 void _makepath(char *path, const char *drive, const char *dir, const char *fname,
                const char *ext);
@@ -53,7 +62,8 @@ char *Asctime(const struct tm *when, char *buffer);   // buffer of 26 bytes or m
 char *Strtok(char *text, const char *separators, char **save);
 
 // Line reader: read_a_line gives the next line without its line end ("\n",
-// "\r\n") and returns false at the end of the file.
+// "\r\n") and returns false at the end of the file. A last line without a
+// line end is still given.
 class f_read_text_file {
 public:
     explicit f_read_text_file(const char *path);

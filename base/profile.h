@@ -12,8 +12,9 @@
 //                            null key, deletes the whole section; never creates
 //                            a file; 1 or 0
 //   DeletePrivateProfileString removes a key; 1 or 0
-//   GetPrivateProfileInt     atoi of a non-empty value, else the default when
-//                            it is 0 or more, else 0
+//   GetPrivateProfileInt     atoi of a non-empty value (clamped to the int
+//                            range), else the default when it is 0 or more,
+//                            else 0
 #pragma once
 
 class ConfigFile;

@@ -6,6 +6,8 @@
 //   ovSemaphore    counting semaphore from a mutex, a condition and a count
 //   ovRWLock       readers-writers lock: new readers give way to waiting
 //                  writers; a leaving writer wakes waiting readers first
+//                  (it is not recursive: a thread that holds it must not
+//                  take it again)
 //   ReadersWriters an ovRWLock with named operations
 //
 // None of them can be copied. The ovRWLock counters change only under its mutex.
@@ -80,7 +82,7 @@ public:
     int wrlock();
     int tryrdlock();   // 0 or -1
     int trywrlock();   // 0 or -1
-    int unlock();
+    int unlock();      // releases the reader or writer side; -1 when not held
 
 private:
     int m_activeReaders = 0;
@@ -90,6 +92,9 @@ private:
     ovMutex m_mutex;
     ovCondVar m_readersCond;
     ovCondVar m_writersCond;
+    // Counts the writers that have left; a waiting reader enters only after
+    // a writer left, so a spurious wake-up cannot let it pass a waiting writer.
+    unsigned long m_writerReleases = 0;
 };
 
 class ReadersWriters {

@@ -1,0 +1,321 @@
+// File, path, time and string utilities shared by the whole plug-in:
+// bounded copies, file copy/delete, temporary names, Win32-style path
+// splitting, reentrant time helpers and simple line reading and writing.
+#include "base/file_util.h"
+
+#include <fcntl.h>
+#include <pthread.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+#include "base/log.h"
+
+namespace {
+
+constexpr size_t kCopyBlock = 8192;
+
+// strerror_r comes in two flavours (GNU returns the text, XSI an int).
+[[maybe_unused]] const char *error_text_of(char *result, const char *) { return result; }
+[[maybe_unused]] const char *error_text_of(int, const char *buffer) { return buffer; }
+
+std::string error_text(int error)
+{
+    char buffer[128] = "";
+    return error_text_of(strerror_r(error, buffer, sizeof buffer), buffer);
+}
+
+struct FileCloser {
+    void operator()(FILE *file) const
+    {
+        if (file)
+            std::fclose(file);
+    }
+};
+using FilePtr = std::unique_ptr<FILE, FileCloser>;
+
+struct FreeDeleter {
+    void operator()(void *memory) const { std::free(memory); }
+};
+
+// Appends text to out (OV_MAX_PATH bytes), truncating; out stays terminated.
+void append_bounded(char *out, const char *text)
+{
+    size_t used = std::strlen(out);
+    if (text && used < OV_MAX_PATH)
+        strcpy_truncate(out + used, text, OV_MAX_PATH - used);
+}
+
+bool is_separator(char c) { return c == '/' || c == '\\'; }
+
+// Next number of the process-wide temporary-name counter (never 0).
+unsigned next_temp_number()
+{
+    static std::atomic<unsigned> counter{0};
+    unsigned n;
+    do
+        n = ++counter;
+    while (n == 0);
+    return n;
+}
+
+unsigned long thread_number() { return static_cast<unsigned long>(pthread_self()); }
+
+// "<dir>/<prefix><pid>_<tid>_<n><extension>" into out; false when too long.
+bool build_temp_name(const char *dir, const char *prefix, const char *extension, unsigned n,
+                     char *out)
+{
+    size_t dirLength = dir ? std::strlen(dir) : 0;
+    const char *slash = dirLength && !is_separator(dir[dirLength - 1]) ? "/" : "";
+    int length = std::snprintf(out, OV_MAX_PATH, "%s%s%s%ld_%lu_%u%s", dir ? dir : "", slash,
+                               prefix ? prefix : "", static_cast<long>(getpid()),
+                               thread_number(), n, extension ? extension : "");
+    return length > 0 && static_cast<size_t>(length) < OV_MAX_PATH;
+}
+
+} // namespace
+
+size_t strcpy_truncate(char *dst, const char *src, size_t size)
+{
+    if (!dst || size == 0)
+        return 0;
+    size_t count = 0;
+    if (src)
+        while (count + 1 < size && src[count] != '\0') {
+            dst[count] = src[count];
+            ++count;
+        }
+    dst[count] = '\0';
+    return count;
+}
+
+bool CopyFile(const char *src, const char *dst, bool failIfExists)
+{
+    if (!src || !dst)
+        return false;
+    if (failIfExists && ::access(dst, F_OK) == 0) {
+        ovux_log->start() << "CopyFile(): destination file(" << dst << ") already exist."
+                          << Orvane::endl;
+        return false;
+    }
+    std::unique_ptr<char, FreeDeleter> buffer(static_cast<char *>(std::malloc(kCopyBlock)));
+    if (!buffer) {
+        ovux_log->start() << "CopyFile(): malloc " << static_cast<unsigned long>(kCopyBlock)
+                          << " bytes error: " << error_text(errno) << Orvane::endl;
+        return false;
+    }
+    FilePtr in(std::fopen(src, "rb"));
+    if (!in) {
+        ovux_log->start() << "CopyFile(): fopen (" << src << ") \"rt\" mode error: "
+                          << error_text(errno) << Orvane::endl;
+        return false;
+    }
+    FilePtr out(std::fopen(dst, "wb"));
+    if (!out) {
+        ovux_log->start() << "CopyFile(): fopen (" << dst << ") \"w+t\" mode error: "
+                          << error_text(errno) << Orvane::endl;
+        return false;
+    }
+    size_t got;
+    while ((got = std::fread(buffer.get(), 1, kCopyBlock, in.get())) > 0) {
+        if (std::fwrite(buffer.get(), 1, got, out.get()) != got) {
+            ovux_log->start() << "CopyFile(): fwrite(" << dst << ","
+                              << static_cast<unsigned long>(got) << ") error: "
+                              << error_text(errno) << Orvane::endl;
+            return false;
+        }
+    }
+    if (std::ferror(in.get())) {
+        ovux_log->start() << "CopyFile(): fread(" << src << ") error: " << error_text(errno)
+                          << Orvane::endl;
+        return false;
+    }
+    if (std::fclose(out.release()) != 0) {
+        ovux_log->start() << "CopyFile(): fwrite(" << dst << ",0) error: " << error_text(errno)
+                          << Orvane::endl;
+        return false;
+    }
+    return true;
+}
+
+bool DeleteFile(const char *path) { return path && std::remove(path) == 0; }
+
+bool CreateDirectory(const char *path, void *)
+{
+    return path && ::mkdir(path, 0755) == 0;
+}
+
+unsigned GetTempFileNameEx(const char *dir, const char *prefix, const char *extension,
+                           unsigned unique, char *out)
+{
+    if (!out)
+        return 0;
+    out[0] = '\0';
+    if (unique != 0)
+        return build_temp_name(dir, prefix, extension, unique, out) ? unique : 0;
+    // Create the file so that the name stays ours; a clash takes the next number.
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        unsigned n = next_temp_number();
+        if (!build_temp_name(dir, prefix, extension, n, out))
+            break;
+        int fd = ::open(out, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+        if (fd >= 0) {
+            ::close(fd);
+            return n;
+        }
+        if (errno != EEXIST)
+            break;
+    }
+    out[0] = '\0';
+    return 0;
+}
+
+unsigned GetTempFileName(const char *dir, const char *prefix, unsigned unique, char *out)
+{
+    return GetTempFileNameEx(dir, prefix, ".tmp", unique, out);
+}
+
+void make_path_name_pid_tid(const char *dir, const char *name, char *out)
+{
+    if (!out)
+        return;
+    std::snprintf(out, OV_MAX_PATH, "%s%s.%ld.%lu", dir ? dir : "", name ? name : "",
+                  static_cast<long>(getpid()), thread_number());
+}
+
+std::string get_temp_name_without_path(const char *prefix)
+{
+    char name[OV_MAX_PATH];
+    std::snprintf(name, sizeof name, "%s%ld_%lu_%u", prefix ? prefix : "",
+                  static_cast<long>(getpid()), thread_number(), next_temp_number());
+    return name;
+}
+
+void _splitpath(const char *path, char *drive, char *dir, char *fname, char *ext)
+{
+    const char *rest = path ? path : "";
+    size_t driveLength = 0;
+    if (((rest[0] >= 'A' && rest[0] <= 'Z') || (rest[0] >= 'a' && rest[0] <= 'z')) &&
+        rest[1] == ':')
+        driveLength = 2;
+    if (drive)
+        strcpy_truncate(drive, rest, driveLength + 1);
+    rest += driveLength;
+
+    const char *name = rest;
+    for (const char *p = rest; *p; ++p)
+        if (is_separator(*p))
+            name = p + 1;
+    const char *dot = std::strrchr(name, '.');
+    const char *nameEnd = dot ? dot : name + std::strlen(name);
+
+    if (dir)
+        strcpy_truncate(dir, rest, std::min<size_t>(name - rest + 1, OV_MAX_PATH));
+    if (fname)
+        strcpy_truncate(fname, name, std::min<size_t>(nameEnd - name + 1, OV_MAX_PATH));
+    if (ext)
+        strcpy_truncate(ext, dot ? dot : "", OV_MAX_PATH);
+}
+
+void _makepath(char *path, const char *drive, const char *dir, const char *fname, const char *ext)
+{
+    if (!path)
+        return;
+    path[0] = '\0';
+    if (drive && *drive) {
+        char letter[3] = {drive[0], ':', '\0'};
+        append_bounded(path, letter);
+    }
+    if (dir && *dir) {
+        append_bounded(path, dir);
+        if (!is_separator(dir[std::strlen(dir) - 1]))
+            append_bounded(path, "/");
+    }
+    append_bounded(path, fname);
+    if (ext && *ext) {
+        if (*ext != '.')
+            append_bounded(path, ".");
+        append_bounded(path, ext);
+    }
+}
+
+char *_strlwr(char *text)
+{
+    for (char *p = text; p && *p; ++p)
+        if (*p >= 'A' && *p <= 'Z')
+            *p = static_cast<char>(*p - 'A' + 'a');
+    return text;
+}
+
+struct tm *Localtime(const time_t *when, struct tm *out)
+{
+    return when && out ? localtime_r(when, out) : nullptr;
+}
+
+char *Asctime(const struct tm *when, char *buffer)
+{
+    return when && buffer ? asctime_r(when, buffer) : nullptr;
+}
+
+char *Strtok(char *text, const char *separators, char **save)
+{
+    return separators && save ? strtok_r(text, separators, save) : nullptr;
+}
+
+// ---- line reading and writing ----
+
+f_read_text_file::f_read_text_file(const char *path) : m_file(path ? std::fopen(path, "r") : nullptr)
+{
+}
+
+f_read_text_file::~f_read_text_file()
+{
+    if (m_file)
+        std::fclose(m_file);
+}
+
+bool f_read_text_file::read_a_line(std::string &line)
+{
+    line.clear();
+    if (!m_file)
+        return false;
+    int c;
+    bool any = false;
+    while ((c = getc_unlocked(m_file)) != EOF) {
+        any = true;
+        if (c == '\n')
+            break;
+        line.push_back(static_cast<char>(c));
+    }
+    if (!line.empty() && line.back() == '\r' && c == '\n')
+        line.pop_back();
+    return any;
+}
+
+f_write_text_file::f_write_text_file(const char *path, const char *mode)
+    : m_file(path && mode ? std::fopen(path, mode) : nullptr)
+{
+}
+
+f_write_text_file::~f_write_text_file()
+{
+    if (m_file)
+        std::fclose(m_file);
+}
+
+bool output_a_line(f_write_text_file &file, const char *format, ...)
+{
+    if (!file.is_open() || !format)
+        return false;
+    va_list args;
+    va_start(args, format);
+    int written = std::vfprintf(file.handle(), format, args);
+    va_end(args);
+    return written >= 0;
+}

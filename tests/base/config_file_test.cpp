@@ -1,0 +1,192 @@
+// ConfigFile: the reading quirks, look-ups, changes and writing back.
+#include "base/config_file.h"
+
+#include <sys/stat.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "support/base_temp_dir.h"
+
+namespace {
+
+// Reads text as a file and writes the tree back; returns what was written.
+std::string round_trip(const BaseTempDir &tmp, const std::string &text, int caseSensitive = 0)
+{
+    ConfigFile config(tmp.write("in.ini", text).c_str(), caseSensitive);
+    EXPECT_TRUE(config.ok());
+    EXPECT_EQ(0, config.dump(tmp.path("out.ini").c_str()));
+    return BaseTempDir::read(tmp.path("out.ini"));
+}
+
+TEST(ConfigFileTest, WritesBackWhatItKeeps)
+{
+    BaseTempDir tmp;
+    const struct {
+        const char *in;
+        const char *out;
+    } rows[] = {
+        {"# c\n[Sec]\nKey=Value\n", "\n# c\n[sec]\nkey=Value\n"},
+        {"top=1\n[s]\n\n  \t\n\t# x\n", "\ntop=1\n[s]\n\n  \t\n\t# x\n"},
+        {"[s]\nkey = v\nk2\t=\t v w \t\n", "\n[s]\nkey =v\nk2=v w\n"},
+        {"[ spaced name ]\n", "\n[spaced name ]\n"},
+        // dropped: no "]", blanks only, "=" first, ";" first, tab inside a key
+        {"[open\n[   ]\n[]\n=v\n;semi\na\tb=c\n#keep\n[s]\nk=v\n", "\n#keep\n[s]\nk=v\n"},
+        {"[s]\nk=a\\\n  b\n", "\n[s]\nk=a\\\n  b\n"},
+        {"[s]\nk=a\\  \nb\\\n\nz=1\n", "\n[s]\nk=a\\\nb\\\n\nz=1\n"},
+        {"[s]\nk=v\nlast=1", "\n[s]\nk=v\n"},                  // no final newline
+        {"[s]\nk=v\nm=a\\\nb", "\n[s]\nk=v\n"},                // file ends inside a value
+        {"[s]\r\nk=v\r\n\r\n#c\r\n", "\n[s]\nk=v\r\n#c\r\n"},  // "\r" is no blank
+        {"[\x90N\xff]\n\xa0Key=v\n\x8dk=v\n", "\n[\x90n\xff]\n\xa0key=v\n"},
+        {"", "\n"},
+    };
+    for (const auto &row : rows)
+        EXPECT_EQ(row.out, round_trip(tmp, row.in)) << row.in;
+    EXPECT_EQ("\n[Sec]\nKey=Value\n", round_trip(tmp, "[Sec]\nKey=Value\n", 1));
+}
+
+TEST(ConfigFileTest, EveryReadAddsOneEmptyFirstLine)
+{
+    BaseTempDir tmp;
+    std::string file = tmp.write("a.ini", "[s]\nk=v\n");
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(0, ConfigFile(file.c_str(), 0).dump());
+    EXPECT_EQ("\n\n\n[s]\nk=v\n", BaseTempDir::read(file));
+}
+
+TEST(ConfigFileTest, LooksUpFirstSectionAndExactKey)
+{
+    BaseTempDir tmp;
+    std::string file = tmp.write("a.ini", "top=0\n[Main]\nKey=Value\nkey = v\nempty=\n"
+                                          "multi=a\\\n  b\n[dup]\na=1\n[dup]\nb=2\n");
+    ConfigFile config(file.c_str(), 0);
+    const struct {
+        const char *section, *key, *value;
+    } rows[] = {
+        {"MAIN", "KEY", "Value"}, {"main", "key ", "v"}, {"main", "empty", ""},
+        {"main", "multi", "a\n  b"}, {"dup", "a", "1"}, {"dup", "b", nullptr},
+        {"main", "nothere", nullptr}, {"nothere", "key", nullptr}, {"", "top", nullptr},
+    };
+    for (const auto &row : rows) {
+        const char *got = config.getparam(row.section, row.key);
+        if (row.value)
+            EXPECT_STREQ(row.value, got) << row.section << "/" << row.key;
+        else
+            EXPECT_EQ(nullptr, got) << row.section << "/" << row.key;
+    }
+    ConfigFile exact(file.c_str(), 1);
+    EXPECT_STREQ("Value", exact.getparam("Main", "Key"));
+    EXPECT_EQ(nullptr, exact.getparam("main", "key"));
+}
+
+TEST(ConfigFileTest, ChangesGoToTheirSectionOrTheEnd)
+{
+    BaseTempDir tmp;
+    std::string file = tmp.write("a.ini", "# head\n[a]\nx=1\ny=2\n# tail of a\n[empty]\n[b]\nz=3\n");
+    ConfigFile config(file.c_str(), 0);
+    config.setparam("A", "X", "one");      // replaced in place
+    config.setparam("a", "new", "n");      // end of [a]
+    config.setparam("empty", "k", "v");    // into a section without children
+    config.setparam("C", "Key", "c\nd");   // new section at the end
+    config.unsetparam("a", "y");
+    config.unsetparam("b", "missing");
+    config.unsetparam("missing", "z");
+    EXPECT_EQ(0, config.dump());
+    EXPECT_EQ("\n# head\n[a]\nx=one\n# tail of a\nnew=n\n[empty]\nk=v\n[b]\nz=3\n[c]\nkey=c\\\nd\n",
+              BaseTempDir::read(file));
+    EXPECT_STREQ("c\nd", ConfigFile(file.c_str(), 0).getparam("c", "key"));
+}
+
+TEST(ConfigFileTest, DumpWithoutLeavesOutTheSection)
+{
+    BaseTempDir tmp;
+    std::string file = tmp.write("a.ini", "#h\n[a]\nx=1\n#in a\n[B]\ny=2\n\n[c]\nz=3\n");
+    ConfigFile config(file.c_str(), 0);
+    EXPECT_EQ(0, config.dumpWithout(tmp.path("out.ini").c_str(), "b"));
+    EXPECT_EQ("\n#h\n[a]\nx=1\n#in a\n[c]\nz=3\n", BaseTempDir::read(tmp.path("out.ini")));
+    EXPECT_EQ(0, config.dumpWithout("nothere"));
+    EXPECT_EQ("\n#h\n[a]\nx=1\n#in a\n[b]\ny=2\n\n[c]\nz=3\n", BaseTempDir::read(file));
+}
+
+TEST(ConfigFileTest, MissingOrUnreadableFileGivesAnEmptyTree)
+{
+    BaseTempDir tmp;
+    ConfigFile missing(tmp.path("none.ini").c_str(), 0);
+    EXPECT_FALSE(missing.ok());
+    EXPECT_EQ(nullptr, missing.getparam("s", "k"));
+    EXPECT_EQ(-1, missing.read_config(tmp.path("none.ini").c_str()));
+    EXPECT_EQ(-1, missing.refresh());
+    EXPECT_FALSE(BaseTempDir::exists(tmp.path("none.ini")));
+
+    ConfigFile directory(tmp.dir().c_str(), 0);   // opens, but reads nothing
+    EXPECT_EQ(nullptr, directory.getparam("s", "k"));
+    EXPECT_EQ(-1, directory.dump());
+    EXPECT_EQ(-1, ConfigFile(nullptr, 0).dump());
+}
+
+TEST(ConfigFileTest, JunkAndLongLinesAreSurvived)
+{
+    BaseTempDir tmp;
+    std::string junk;
+    for (int i = 0; i < 5000; ++i)
+        junk += static_cast<char>((i * 7919) % 256);
+    ConfigFile(tmp.write("junk.ini", junk).c_str(), 0).dump(tmp.path("out.ini").c_str());
+
+    std::string longValue(3000, 'x');
+    ConfigFile config(tmp.write("long.ini", "[s]\nk=" + longValue + "\nnext=1\n").c_str(), 0);
+    ASSERT_NE(nullptr, config.getparam("s", "k"));
+    EXPECT_EQ(1021u, std::string(config.getparam("s", "k")).size());   // 1023-byte line
+    EXPECT_STREQ("1", config.getparam("s", "next"));
+}
+
+TEST(ConfigFileTest, RefreshRereadsOnlyAChangedFile)
+{
+    BaseTempDir tmp;
+    std::string file = tmp.write("a.ini", "[s]\nk=1\n");
+    ConfigFile config(file.c_str(), 0);
+    EXPECT_EQ(0, config.refresh());
+    tmp.write("a.ini", "[s]\nk=2\n");
+    struct timeval later[2] = {{1000000000, 0}, {1000000000, 0}};   // a different mtime
+    ASSERT_EQ(0, utimes(file.c_str(), later));
+    EXPECT_STREQ("1", config.getparam("s", "k"));
+    EXPECT_EQ(0, config.refresh());
+    EXPECT_STREQ("2", config.getparam("s", "k"));
+    unlink(file.c_str());
+    EXPECT_EQ(-1, config.refresh());
+    EXPECT_STREQ("2", config.getparam("s", "k"));
+}
+
+TEST(ConfigFileTest, CopiesShareTheTree)
+{
+    BaseTempDir tmp;
+    ConfigFile config(tmp.write("a.ini", "[s]\nk=1\n").c_str(), 0);
+    ConfigFile copy(config);
+    ConfigFile assigned(tmp.path("none").c_str(), 0);
+    assigned.copy(config);
+    copy.setparam("s", "k", "2");
+    EXPECT_STREQ("2", config.getparam("s", "k"));
+    EXPECT_STREQ("2", assigned.getparam("s", "k"));
+    EXPECT_STREQ(config.filename(), assigned.filename());
+}
+
+} // namespace
+
+namespace {
+
+TEST(ConfigFileTest, ValidNamesAndValuesReadBackAsWritten)
+{
+    for (const char *name : {"general", "key ", "a b", "x.y-z_(1)", "\xa0k"})
+        EXPECT_TRUE(ConfigFile::valid_name(name)) << name;
+    for (const char *name : {"", " lead", "a]b", "k=v", "tab\tin", "#c", "\x8d"})
+        EXPECT_FALSE(ConfigFile::valid_name(name)) << name;
+    for (const char *value : {"", "v", "a b", "a\n  b", "a\\b"})
+        EXPECT_TRUE(ConfigFile::valid_value(value)) << value;
+    for (const char *value : {" v", "v\t", "v\\"})
+        EXPECT_FALSE(ConfigFile::valid_value(value)) << value;
+    EXPECT_FALSE(ConfigFile::valid_name(nullptr));
+}
+
+} // namespace

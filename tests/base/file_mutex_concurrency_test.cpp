@@ -1,0 +1,150 @@
+// f_mutex between two processes (fork) and between two threads of one
+// process. Blocking is shown by a step that has not finished after 100 ms;
+// every other wait is bounded.
+#include <gtest/gtest.h>
+
+#include <poll.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <future>
+#include <stdexcept>
+
+#include "base/file_mutex.h"
+#include "support/base_temp_dir.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+
+const int kBlockedMs = 100;
+const int kBoundedMs = 10000;
+
+// True when one byte arrives on `fd` within `ms` milliseconds.
+bool byte_arrives(int fd, int ms)
+{
+    pollfd entry{fd, POLLIN, 0};
+    char byte = 0;
+    return poll(&entry, 1, ms) == 1 && read(fd, &byte, 1) == 1;
+}
+
+struct Pipe {
+    Pipe() { EXPECT_EQ(pipe(fds), 0); }
+    ~Pipe()
+    {
+        close(fds[0]);
+        close(fds[1]);
+    }
+    int in() const { return fds[0]; }
+    int out() const { return fds[1]; }
+    int fds[2] = {-1, -1};
+};
+
+int exit_status(pid_t child)
+{
+    int status = -1;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+} // namespace
+
+TEST(FMutex, CreatesPrivateLockFileAndThrowsWhenItCannot)
+{
+    BaseTempDir tmp;
+    {
+        f_mutex lock(tmp.path("queue").c_str());
+        struct stat info {};
+        ASSERT_EQ(stat(tmp.path("queue.lock").c_str(), &info), 0);
+        EXPECT_EQ(info.st_mode & 0077, 0u) << "only the owner may use the lock file";
+    }
+    EXPECT_TRUE(BaseTempDir::exists(tmp.path("queue.lock"))) << "the lock file stays";
+    EXPECT_THROW(f_mutex(tmp.path("missing/queue").c_str()), std::runtime_error);
+}
+
+TEST(FMutex, ChildProcessWaitsWhileParentHoldsTheLock)
+{
+    BaseTempDir tmp;
+    const std::string name = tmp.path("spool");
+    f_mutex lock(name.c_str());
+    Pipe got;
+
+    pid_t child = -1;
+    {
+        f_mutex_sentry hold(lock);
+        child = fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            f_mutex own(name.c_str());
+            own.wait_mutex();
+            const bool sent = write(got.out(), "x", 1) == 1;
+            own.release_mutex();
+            _exit(sent ? 0 : 1);
+        }
+        EXPECT_FALSE(byte_arrives(got.in(), kBlockedMs)) << "the child must wait";
+    }
+    EXPECT_TRUE(byte_arrives(got.in(), kBoundedMs));
+    EXPECT_EQ(exit_status(child), 0);
+}
+
+TEST(FMutex, ParentWaitsWhileChildProcessHoldsTheLock)
+{
+    BaseTempDir tmp;
+    const std::string name = tmp.path("spool");
+    Pipe held;
+    Pipe go;
+
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        f_mutex own(name.c_str());
+        own.wait_mutex();
+        bool ok = write(held.out(), "h", 1) == 1;
+        ok = byte_arrives(go.in(), kBoundedMs) && ok;
+        own.release_mutex();
+        _exit(ok ? 0 : 1);
+    }
+    ASSERT_TRUE(byte_arrives(held.in(), kBoundedMs));
+
+    f_mutex lock(name.c_str());
+    auto taking = std::async(std::launch::async, [&] {
+        lock.wait_mutex();
+        lock.release_mutex();
+    });
+    EXPECT_EQ(taking.wait_for(std::chrono::milliseconds(kBlockedMs)), std::future_status::timeout);
+    ASSERT_EQ(write(go.out(), "g", 1), 1);
+    EXPECT_EQ(taking.wait_for(std::chrono::milliseconds(kBoundedMs)), std::future_status::ready);
+    EXPECT_EQ(exit_status(child), 0);
+}
+
+TEST(FMutex, ThreadsOfOneProcessExcludeEachOther)
+{
+    BaseTempDir tmp;
+    f_mutex lock(tmp.path("spool").c_str());
+    int inside = 0;
+    int mostInside = 0;
+
+    std::promise<void> release;
+    std::promise<void> holding;
+    auto first = std::async(std::launch::async, [&] {
+        f_mutex_sentry hold(lock);
+        mostInside = std::max(mostInside, ++inside);
+        holding.set_value();
+        release.get_future().wait();
+        --inside;
+    });
+    ASSERT_EQ(holding.get_future().wait_for(10s), std::future_status::ready);
+
+    auto second = std::async(std::launch::async, [&] {
+        f_mutex_sentry hold(lock);
+        mostInside = std::max(mostInside, ++inside);
+        --inside;
+    });
+    EXPECT_EQ(second.wait_for(std::chrono::milliseconds(kBlockedMs)), std::future_status::timeout);
+    release.set_value();
+    EXPECT_EQ(first.wait_for(10s), std::future_status::ready);
+    EXPECT_EQ(second.wait_for(10s), std::future_status::ready);
+    EXPECT_EQ(mostInside, 1);
+}

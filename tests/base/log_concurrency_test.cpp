@@ -1,0 +1,112 @@
+// Many threads writing to one log: every message arrives whole, once, on a
+// line of its own, whatever the target.
+#include <gtest/gtest.h>
+
+#include <mutex>
+#include <regex>
+#include <set>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "base/log.h"
+#include "support/base_temp_dir.h"
+
+namespace {
+
+const int kThreads = 6;
+const int kMessages = 300;
+
+// Each thread writes kMessages messages in many small insertions.
+void write_messages(Log &log)
+{
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t)
+        threads.emplace_back([&log, t] {
+            for (int i = 0; i < kMessages; ++i)
+                log.start() << "writer " << t << " message " << i << " " << 'x' << 1.5 << " end"
+                            << Orvane::endl;
+        });
+    for (std::thread &thread : threads)
+        thread.join();
+}
+
+// Checks that `lines` hold every message once, each one whole.
+void expect_whole_messages(const std::vector<std::string> &lines, const std::string &prolog)
+{
+    const std::regex whole(prolog + R"(writer (\d+) message (\d+) x1\.5 end)");
+    std::set<std::pair<int, int>> seen;
+    for (const std::string &line : lines) {
+        std::smatch match;
+        ASSERT_TRUE(std::regex_match(line, match, whole)) << line;
+        EXPECT_TRUE(seen.insert({std::stoi(match[1]), std::stoi(match[2])}).second) << line;
+    }
+    EXPECT_EQ(seen.size(), static_cast<size_t>(kThreads * kMessages));
+}
+
+std::vector<std::string> lines_of(const std::string &text)
+{
+    std::vector<std::string> lines;
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);)
+        lines.push_back(line);
+    return lines;
+}
+
+std::mutex g_sentMutex;
+std::vector<std::string> g_sent;
+void keep_sent(int, const char *message)
+{
+    std::lock_guard<std::mutex> guard(g_sentMutex);
+    g_sent.push_back(message);
+}
+
+} // namespace
+
+TEST(LogConcurrency, FileLogLinesNeverInterleave)
+{
+    BaseTempDir tmp;
+    const std::string file = tmp.path("debug.log");
+    {
+        Log log(file.c_str(), "OVUX", 9);
+        write_messages(log);
+    }
+    expect_whole_messages(lines_of(BaseTempDir::read(file)), R"(OVUX\[\d+\]\[\d+\]: )");
+}
+
+TEST(LogConcurrency, DailyLogLinesNeverInterleave)
+{
+    BaseTempDir tmp;
+    const std::string base = tmp.path("debug");
+    const time_t now = time(nullptr);
+    struct tm local {};
+    localtime_r(&now, &local);
+    {
+        DailyLog log(base.c_str(), "d", 0);
+        write_messages(log);
+    }
+    const std::string file = DailyLog::file_name(base.c_str(), local);
+    if (!BaseTempDir::exists(file))
+        GTEST_SKIP() << "the day changed during the test";
+    expect_whole_messages(lines_of(BaseTempDir::read(file)), "d: ");
+}
+
+TEST(LogConcurrency, SysLogMessagesNeverInterleave)
+{
+    g_sent.clear();
+    SysLog::set_sender(keep_sent);
+    {
+        SysLog log("ovtest", 0);
+        write_messages(log);
+    }
+    SysLog::set_sender(nullptr);
+    expect_whole_messages(g_sent, "");
+}
+
+TEST(LogConcurrency, NullLogIsSharedFreely)
+{
+    NullLog log;
+    write_messages(log);
+    write_messages(*ovux_default_log());
+}

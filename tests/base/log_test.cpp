@@ -1,0 +1,307 @@
+// The log classes: prologs, insertions, file and descriptor targets, daily
+// file names, the null log and the system-log hand-over.
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <pthread.h>
+#include <sys/stat.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <memory>
+#include <regex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "base/base_obj.h"
+#include "base/log.h"
+#include "support/base_temp_dir.h"
+
+namespace {
+
+void not_a_terminator() {}
+
+std::string pid_text() { return std::to_string(getpid()); }
+
+std::string thread_text() { return std::to_string(static_cast<unsigned long>(pthread_self())); }
+
+// Everything written to fds 1 and 2 while the object lives.
+class StdoutStderrCapture {
+public:
+    explicit StdoutStderrCapture(const std::string &file)
+        : m_file(file), m_fd(open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600)),
+          m_savedOut(dup(1)), m_savedErr(dup(2))
+    {
+        dup2(m_fd, 1);
+        dup2(m_fd, 2);
+    }
+    ~StdoutStderrCapture() { restore(); }
+    std::string restore()
+    {
+        if (m_savedOut >= 0) {
+            dup2(m_savedOut, 1);
+            dup2(m_savedErr, 2);
+            close(m_savedOut);
+            close(m_savedErr);
+            close(m_fd);
+            m_savedOut = m_savedErr = -1;
+        }
+        return BaseTempDir::read(m_file);
+    }
+
+private:
+    std::string m_file;
+    int m_fd;
+    int m_savedOut;
+    int m_savedErr;
+};
+
+struct SysLogCall {
+    int priority;
+    std::string message;
+};
+std::vector<SysLogCall> g_sysLogCalls;
+void capture_syslog(int priority, const char *message) { g_sysLogCalls.push_back({priority, message}); }
+
+} // namespace
+
+TEST(Log, PrologFollowsTheFlags)
+{
+    const std::string time = R"(\d\d/\d\d/\d{4} \d\d:\d\d:\d\d )";
+    const std::string pid = "\\[" + pid_text() + "\\]";
+    const std::string tid = "\\[" + thread_text() + "\\]";
+    struct Row {
+        int flags;
+        std::string line;   // regular expression
+    };
+    const Row rows[] = {
+        {0, "OVUX: hello\n"},
+        {1, "OVUX" + pid + ": hello\n"},
+        {2, time + "OVUX: hello\n"},
+        {8, "OVUX" + tid + ": hello\n"},
+        {11, time + "OVUX" + pid + tid + ": hello\n"},
+        {4, "OVUX: hello\n"},
+    };
+    BaseTempDir tmp;
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.flags);
+        const std::string file = tmp.path("debug" + std::to_string(row.flags) + ".log");
+        {
+            Log log(file.c_str(), "OVUX", row.flags);
+            log.start() << "hello" << Orvane::endl;
+        }
+        const std::string written = BaseTempDir::read(file);
+        EXPECT_TRUE(std::regex_match(written, std::regex(row.line))) << written;
+    }
+}
+
+TEST(Log, InsertionsWriteTheirTextAndOnlyEndOrFlushEndAMessage)
+{
+    BaseTempDir tmp;
+    const std::string file = tmp.path("debug.log");
+    {
+        Log log(file.c_str(), "ov", 0);
+        const char *nothing = nullptr;
+        log.start() << 'c' << static_cast<unsigned char>('u') << static_cast<short>(-3) << " "
+                    << static_cast<unsigned short>(65535) << " " << -2147483647 - 1 << " "
+                    << 4294967295u << " " << -9000000000L << " " << 18446744073709551615UL << " "
+                    << -1LL << " " << 1ULL << " " << 2.5L << " " << 0.25f << " " << 1e20 << " "
+                    << 1.0 / 3 << " " << nothing << " " << std::string("std") << " "
+                    << String("own") << not_a_terminator << Orvane::endl;
+        log.start() << "second" << Orvane::flush;
+    }
+    EXPECT_EQ(BaseTempDir::read(file),
+              "ov: cu-3 65535 -2147483648 4294967295 -9000000000 18446744073709551615 -1 1 2.5 "
+              "0.25 1e+20 0.333333 (null) std own\n"
+              "ov: second\n");
+}
+
+TEST(Log, FileTargetAppendsCreatesWith0664AndReportsFailure)
+{
+    BaseTempDir tmp;
+    const std::string file = tmp.write("debug.log", "old line\n");
+    const std::string created = tmp.path("new.log");
+    const mode_t savedMask = umask(0);
+    {
+        Log appended(file.c_str(), "a", 0);
+        appended.start() << "new line" << Orvane::endl;
+        Log fresh(created.c_str(), "a", 0);
+        EXPECT_TRUE(fresh.is_open());
+        EXPECT_GE(fresh.getfd(), 0);
+    }
+    umask(savedMask);
+    EXPECT_EQ(BaseTempDir::read(file), "old line\na: new line\n");
+    struct stat info {};
+    ASSERT_EQ(stat(created.c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 0777, 0664u);
+
+    Log missing(tmp.path("no/such/dir.log").c_str(), "a", 0);
+    EXPECT_FALSE(missing.is_open());
+    EXPECT_TRUE(missing.fail());
+    EXPECT_EQ(missing.getfd(), -1);
+    missing.start() << "dropped" << Orvane::endl;
+    missing.start() << "still usable" << Orvane::endl;
+}
+
+TEST(Log, DescriptorTargetsAndDupWriteToTheSameTarget)
+{
+    BaseTempDir tmp;
+    const std::string file = tmp.path("fd.log");
+    const int fd = open(file.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+    ASSERT_GE(fd, 0);
+    {
+        Log named("app", fd, 0);
+        Log unnamed(fd, 0);
+        EXPECT_EQ(named.getfd(), fd);
+        EXPECT_STREQ(named.getappname(), "app");
+        EXPECT_STREQ(unnamed.getappname(), "");
+        named.start() << "one" << Orvane::endl;
+        unnamed.start() << "two" << Orvane::endl;
+        std::unique_ptr<Log> copy(named.dup());
+        EXPECT_EQ(copy->getfd(), fd);
+        copy->start() << "three" << Orvane::endl;
+    }
+    EXPECT_EQ(write(fd, "open\n", 5), 5) << "a borrowed descriptor stays open";
+    close(fd);
+
+    const std::string byName = tmp.path("named.log");
+    std::unique_ptr<Log> copy;
+    {
+        Log original(byName.c_str(), "app", 0);
+        copy.reset(original.dup());
+        original.start() << "from original" << Orvane::endl;
+    }
+    copy->start() << "from copy" << Orvane::endl;
+    copy.reset();
+    EXPECT_EQ(BaseTempDir::read(file), "app: one\n: two\napp: three\nopen\n");
+    EXPECT_EQ(BaseTempDir::read(byName), "app: from original\napp: from copy\n");
+}
+
+TEST(Log, GetrawContinuesWithoutPrologAndStopReleases)
+{
+    BaseTempDir tmp;
+    const std::string file = tmp.path("raw.log");
+    {
+        Log log(file.c_str(), "ov", 0);
+        log.getraw();
+        log << "raw";
+        log.stop();
+        log.start() << "after" << Orvane::endl;
+        EXPECT_EQ(log.trylock(), 0);
+    }
+    EXPECT_EQ(BaseTempDir::read(file), "raw" "ov: after\n");
+}
+
+TEST(DailyLog, FileNameCarriesTheLocalDate)
+{
+    struct tm day {};
+    day.tm_year = 2003 - 1900;
+    day.tm_mon = 1;
+    day.tm_mday = 3;
+    EXPECT_EQ(DailyLog::file_name("/tmp/debug", day), "/tmp/debug.2003.02.03");
+    day.tm_year = 12345 - 1900;
+    day.tm_mon = 11;
+    day.tm_mday = 31;
+    EXPECT_EQ(DailyLog::file_name("d", day), "d.12345.12.31");
+}
+
+TEST(DailyLog, EachMessageGoesToTodaysFile)
+{
+    BaseTempDir tmp;
+    const std::string base = tmp.path("debug");
+    auto today = [&] {
+        const time_t now = time(nullptr);
+        struct tm local {};
+        localtime_r(&now, &local);
+        return DailyLog::file_name(base.c_str(), local);
+    };
+    const std::string before = today();
+    DailyLog log(base.c_str(), "ov", 0);
+    EXPECT_EQ(log.getfd(), -1) << "no file before the first message";
+    log.start() << "first" << Orvane::endl;
+    std::unique_ptr<Log> copy(log.dup());
+    copy->start() << "second" << Orvane::endl;
+    const std::string after = today();
+
+    const std::string written = BaseTempDir::read(before) +
+                                (after == before ? "" : BaseTempDir::read(after));
+    EXPECT_NE(written.find("ov: first\n"), std::string::npos) << written;
+    EXPECT_NE(written.find("ov: second\n"), std::string::npos) << written;
+    EXPECT_NE(dynamic_cast<DailyLog *>(copy.get()), nullptr);
+}
+
+TEST(NullLog, AcceptsEverythingWritesNothingAndNeverLocks)
+{
+    BaseTempDir tmp;
+    NullLog log;
+    EXPECT_EQ(log.lock(), 0);
+    EXPECT_EQ(log.lock(), 0) << "a second lock must not wait";
+    EXPECT_EQ(log.trylock(), 0);
+    EXPECT_EQ(log.unlock(), 0);
+    EXPECT_EQ(log.getfd(), -1);
+
+    StdoutStderrCapture output(tmp.path("out"));
+    sockaddr_in address{};
+    log.start() << 'c' << 1 << 2u << 3L << 4.5 << "text" << String("own");
+    log << address << &address << Orvane::endl;
+    log.start() << "unterminated";
+    log.start() << "next" << Orvane::flush;
+    log.prolog();
+    std::unique_ptr<Log> copy(log.dup());
+    copy->start() << "copy" << Orvane::endl;
+    EXPECT_EQ(output.restore(), "");
+    EXPECT_NE(dynamic_cast<NullLog *>(copy.get()), nullptr);
+}
+
+TEST(NullLog, DebugLogDefaultsToAProcessWideNullLog)
+{
+    ASSERT_NE(ovux_log, nullptr);
+    EXPECT_EQ(ovux_log, ovux_default_log());
+    EXPECT_NE(dynamic_cast<NullLog *>(ovux_default_log()), nullptr);
+    ovux_log->start() << "ignored " << 1 << Orvane::endl;
+}
+
+TEST(SysLog, HandsOneWholeMessageToTheSystemLoggerAtErrorPriority)
+{
+    g_sysLogCalls.clear();
+    SysLog::set_sender(capture_syslog);
+    {
+        SysLog log("ovtest", 1);
+        log.start() << "a" << 5 << "b" << Orvane::endl;
+        log.start() << "p=";
+        log << static_cast<void *>(nullptr) << " " << 1.5 << Orvane::flush;
+        log.start() << "c" << Orvane::endl;
+        std::unique_ptr<Log> copy(log.dup());
+        EXPECT_NE(dynamic_cast<SysLog *>(copy.get()), nullptr);
+        EXPECT_EQ(log.getfd(), 2);
+        copy->start() << "from copy" << Orvane::endl;
+    }
+    SysLog::set_sender(nullptr);
+    ASSERT_EQ(g_sysLogCalls.size(), 4u);
+    const std::vector<std::string> messages = {"a5b", "p=(nil) 1.5", "c", "from copy"};
+    for (size_t i = 0; i < messages.size(); ++i) {
+        EXPECT_EQ(g_sysLogCalls[i].priority, LOG_ERR);
+        EXPECT_EQ(g_sysLogCalls[i].message, messages[i]);
+    }
+}
+
+TEST(Log, SyserrDescribesErrno)
+{
+    const std::pair<int, const char *> rows[] = {
+        {-1, "Host not found"}, {ENOENT, "No such file or directory"}, {0, "Success"}};
+    for (const auto &row : rows) {
+        errno = row.first;
+        EXPECT_STREQ(Log::syserr(), row.second);
+    }
+}
+
+TEST(BaseObj, OkUntilCleared)
+{
+    BaseObj object;
+    EXPECT_TRUE(object.ok());
+    object.clear();
+    EXPECT_FALSE(object.ok());
+}

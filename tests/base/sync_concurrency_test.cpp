@@ -1,0 +1,319 @@
+// The lock classes and the thread counter with real threads: who blocks,
+// who goes first, and the debug lines of THREAD_COUNT.
+//
+// A thread "blocks" when its step has not finished 100 ms after it started;
+// every other wait is bounded (10 s) so a broken lock fails, not hangs.
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <chrono>
+#include <ctime>
+#include <future>
+#include <memory>
+#include <thread>
+#include <vector>
+
+#include "base/sync.h"
+#include "base/thread_count.h"
+#include "support/base_log_capture.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+
+const auto kBlocked = 100ms;
+const auto kBounded = 10s;
+
+bool blocked(std::future<void> &step) { return step.wait_for(kBlocked) == std::future_status::timeout; }
+
+bool finishes(std::future<void> &step) { return step.wait_for(kBounded) == std::future_status::ready; }
+
+// A thread that takes a lock, reports it, holds it until released, lets go.
+class Holder {
+public:
+    template <typename Take, typename Give> Holder(Take take, Give give)
+    {
+        m_takenFuture = m_taken.get_future();
+        m_thread = std::thread([this, take, give] {
+            take();
+            m_taken.set_value();
+            m_releaseFuture.wait();
+            give();
+        });
+    }
+    std::future<void> &taken() { return m_takenFuture; }
+    void release()
+    {
+        if (!m_released) {
+            m_released = true;
+            m_release.set_value();
+        }
+    }
+    void join() { m_thread.join(); }
+
+private:
+    std::promise<void> m_taken;
+    std::future<void> m_takenFuture;
+    std::promise<void> m_release;
+    std::shared_future<void> m_releaseFuture = m_release.get_future().share();
+    bool m_released = false;
+    std::thread m_thread;
+};
+
+// The threads of one test: on teardown all are released before any is
+// joined, so a failed expectation cannot leave one waiting for another.
+class Crew {
+public:
+    ~Crew()
+    {
+        for (auto &holder : m_holders)
+            holder->release();
+        for (auto &holder : m_holders)
+            holder->join();
+    }
+    template <typename Take, typename Give> Holder &spawn(Take take, Give give)
+    {
+        m_holders.push_back(std::make_unique<Holder>(take, give));
+        return *m_holders.back();
+    }
+    template <typename Step> Holder &spawn(Step step)
+    {
+        return spawn(step, [] {});
+    }
+    Holder &reader(ovRWLock &rw)
+    {
+        return spawn([&rw] { rw.rdlock(); }, [&rw] { rw.unlock(); });
+    }
+    Holder &writer(ovRWLock &rw)
+    {
+        return spawn([&rw] { rw.wrlock(); }, [&rw] { rw.unlock(); });
+    }
+
+private:
+    std::vector<std::unique_ptr<Holder>> m_holders;
+};
+
+// Spins until a writer is counted as waiting: tryrdlock then refuses.
+bool writer_waiting(ovRWLock &rw)
+{
+    const auto deadline = std::chrono::steady_clock::now() + kBounded;
+    while (std::chrono::steady_clock::now() < deadline) {
+        if (rw.tryrdlock() != 0)
+            return true;
+        rw.unlock();
+        std::this_thread::yield();
+    }
+    return false;
+}
+
+} // namespace
+
+TEST(OvRWLock, TryVariantsRefuseWhereTheLockWouldWait)
+{
+    struct Row {
+        const char *held;
+        int tryRead;
+        int tryWrite;
+    };
+    const Row rows[] = {{"none", 0, 0}, {"reader", 0, -1}, {"writer", -1, -1}};
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.held);
+        ovRWLock rw;
+        const std::string held = row.held;
+        if (held == "reader")
+            rw.rdlock();
+        if (held == "writer")
+            rw.wrlock();
+        const int tryRead = rw.tryrdlock();
+        if (tryRead == 0)
+            rw.unlock();
+        const int tryWrite = rw.trywrlock();
+        if (tryWrite == 0)
+            rw.unlock();
+        EXPECT_EQ(tryRead, row.tryRead);
+        EXPECT_EQ(tryWrite, row.tryWrite);
+        if (held != "none") {
+            EXPECT_EQ(rw.unlock(), 0);
+        }
+        EXPECT_EQ(rw.unlock(), -1) << "nothing left to release";
+    }
+}
+
+TEST(OvRWLock, ReaderArrivingWhileWriterWaitsBlocksUntilWriterIsDone)
+{
+    ovRWLock rw;
+    Crew crew;
+    Holder &first = crew.reader(rw);
+    EXPECT_TRUE(finishes(first.taken()));
+
+    Holder &w = crew.writer(rw);
+    EXPECT_TRUE(writer_waiting(rw));
+    EXPECT_TRUE(blocked(w.taken()));
+
+    Holder &late = crew.reader(rw);
+    EXPECT_TRUE(blocked(late.taken())) << "a new reader must give way to the waiting writer";
+
+    first.release();
+    EXPECT_TRUE(finishes(w.taken()));
+    EXPECT_TRUE(blocked(late.taken()));
+
+    w.release();
+    EXPECT_TRUE(finishes(late.taken()));
+}
+
+TEST(OvRWLock, LeavingWriterLetsWaitingReadersGoBeforeWaitingWriter)
+{
+    ovRWLock rw;
+    ASSERT_EQ(rw.wrlock(), 0);
+
+    Crew crew;
+    Holder &nextWriter = crew.writer(rw);
+    Holder &r1 = crew.reader(rw);
+    Holder &r2 = crew.reader(rw);
+    EXPECT_TRUE(blocked(nextWriter.taken()));
+    EXPECT_TRUE(blocked(r1.taken()));
+    EXPECT_TRUE(blocked(r2.taken()));
+
+    rw.unlock();
+    EXPECT_TRUE(finishes(r1.taken()));
+    EXPECT_TRUE(finishes(r2.taken()));
+    EXPECT_TRUE(blocked(nextWriter.taken())) << "the writer waits for the released readers";
+
+    r1.release();
+    EXPECT_TRUE(blocked(nextWriter.taken()));
+    r2.release();
+    EXPECT_TRUE(finishes(nextWriter.taken()));
+}
+
+TEST(ReadersWriters, WritersExcludeEachOtherAndReadersShare)
+{
+    ReadersWriters rw(0);
+    int counter = 0;
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([&] {
+            for (int i = 0; i < 500; ++i) {
+                WriteLock hold(rw);
+                ++counter;
+            }
+        });
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([&] {
+            for (int i = 0; i < 500; ++i) {
+                ReadLock hold(rw);
+                EXPECT_GE(counter, 0);
+            }
+        });
+    for (std::thread &thread : threads)
+        thread.join();
+    EXPECT_EQ(counter, 2000);
+}
+
+TEST(OvSemaphore, CountsAndWakesOneWaiterPerPost)
+{
+    ovSemaphore semaphore(2, 0);
+    EXPECT_EQ(semaphore.trywait(), 0);
+    EXPECT_EQ(semaphore.trywait(), 0);
+    EXPECT_EQ(semaphore.trywait(), -1);
+
+    Crew crew;
+    std::future<void> &first = crew.spawn([&] { semaphore.wait(); }).taken();
+    std::future<void> &second = crew.spawn([&] { semaphore.wait(); }).taken();
+    EXPECT_TRUE(blocked(first));
+    EXPECT_TRUE(blocked(second));
+
+    semaphore.post();
+    const auto deadline = std::chrono::steady_clock::now() + kBounded;
+    int woken = 0;
+    while (woken == 0 && std::chrono::steady_clock::now() < deadline)
+        woken = (first.wait_for(1ms) == std::future_status::ready) +
+                (second.wait_for(1ms) == std::future_status::ready);
+    EXPECT_EQ(woken, 1) << "one post wakes one waiter";
+    semaphore.post();
+    EXPECT_TRUE(finishes(first));
+    EXPECT_TRUE(finishes(second));
+    EXPECT_EQ(semaphore.trywait(), -1);
+}
+
+// The deadline is time(0) + seconds with the nanoseconds argument as its
+// fraction: (0, 0) has passed already, (1, 0) is the next whole second.
+TEST(OvCondVar, TimedwaitDeadlineIsWholeSecondsPlusGivenNanoseconds)
+{
+    struct Row {
+        int seconds;
+        int nanoseconds;
+        int result;
+    };
+    const Row rows[] = {{0, 0, ETIMEDOUT}, {-5, 999999999, ETIMEDOUT}, {0, 1000000000, EINVAL},
+                        {1, 0, ETIMEDOUT}};
+    ovMutex mutex;
+    ovCondVar cond;
+    for (const Row &row : rows) {
+        SCOPED_TRACE(testing::Message() << row.seconds << "s " << row.nanoseconds << "ns");
+        ovMutexLock guard(mutex);
+        const time_t before = time(nullptr);
+        EXPECT_EQ(cond.timedwait(&mutex, row.seconds, row.nanoseconds), row.result);
+        if (row.seconds > 0) {
+            timespec now{};
+            clock_gettime(CLOCK_REALTIME, &now);
+            EXPECT_GE(now.tv_sec, before + row.seconds);
+        }
+    }
+}
+
+TEST(ThreadCount, CountsInAndOutWithDebugLinesAndRefusesAtLimits)
+{
+    THREAD_COUNT counter;
+    {
+        BaseLogCapture capture;
+        EXPECT_TRUE(counter.INC());
+        counter.DEC();
+        counter.DEC();
+        EXPECT_EQ(counter.count(), 0);
+        EXPECT_EQ(capture.lines(), (std::vector<std::string>{
+                                       "INC: num(0) => (1)",
+                                       "DEC: num(1) => (0)",
+                                       "DEC: Error: Reach zero num(0)",
+                                       "DEC: num(0) => (0)",
+                                   }));
+    }
+    for (int i = 1; i < 9999; ++i)
+        ASSERT_TRUE(counter.INC());
+    {
+        BaseLogCapture capture;
+        EXPECT_TRUE(counter.INC()) << "the 9999th thread is still counted";
+        EXPECT_FALSE(counter.INC());
+        EXPECT_EQ(counter.count(), 9999);
+        EXPECT_EQ(capture.lines(), (std::vector<std::string>{
+                                       "INC: num(9998) => (9999)",
+                                       "INC: Error: Reach maximum num(9999) = 9999",
+                                       "INC: num(9999) => (9999)",
+                                   }));
+    }
+}
+
+TEST(ThreadCount, WaitForZeroDrainsRunningThreadsAndHoldsNewOnesBack)
+{
+    BaseLogCapture capture;
+    THREAD_COUNT counter;
+    EXPECT_TRUE(counter.INC());
+
+    Crew crew;
+    Holder &update =
+        crew.spawn([&] { counter.WaitForZero_Start(); }, [&] { counter.WaitForZero_Stop(); });
+    EXPECT_TRUE(capture.wait_for("WaitForZero_Start: Hold inc_lock. num(1)"));
+    EXPECT_TRUE(blocked(update.taken())) << "a running mail thread is still counted";
+
+    std::future<void> &newcomer = crew.spawn([&] { EXPECT_TRUE(counter.INC()); }).taken();
+    EXPECT_TRUE(blocked(newcomer));
+
+    counter.DEC();
+    EXPECT_TRUE(finishes(update.taken()));
+    EXPECT_TRUE(capture.wait_for("WaitForZero_Start: Zero = num(0)"));
+    EXPECT_TRUE(blocked(newcomer)) << "no thread enters until WaitForZero_Stop";
+    EXPECT_EQ(counter.count(), 0);
+
+    update.release();
+    EXPECT_TRUE(finishes(newcomer));
+    EXPECT_EQ(counter.count(), 1);
+}
