@@ -142,6 +142,12 @@ int ovRWLock::unlock()
     return -1;
 }
 
+ovRWLock::State ovRWLock::state()
+{
+    ovMutexLock guard(m_mutex);
+    return {m_activeReaders, m_activeWriters, m_waitingReaders, m_waitingWriters};
+}
+
 // ---- ReadersWriters --------------------------------------------------------
 
 ReadersWriters::ReadersWriters(int /*unused*/) {}

@@ -84,6 +84,16 @@ public:
     int trywrlock();   // 0 or -1
     int unlock();      // releases the reader or writer side; -1 when not held
 
+    // The counters at one moment, read under the mutex (for diagnostics and
+    // for tests that must know a thread is already waiting).
+    struct State {
+        int activeReaders;
+        int activeWriters;
+        int waitingReaders;
+        int waitingWriters;
+    };
+    State state();
+
 private:
     int m_activeReaders = 0;
     int m_activeWriters = 0;

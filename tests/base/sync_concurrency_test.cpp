@@ -93,14 +93,14 @@ private:
     std::vector<std::unique_ptr<Holder>> m_holders;
 };
 
-// Spins until a writer is counted as waiting: tryrdlock then refuses.
-bool writer_waiting(ovRWLock &rw)
+// Spins until the lock counts the given waiters.
+bool waiting(ovRWLock &rw, int readers, int writers)
 {
     const auto deadline = std::chrono::steady_clock::now() + kBounded;
     while (std::chrono::steady_clock::now() < deadline) {
-        if (rw.tryrdlock() != 0)
+        const ovRWLock::State state = rw.state();
+        if (state.waitingReaders == readers && state.waitingWriters == writers)
             return true;
-        rw.unlock();
         std::this_thread::yield();
     }
     return false;
@@ -147,11 +147,12 @@ TEST(OvRWLock, ReaderArrivingWhileWriterWaitsBlocksUntilWriterIsDone)
     EXPECT_TRUE(finishes(first.taken()));
 
     Holder &w = crew.writer(rw);
-    EXPECT_TRUE(writer_waiting(rw));
+    EXPECT_TRUE(waiting(rw, 0, 1));
     EXPECT_TRUE(blocked(w.taken()));
 
     Holder &late = crew.reader(rw);
-    EXPECT_TRUE(blocked(late.taken())) << "a new reader must give way to the waiting writer";
+    EXPECT_TRUE(waiting(rw, 1, 1)) << "a new reader must give way to the waiting writer";
+    EXPECT_TRUE(blocked(late.taken()));
 
     first.release();
     EXPECT_TRUE(finishes(w.taken()));
@@ -170,9 +171,7 @@ TEST(OvRWLock, LeavingWriterLetsWaitingReadersGoBeforeWaitingWriter)
     Holder &nextWriter = crew.writer(rw);
     Holder &r1 = crew.reader(rw);
     Holder &r2 = crew.reader(rw);
-    EXPECT_TRUE(blocked(nextWriter.taken()));
-    EXPECT_TRUE(blocked(r1.taken()));
-    EXPECT_TRUE(blocked(r2.taken()));
+    EXPECT_TRUE(waiting(rw, 2, 1));
 
     rw.unlock();
     EXPECT_TRUE(finishes(r1.taken()));
