@@ -1,0 +1,131 @@
+#include "plugin/attachment_replace.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+
+#include "base/file_util.h"
+#include "mail/charset.h"
+#include "mail/mail_info.h"
+#include "mail/temp_dir.h"
+#include "notify/notify_globals.h"
+#include "plugin/mail_actions.h"
+#include "plugin/settings.h"
+
+namespace {
+
+constexpr size_t kChunk = 2048;
+
+struct FileCloser {
+    void operator()(FILE *file) const { std::fclose(file); }
+};
+using File = std::unique_ptr<FILE, FileCloser>;
+
+// Copies input bytes [from, to) to output in 2048-byte chunks; stops early
+// at the end of the input (a file that shrank under us).
+void copy_range(FILE *input, FILE *output, long from, long to)
+{
+    if (to <= from || std::fseek(input, from, SEEK_SET) != 0)
+        return;
+    char buffer[kChunk];
+    long left = to - from;
+    while (left > 0) {
+        size_t want = left < static_cast<long>(kChunk) ? static_cast<size_t>(left) : kChunk;
+        size_t got = std::fread(buffer, 1, want, input);
+        if (got == 0)
+            break;
+        std::fwrite(buffer, 1, got, output);
+        left -= static_cast<long>(got);
+    }
+}
+
+long clamp(long position, long length)
+{
+    return position < 0 ? 0 : (position > length ? length : position);
+}
+
+} // namespace
+
+int ReplaceFileBlock(const char *path, const Replace_Stru *replace, const char *prefix,
+                     const char *text, const char *tempPath)
+{
+    if (!path || !text)
+        return -1;
+    File input(std::fopen(path, "rb"));
+    if (!input || std::fseek(input.get(), 0, SEEK_END) != 0)
+        return -1;
+    const long length = std::ftell(input.get());
+    const char *temp = tempPath ? tempPath : "./temp.txt";
+    File output(std::fopen(temp, "wb"));
+    if (!output)
+        return -1;
+
+    long copyStart = 0;
+    const int count = replace ? replace->count : 0;
+    for (int i = 0; i < count; ++i) {
+        const Attach_Stru *entry = replace->entries[i];
+        if (!entry)
+            continue;
+        const long start = clamp(entry->m_nStart, length);
+        copy_range(input.get(), output.get(), copyStart, start);
+        std::fprintf(output.get(), "%s[Filename: %s, Content-Type: %s]\r\n%s", prefix ? prefix : "",
+                     entry->m_szName, entry->m_szContentType, text);
+        copyStart = clamp(entry->m_nEnd, length);
+        if (copyStart < start)
+            copyStart = start;
+    }
+    copy_range(input.get(), output.get(), copyStart, length);
+    input.reset();
+    output.reset();
+    CopyFile(temp, path, false);
+    DeleteFile(temp);
+    return 1;
+}
+
+const char *ReplacementPartHeader(int language)
+{
+    switch (language) {
+    case 1:
+        return "Content-Type: text/plain; charset=\"iso-2022-jp\"\r\n"
+               "Content-Transfer-Encoding: 7bit\r\n\r\n";
+    case 2:
+        return "Content-Type: text/plain; charset=\"iso-2022-cn\"\r\n"
+               "Content-Transfer-Encoding: 7bit\r\n\r\n";
+    case 3:
+        return "Content-Type: text/plain; charset=\"iso-2022-cn-ext\"\r\n"
+               "Content-Transfer-Encoding: 7bit\r\n\r\n";
+    default:
+        return "Content-Type: text/plain\r\nContent-Transfer-Encoding: 7bit\r\n\r\n";
+    }
+}
+
+std::string ComposeReplacementText()
+{
+    const std::string raw = ReadSetting("Specialized Filtering", "ReplaceText", "");
+    std::string composed = raw + "\r\n\r\n";
+    char *converted = toISO2022(composed.c_str(), AutoDetect(raw.c_str()), _language);
+    if (converted) {
+        composed = converted;
+        std::free(converted);
+    }
+    return composed;
+}
+
+int ReplaceAttachments(const char *dfPath, const Replace_Stru *replace, const CMailInfo &info,
+                       int direction)
+{
+    char tempName[OV_MAX_PATH] = "";
+    GetTempFileName(g_t_strTEMPDIR.c_str(), "RP", 0, tempName);
+    const std::string text = ComposeReplacementText();
+    int result = ReplaceFileBlock(dfPath, replace, ReplacementPartHeader(_language), text.c_str(),
+                                  tempName[0] ? tempName : nullptr);
+    for (int i = 0; replace && i < replace->count; ++i) {
+        if (!replace->entries[i])
+            continue;
+        const std::string record = MailEventRecord(direction, "Attachment Removal (Replaced with text)",
+                                                   replace->entries[i]->m_szName, info, dfPath);
+        WriteMailEvent("An attachment file in the message has been removed by Content Management!",
+                       record, 400);
+    }
+    return result;
+}

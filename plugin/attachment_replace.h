@@ -1,0 +1,36 @@
+// Attachment replacement: the parts that the specialized filter picked are
+// cut out of the message file and a short plain-text part stands in each
+// place, saying which file was removed.
+//
+//   ReplaceAttachments(dfPath, &replace, info, direction);   // the pipeline
+//   ReplaceFileBlock(path, &replace, header, text, tempPath); // the rewrite
+//
+// The rewrite streams through a 2048-byte buffer into a temporary file and
+// copies that over the message; the message is never held in memory whole.
+#pragma once
+
+#include <string>
+
+#include "rules/replace_stru.h"
+
+class CMailInfo;
+
+// Rewrites `path`: the bytes of each entry's [m_nStart, m_nEnd) become
+// prefix + "[Filename: <name>, Content-Type: <type>]\r\n" + text. Entries are
+// in ascending order and do not overlap. 1 on success; -1 when path or text
+// is null or a file cannot be opened (the message is then untouched). A null
+// tempPath means "./temp.txt". An empty list copies the file unchanged.
+int ReplaceFileBlock(const char *path, const Replace_Stru *replace, const char *prefix,
+                     const char *text, const char *tempPath);
+
+// The part header for the host language (`_language`).
+const char *ReplacementPartHeader(int language);
+
+// The replacement text: "ReplaceText" of "Specialized Filtering" followed by
+// two CR LF pairs, converted to ISO-2022 for the host language.
+std::string ComposeReplacementText();
+
+// Composes the text, rewrites the message and writes one event-log record
+// (code 400) per replaced attachment. The result of ReplaceFileBlock.
+int ReplaceAttachments(const char *dfPath, const Replace_Stru *replace, const CMailInfo &info,
+                       int direction);

@@ -1,0 +1,126 @@
+#include "plugin/mail_actions.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "base/file_util.h"
+#include "base/log.h"
+#include "mail/charset.h"
+#include "mail/mail_info.h"
+#include "notify/event_log.h"
+
+namespace {
+
+// Converts a path to the host character set (code 7 leaves plain text as it
+// is when the host has none).
+std::string host_path(const std::string &path)
+{
+    char *converted = fromANY(path.c_str(), g_nHostCharset ? g_nHostCharset : 7);
+    if (!converted)
+        return path;
+    std::string result = converted;
+    std::free(converted);
+    return result.empty() ? path : result;
+}
+
+void make_directories(const std::string &path)
+{
+    for (size_t slash = path.find('/', 1); slash != std::string::npos;
+         slash = path.find('/', slash + 1))
+        CreateDirectory(path.substr(0, slash).c_str(), nullptr);
+    CreateDirectory(path.c_str(), nullptr);
+}
+
+std::string base_name(const std::string &path)
+{
+    size_t slash = path.rfind('/');
+    return slash == std::string::npos ? path : path.substr(slash + 1);
+}
+
+std::string directory_of(const std::string &path)
+{
+    size_t slash = path.rfind('/');
+    return slash == std::string::npos ? "." : path.substr(0, slash);
+}
+
+} // namespace
+
+std::string SafePathComponent(const std::string &name)
+{
+    std::string safe;
+    for (size_t i = 0; i < name.size(); ++i) {
+        char c = name[i];
+        if (c == '/' || c == '\\') {
+            safe += '_';
+        } else if (c == '.' && i + 1 < name.size() && name[i + 1] == '.') {
+            safe += "__";
+            ++i;
+        } else {
+            safe += c;
+        }
+    }
+    return safe.empty() ? "_" : safe;
+}
+
+bool CopyMailToDirectory(const std::string &root, const std::vector<std::string> &levels,
+                         const char *dfPath, std::string *copyPath)
+{
+    std::string dir = root;
+    while (dir.size() > 1 && dir.back() == '/')
+        dir.pop_back();
+    for (const std::string &level : levels)
+        dir += "/" + SafePathComponent(level);
+    dir = host_path(dir);
+    make_directories(dir);
+
+    char name[OV_MAX_PATH] = "";
+    std::string target;
+    if (GetTempFileName(dir.c_str(), "DF", 0, name) != 0) {
+        DeleteFile(name);   // only its unique name is wanted
+        target = name;
+        size_t slash = target.rfind('/');
+        size_t first = slash == std::string::npos ? 0 : slash + 1;
+        if (target.size() - first > 3)
+            target[first] = 'A';
+    } else {
+        target = dir + "/A" + base_name(dfPath);
+    }
+    errno = 0;
+    if (!CopyFile(dfPath, target.c_str(), false)) {
+        char line[2 * OV_MAX_PATH + 64];
+        std::snprintf(line, sizeof line, "CopyFile(%s,%s,FALSE) fail! ErrCode(%d)", dfPath,
+                      target.c_str(), errno);
+        WriteLogFile(line, nullptr, 367, 0);
+        return false;
+    }
+    *copyPath = target;
+    return true;
+}
+
+const char *DirectionWord(int direction)
+{
+    return direction == 1 ? "Outbound" : "Inbound";
+}
+
+std::string MailEventRecord(int direction, const std::string &action, const std::string &name,
+                            const CMailInfo &info, const char *dfPath)
+{
+    const std::string df = dfPath ? dfPath : "";
+    std::string sender = info.m_pszEnvelopeFrom ? info.m_pszEnvelopeFrom : "";
+    if (sender.size() >= 2 && sender.front() == '<' && sender.back() == '>')
+        sender = sender.substr(1, sender.size() - 2);
+    std::string record;
+    record.reserve(256);
+    record += DirectionWord(direction);
+    record += "\\" + action + "\\" + name + "\\" + sender + "\\" + directory_of(df) + "/" +
+              base_name(df);
+    return record;
+}
+
+void WriteMailEvent(const char *text, const std::string &record, int eventId)
+{
+    std::string line = std::string("CONTENT MANAGEMENT: ") + text;
+    WriteLogFile(line.c_str(), record.c_str(), eventId, g_nHostCharset);
+}

@@ -1,0 +1,476 @@
+// ZWEmailPluginProcess: judges one mail and acts on the verdict.
+//
+// Order of work for one mail:
+//   1. count the thread in; refuse when the plug-in is not started
+//   2. check the envelope (AF) and data (DF) files: both open and non-empty
+//   3. parse the envelope; run the rule scan (MIME walk, relay hosts, the
+//      specialized filter's picks when attachment removal applies, rules)
+//   4. attachments picked: quarantine copy, warnings, replacement (action 4)
+//   5. a rule matched: delete / quarantine / archive, warning, event, return 2
+//   6. else the keyword scan; the matched policies' sections choose the most
+//      severe action (Delete > Quarantine > Archive) and the warnings
+//   7. remove the temporary file, count the thread out, fill the result
+//
+// Notifications for a policy block go out in the order sender, recipients,
+// users, after the mail was copied, so that a warning never speaks of a copy
+// that failed silently before it.
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "base/file_util.h"
+#include "base/log.h"
+#include "mail/mail_info.h"
+#include "mail/mail_list.h"
+#include "notify/event_log.h"
+#include "notify/notification.h"
+#include "mail/temp_dir.h"
+#include "notify/notify_globals.h"
+#include "ov/contscan.h"
+#include "ov/host.h"
+#include "plugin/attachment_replace.h"
+#include "plugin/globals.h"
+#include "plugin/mail_actions.h"
+#include "plugin/settings.h"
+#include "rules/rule_scan.h"
+
+namespace {
+
+enum ResultAction { kActionNone = 0, kActionDeleted = 1, kActionQuarantined = 2,
+                    kActionArchived = 3, kActionReplaced = 4 };
+
+// Severity of a policy action; a higher one wins.
+enum PolicyAction { kArchive = 0, kQuarantine = 1, kDelete = 2 };
+
+void debug(const char *text)
+{
+    ovux_log->start() << text << Orvane::endl;
+}
+
+// Counts the calling thread in for the whole call.
+class ThreadSlot {
+public:
+    explicit ThreadSlot(THREAD_COUNT *counter) : m_counter(counter)
+    {
+        m_entered = m_counter && m_counter->INC();
+    }
+    ~ThreadSlot()
+    {
+        if (m_entered)
+            m_counter->DEC();
+    }
+    ThreadSlot(const ThreadSlot &) = delete;
+    ThreadSlot &operator=(const ThreadSlot &) = delete;
+    bool entered() const { return m_entered; }
+
+private:
+    THREAD_COUNT *m_counter;
+    bool m_entered = false;
+};
+
+std::string base_name(const std::string &path)
+{
+    size_t slash = path.rfind('/');
+    return slash == std::string::npos ? path : path.substr(slash + 1);
+}
+
+// DF path: the AF path with the first character of its base name replaced by
+// "D" (when the base name is longer than one character).
+std::string data_file_path(const std::string &afPath)
+{
+    std::string df = afPath;
+    size_t slash = df.rfind('/');
+    size_t first = slash == std::string::npos ? 0 : slash + 1;
+    if (df.size() - first > 1)
+        df[first] = 'D';
+    return df;
+}
+
+// Direction from the third character of the AF base name: 1 for "O".
+int mail_direction(const std::string &afPath)
+{
+    std::string name = base_name(afPath);
+    return name.size() >= 3 && name[2] == 'O' ? 1 : 0;
+}
+
+// Length of a readable file, or -1 with errno set.
+long file_length(const std::string &path)
+{
+    FILE *file = std::fopen(path.c_str(), "rb");
+    if (!file)
+        return -1;
+    long length = -1;
+    if (std::fseek(file, 0, SEEK_END) == 0)
+        length = std::ftell(file);
+    std::fclose(file);
+    return length;
+}
+
+// Checks the AF and DF files; writes the event-log line on failure.
+bool check_mail_files(const std::string &af, const std::string &df, long *dfLength)
+{
+    long afLength = file_length(af);
+    std::string afProblem = afLength < 0 ? std::strerror(errno) : "File length=0";
+    *dfLength = file_length(df);
+    std::string dfProblem = *dfLength < 0 ? std::strerror(errno) : "File length=0";
+    const bool afOk = afLength > 0, dfOk = *dfLength > 0;
+    if (afOk && dfOk) {
+        ovux_log->start() << "ZWEmailPluginProcess: AF(" << af << "): File length=" << afLength
+                          << Orvane::endl;
+        ovux_log->start() << "ZWEmailPluginProcess: DF(" << df << "): File length=" << *dfLength
+                          << Orvane::endl;
+        debug("ZWEmailPluginProcess: AF and DF exist!");
+        return true;
+    }
+    char line[4 * OV_MAX_PATH];
+    if (!afOk && !dfOk)
+        std::snprintf(line, sizeof line, "CONTENT MANAGEMENT ERROR: AF(%s): %s, DF(%s): %s",
+                      af.c_str(), afProblem.c_str(), df.c_str(), dfProblem.c_str());
+    else if (!afOk)
+        std::snprintf(line, sizeof line, "CONTENT MANAGEMENT ERROR: AF(%s): %s", af.c_str(),
+                      afProblem.c_str());
+    else
+        std::snprintf(line, sizeof line, "CONTENT MANAGEMENT ERROR: DF(%s): %s", df.c_str(),
+                      dfProblem.c_str());
+    WriteLogFile(line, nullptr, 367, 0);
+    return false;
+}
+
+bool applies_to(int setting, int direction)
+{
+    return setting == 2 || setting == direction;
+}
+
+// Everything the actions and notifications of one mail need.
+struct MailContext {
+    std::string af, df;
+    int direction = 0;
+    CMailInfo info;
+    std::string recipients;   // envelope recipients, comma-separated
+    std::string sender;       // envelope sender
+};
+
+void notify(const MailContext &mail, const std::string &to, const std::string &text,
+            const std::string &policy, const char *rule, const std::string &action,
+            const char *attachmentName)
+{
+    if (to.empty())
+        return;
+    SendNotification(strNotificationSender.c_str(), to.c_str(), mail.sender.c_str(),
+                     mail.recipients.c_str(), text.c_str(), mail.df.c_str(), nullptr,
+                     policy.c_str(), rule, nullptr, action.c_str(),
+                     static_cast<NOTIFY_TYPE>(nNotifyAttachment), attachmentName,
+                     strNotificationSubject.c_str());
+}
+
+void act_on_replaced_attachments(MailContext &mail, const Replace_Stru &replace,
+                                 ZWMailResult *result)
+{
+    if (bQuarantine) {
+        std::string copy;
+        CopyMailToDirectory(g_t_strQuarDir, {}, mail.df.c_str(), &copy);
+    }
+    std::string names;
+    for (int i = 0; i < replace.count; ++i) {
+        if (replace.entries[i])
+            names += (names.empty() ? "" : ", ") + std::string(replace.entries[i]->m_szName);
+    }
+    const char *policy = "Attachment Removal";
+    const char *action = "Replaced with text";
+    if (bWarnSender && applies_to(iIOSender, mail.direction))
+        notify(mail, mail.sender, strMsgSender, policy, nullptr, action, names.c_str());
+    if (bWarnRecipient && applies_to(iIORecipient, mail.direction))
+        notify(mail, mail.recipients, strMsgRecipient, policy, nullptr, action, names.c_str());
+    if (bWarnAdmin && applies_to(iIOAdmin, mail.direction))
+        notify(mail, strAdmin, strMsgAdmin, policy, nullptr, action, names.c_str());
+    ReplaceAttachments(mail.df.c_str(), &replace, mail.info, mail.direction);
+    result->action = kActionReplaced;
+    debug("ZWEmailPluginProcess: Take Action for SFilter OK!");
+}
+
+// Deletes, quarantines or archives: `levels` are the directories under the
+// quarantine or archive root. Returns the action word for the event log.
+std::string take_action(PolicyAction action, const MailContext &mail,
+                        const std::vector<std::string> &levels, ZWMailResult *result)
+{
+    std::string copy;
+    switch (action) {
+    case kDelete:
+        result->action = kActionDeleted;
+        return "Delete";
+    case kQuarantine:
+        if (CopyMailToDirectory(g_t_strQuarDir, levels, mail.df.c_str(), &copy))
+            ovux_log->start() << "Quarantined to " << copy << Orvane::endl;
+        result->action = kActionQuarantined;
+        return "Quarantine";
+    case kArchive:
+        if (CopyMailToDirectory(g_t_strArchDir, levels, mail.df.c_str(), &copy))
+            ovux_log->start() << "Archived to " << copy << Orvane::endl;
+        if (result->action != kActionReplaced)
+            result->action = kActionArchived;
+        return "Archive";
+    }
+    return "";
+}
+
+void remove_temp_file(const char *tempName)
+{
+    if (!bDeleteTempDir)
+        return;
+    DeleteFile(tempName);
+    ovux_log->start() << "ZWEmailPluginProcess: DeleteFile(" << tempName << ")" << Orvane::endl;
+}
+
+PolicyAction rule_action(ACT_TYPE type)
+{
+    switch (type) {
+    case ACT_DEL: return kDelete;
+    case ACT_QUAR: return kQuarantine;
+    default: return kArchive;
+    }
+}
+
+// A rule of the rule filter matched: act, warn, log; the caller returns 2.
+void act_on_rule(const MailContext &mail, const std::string &ruleName, const std::string &ruleText,
+                 ACT_TYPE type, ZWMailResult *result)
+{
+    const std::string action =
+        take_action(rule_action(type), mail, {"Anti-Spam", ruleName}, result);
+    if (bAntiSpamWarnAdmin)
+        notify(mail, AntiSpamAdmin, strMsgUser, ruleName, ruleText.c_str(), action, nullptr);
+    WriteMailEvent("Anti-Spam filter has blocked a junk mail.",
+                   MailEventRecord(mail.direction, action, ruleName, mail.info, mail.df.c_str()),
+                   367);
+    result->blocked = 1;
+    result->blocked_flags[0] = 1;
+}
+
+// The names of the policies whose keyword lists matched, in policy order;
+// false when the scan could not prepare the message.
+bool scan_keywords(MEMBUF *membuf, char *tempName, std::vector<std::string> *matched)
+{
+    ReadLock lock(*m_rwObj);
+    _POLICY_MATCH_INFO *list = InitPolicySetMatchInfo();
+    ovux_log->start() << "ZWEmailPluginProcess: ZWContScanScanFile(" << tempName << ") enter...."
+                      << Orvane::endl;
+    int scanned = ZWContScanScanFile(m_pPolicySet, membuf, tempName, list);
+    debug("ZWEmailPluginProcess: ZWContScanScanFile() leave OK!");
+    if (scanned < 0) {
+        FreePolicySetMatchInfo(list);
+        return false;
+    }
+    for (const _POLICY_MATCH_INFO *entry = list; entry; entry = entry->m_pNext) {
+        if (entry->m_nMatched && entry->m_pPolicy) {
+            matched->push_back(entry->m_pPolicy->m_szName);
+            ovux_log->start() << "ZWEmailPluginProcess: ZWContScanScanFile() pResult->namePolicy="
+                              << entry->m_pPolicy->m_szName << " match!!" << Orvane::endl;
+        }
+    }
+    FreePolicySetMatchInfo(list);
+    return true;
+}
+
+// What the matched policies' sections of contscan.ini ask for.
+struct PolicyDecision {
+    PolicyAction action = kArchive;
+    bool warnSender = false, warnRecipient = false;
+    std::string senderText, recipientText;
+    std::vector<std::string> users;
+    std::string userText;
+};
+
+std::vector<std::string> split_list(const std::string &text, char separator)
+{
+    std::vector<std::string> items;
+    size_t start = 0;
+    for (size_t at; (at = text.find(separator, start)) != std::string::npos; start = at + 1)
+        items.push_back(text.substr(start, at - start));
+    items.push_back(text.substr(start));
+    return items;
+}
+
+PolicyDecision decide_policies(const std::vector<std::string> &policies)
+{
+    PolicyDecision decision;
+    for (size_t i = 0; i < policies.size(); ++i) {
+        const char *section = policies[i].c_str();
+        const std::string action = ReadSetting(section, "Action", "Archive");
+        PolicyAction wanted = action.find("Delete") != std::string::npos       ? kDelete
+                              : action.find("Quarantine") != std::string::npos ? kQuarantine
+                                                                               : kArchive;
+        if (i == 0 || wanted > decision.action)
+            decision.action = wanted;
+        if (!decision.warnSender && SettingIsYes(ReadSetting(section, "WarningSender", "no"))) {
+            decision.warnSender = true;
+            decision.senderText = ReadSetting(section, "MessageSender", "");
+        }
+        if (!decision.warnRecipient &&
+            SettingIsYes(ReadSetting(section, "WarningRecipient", "no"))) {
+            decision.warnRecipient = true;
+            decision.recipientText = ReadSetting(section, "MessageRecipient", "");
+        }
+        if (SettingIsYes(ReadSetting(section, "WarningUser", "no"))) {
+            if (decision.users.empty())
+                decision.userText = ReadSetting(section, "MessageUser", "");
+            for (const std::string &user : split_list(ReadSetting(section, "User", ""), ',')) {
+                if (!user.empty() && std::find(decision.users.begin(), decision.users.end(),
+                                               user) == decision.users.end())
+                    decision.users.push_back(user);
+            }
+        }
+    }
+    return decision;
+}
+
+void act_on_policies(const MailContext &mail, const std::vector<std::string> &policies,
+                     ZWMailResult *result)
+{
+    const PolicyDecision decision = decide_policies(policies);
+    std::string names;
+    for (const std::string &name : policies)
+        names += (names.empty() ? "" : ",") + name;
+    const std::string action = take_action(decision.action, mail, {policies.front()}, result);
+    if (decision.warnSender)
+        notify(mail, mail.sender, decision.senderText, names, nullptr, action, nullptr);
+    if (decision.warnRecipient)
+        notify(mail, mail.recipients, decision.recipientText, names, nullptr, action, nullptr);
+    if (!decision.users.empty()) {
+        std::string users;
+        for (const std::string &user : decision.users)
+            users += (users.empty() ? "" : ",") + user;
+        notify(mail, users, decision.userText, names, nullptr, action, nullptr);
+    }
+    WriteMailEvent("Content filter has blocked a sensitive mail.",
+                   MailEventRecord(mail.direction, action, names, mail.info, mail.df.c_str()),
+                   367);
+}
+
+// Strips one pair of enclosing angle brackets.
+std::string bare_address(const std::string &value)
+{
+    if (value.size() >= 2 && value.front() == '<' && value.back() == '>')
+        return value.substr(1, value.size() - 2);
+    return value;
+}
+
+// The envelope recipients ("T" lines), without brackets, comma-separated.
+std::string envelope_recipients(const std::string &af)
+{
+    CMailList list;
+    list.GatherMailList(af.c_str());
+    std::string joined;
+    for (const CMailer *entry = list.m_pHead; entry; entry = entry->m_pNext) {
+        std::string address = bare_address(entry->m_pszAddress ? entry->m_pszAddress : "");
+        if (!address.empty())
+            joined += (joined.empty() ? "" : ",") + address;
+    }
+    return joined;
+}
+
+int process_mail(ZWHostCall *call, ZWMailResult *result)
+{
+    debug("ZWEmailPluginProcess: Starting.....");
+    Enque_Mail = call->enque_mail;
+    if (!Enque_Mail)
+        debug("ZWEmailPluginProcess: SendNotification pointer Enque_Mail is NULL!!");
+    std::memset(result, 0, sizeof *result);
+
+    auto mail = std::make_unique<MailContext>();
+    mail->af.assign(call->af_path, strnlen(call->af_path, sizeof call->af_path));
+    mail->df = data_file_path(mail->af);
+    mail->direction = mail_direction(mail->af);
+    long dfLength = 0;
+    if (!check_mail_files(mail->af, mail->df, &dfLength))
+        return -6;
+
+    mail->info.ParseAFInfo(mail->af.c_str(), true);
+    if (mail->info.m_lReceivedTime == 0)
+        mail->info.m_lReceivedTime = static_cast<int>(time(nullptr));
+    mail->info.m_nMailSize = static_cast<int>(dfLength);
+    mail->info.m_nDirection = mail->direction;
+    mail->recipients = envelope_recipients(mail->af);
+    mail->sender = bare_address(mail->info.m_pszEnvelopeFrom ? mail->info.m_pszEnvelopeFrom : "");
+    char tempName[OV_MAX_PATH] = "";
+    GetTempFileName(g_t_strTEMPDIR.c_str(), mail->direction == 1 ? "DFO" : "DFI", 0, tempName);
+
+    debug("ZWEmailPluginProcess: RuleScan Starting....");
+    auto membuf = std::make_unique<MEMBUF>();
+    membuf->m_bInMemory = 0;
+    membuf->m_nLength = 0;
+    membuf->m_szData[0] = '\0';
+    const bool removal = bRemoveAttachment && applies_to(iIOMail, mail->direction);
+    Replace_Stru replace;
+    std::string ruleName, ruleText;
+    ACT_TYPE actType = ACT_DEL;
+    TriggerType trigger = TRIGGER_ADMIN;
+    std::vector<char> af(mail->af.begin(), mail->af.end()), df(mail->df.begin(), mail->df.end());
+    af.push_back('\0');
+    df.push_back('\0');
+    const bool blocked = m_pRuleScanObj->Scan(af.data(), df.data(), ruleName, ruleText, actType,
+                                              trigger, mail->info, membuf.get(), tempName,
+                                              removal ? &replace : nullptr);
+    ovux_log->start() << (removal ? "ZWEmailPluginProcess: m_pRuleScanObj->Scan() with SFilter "
+                                  : "ZWEmailPluginProcess: m_pRuleScanObj->Scan() ")
+                      << (blocked ? "block!" : "pass!") << Orvane::endl;
+    if (blocked)
+        ovux_log->start() << " szRuleName=" << ruleName << " szRule=" << ruleText << Orvane::endl;
+
+    if (removal && replace.count > 0)
+        act_on_replaced_attachments(*mail, replace, result);
+
+    if (blocked) {
+        act_on_rule(*mail, ruleName, ruleText, actType, result);
+        remove_temp_file(tempName);
+        debug("ZWEmailPluginProcess: Take Action for Anti-Spam OK!");
+        debug("ZWEmailPluginProcess: OK!!");
+        return 2;
+    }
+
+    debug("ZWEmailPluginProcess: ContScan Starting....");
+    std::vector<std::string> policies;
+    FILE *text = std::fopen(tempName, "r");
+    if (!text) {
+        ovux_log->start() << "ZWEmailPluginProcess: fopen(szTempDFName=" << tempName
+                          << ",\"r\") failed!" << Orvane::endl;
+    } else {
+        std::fclose(text);
+        if (!scan_keywords(membuf.get(), tempName, &policies)) {
+            WriteLogFile("CONTENT MANAGEMENT ERROR: Failed to preprocess original message file.",
+                         nullptr, 367, 0);
+            remove_temp_file(tempName);
+            return -8;
+        }
+    }
+    if (!policies.empty())
+        act_on_policies(*mail, policies, result);
+    else
+        debug("ZWEmailPluginProcess: ZWContScanScanFile() pass!!");
+
+    remove_temp_file(tempName);
+    debug("ZWEmailPluginProcess: OK!!");
+    return 0;
+}
+
+} // namespace
+
+extern "C" int ZWEmailPluginProcess(ZWHostCall *call, ZWMailResult *result)
+{
+    ThreadSlot slot(ThreadsNum);
+    if (!slot.entered() || !bInit) {
+        debug("ZWEmailPluginProcess: Not Initialize yet!!");
+        debug("ZWEmailPluginProcess: fail!!");
+        return -9;
+    }
+    if (!call || !result) {
+        WriteLogFile("CONTENT MANAGEMENT ERROR: no call or result record", nullptr, 367, 0);
+        return -6;
+    }
+    return process_mail(call, result);
+}
