@@ -375,3 +375,52 @@ int ConfigFile::dumpWithout(const char *name, const char *section)
 }
 
 int ConfigFile::dumpWithout(const char *section) { return dumpWithout(m_name.c_str(), section); }
+
+std::vector<ConfigLineProblem> FindConfigLineProblems(const char *name)
+{
+    std::vector<ConfigLineProblem> problems;
+    std::unique_ptr<FILE, FileCloser> file(name ? std::fopen(name, "r") : nullptr);
+    if (!file)
+        return problems;
+    std::string raw;
+    int number = 0;
+    bool continuing = false;
+    for (;;) {
+        raw.clear();
+        int c;
+        while ((c = getc_unlocked(file.get())) != EOF && c != '\n')
+            raw.push_back(static_cast<char>(c));
+        const bool ended = c == '\n';
+        if (!ended && raw.empty())
+            break;
+        ++number;
+        if (!ended) {
+            problems.push_back({number, continuing ? "the file ends inside a continued value: "
+                                                     "the key is not stored"
+                                                   : "the last line has no newline and is ignored"});
+            break;
+        }
+        const std::string line = raw.substr(0, kLineBuffer - 1);
+        if (raw.size() >= kLineBuffer)
+            problems.push_back({number, "longer than 1023 bytes: the rest of the line is lost"});
+        if (continuing) {
+            continuing = !line.empty() && line.back() == '\\';
+            continue;
+        }
+        std::string word, value;
+        switch (parse_line(line, word, value)) {
+        case LineKind::kDropped:
+            problems.push_back({number, "not a section, key, blank or \"#\" line: dropped"});
+            break;
+        case LineKind::kKey:
+            if (!word.empty() && is_blank(word.back()))
+                problems.push_back({number, "blank before \"=\": the key is \"" + word + "\""});
+            continuing = !value.empty() && value.back() == '\\';
+            break;
+        default:
+            break;
+        }
+    }
+    return problems;
+}
+

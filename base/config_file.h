@@ -32,6 +32,8 @@
 
 #include <cstdint>
 #include <ctime>
+#include <string>
+#include <vector>
 
 #include "base/base_obj.h"
 #include "base/containers.h"
@@ -113,3 +115,17 @@ private:
     long m_mtimeNsec = 0;
     SmartPtr<ConfigTree> m_tree;
 };
+
+// A line of a settings file that the reader does not take as written, for
+// the administrators' lint: its 1-based number and what happens to it.
+struct ConfigLineProblem {
+    int line;
+    std::string reason;
+};
+
+// Every such line of the file: dropped lines (neither section, key, blank
+// nor "#" comment), lines cut at 1023 bytes, keys whose name keeps a blank
+// before "=", a continued value cut off by the end of the file, and a last
+// line without newline. Empty for a clean or unreadable file.
+std::vector<ConfigLineProblem> FindConfigLineProblems(const char *name);
+

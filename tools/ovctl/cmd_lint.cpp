@@ -1,0 +1,183 @@
+// ovctl lint --root ROOT: reads every settings and rule file of an
+// installation as the plug-in would and reports each problem as
+// "FILE:LINE: message" (or "FILE: message" for the whole file):
+//   contscan.ini            lines the settings reader drops or reads otherwise
+//                           than written
+//   CsConfig.dat            must begin with its "CsConfig.dat2" marker
+//   spamrule/spamrule.txt   rule lines the editor's check refuses
+//   spamrule/SFRule.txt     special-filter lines without name or mail type
+//   "RuleFile" sources      sealed files whose CRC does not agree (their rules
+//                           are then checked too) and plain import files
+// Exit 1 when anything was reported, 0 for a clean installation.
+#include <strings.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "base/config_file.h"
+#include "base/file_util.h"
+#include "base/profile.h"
+#include "rules/rule_line.h"
+#include "rules/sealed_file.h"
+#include "sfilter/sfrule_content.h"
+#include "sfilter/sfrule_file.h"
+#include "tools/ovctl/command.h"
+
+namespace {
+
+class Report {
+public:
+    void file(const std::string &path, const std::string &message)
+    {
+        std::printf("%s: %s\n", path.c_str(), message.c_str());
+        ++m_count;
+    }
+    void line(const std::string &path, int number, const std::string &message)
+    {
+        std::printf("%s:%d: %s\n", path.c_str(), number, message.c_str());
+        ++m_count;
+    }
+    int count() const { return m_count; }
+
+private:
+    int m_count = 0;
+};
+
+bool readable(const std::string &path)
+{
+    return access(path.c_str(), R_OK) == 0;
+}
+
+void lint_settings(const std::string &path, Report &report)
+{
+    if (!readable(path)) {
+        report.file(path, "missing or unreadable: the plug-in does not start");
+        return;
+    }
+    for (const ConfigLineProblem &problem : FindConfigLineProblems(path.c_str()))
+        report.line(path, problem.line, problem.reason);
+}
+
+void lint_policies(const std::string &path, Report &report)
+{
+    FILE *file = std::fopen(path.c_str(), "rb");
+    if (!file) {
+        report.file(path, "missing or unreadable: the plug-in does not start");
+        return;
+    }
+    char head[14] = {};
+    size_t got = std::fread(head, 1, sizeof head, file);
+    std::fclose(file);
+    if (got < sizeof head || std::string(head, sizeof head) != "CsConfig.dat2\t")
+        report.line(path, 1, "does not begin with the marker \"CsConfig.dat2\" and a tab: "
+                             "no policy is loaded");
+}
+
+// Rule lines of a rule file; the action is judged only where the file's own
+// actions count (the vendor's are replaced by the configured one).
+void lint_rule_lines(const std::string &path, const std::string &shownAs, bool checkAction,
+                     Report &report)
+{
+    f_read_text_file rules(path.c_str());
+    if (!rules.is_open()) {
+        report.file(shownAs, "missing or unreadable");
+        return;
+    }
+    std::string line;
+    for (int number = 1; rules.read_a_line(line); ++number) {
+        RuleLineError error = CheckRuleLine(line.c_str(), checkAction);
+        if (error != RULE_LINE_OK && error != RULE_LINE_EMPTY)
+            report.line(shownAs, number, RuleLineMessage(error));
+    }
+}
+
+void lint_special_rules(const std::string &path, Report &report)
+{
+    f_read_text_file rules(path.c_str());
+    if (!rules.is_open()) {
+        report.file(path, "missing or unreadable: the plug-in does not start");
+        return;
+    }
+    std::string line;
+    for (int number = 1; rules.read_a_line(line); ++number) {
+        size_t first = line.find_first_not_of(" \t\r");
+        if (first == std::string::npos || line[first] == ';')
+            continue;   // blank, or the writer's comment line
+        tagSFRuleContent rule;
+        if (!c_special_filter_loader::parse_line(line, rule))
+            report.line(path, number, "no <RULE NAME> or <MAIL TYPE>: the line is skipped");
+    }
+}
+
+void lint_sealed(const std::string &path, const std::string &tempDir, Report &report)
+{
+    char plain[OV_MAX_PATH] = "";
+    if (GetTempFileName(tempDir.c_str(), "LN", 0, plain) == 0) {
+        report.file(path, "cannot make a temporary file in " + tempDir);
+        return;
+    }
+    if (DecrptFileWithCRC(path.c_str(), plain) == -1)
+        report.file(path, "unreadable, or its CRC does not agree: no vendor rule is loaded");
+    else
+        lint_rule_lines(plain, path, false, report);
+    DeleteFile(plain);
+}
+
+// The sources of "RuleFile" in section "Anti-Spam", as the plug-in loads them.
+void lint_rule_sources(const std::string &ini, const std::string &ruleDir, Report &report)
+{
+    char list[512] = "";
+    GetPrivateProfileString("Anti-Spam", "RuleFile", "", list, sizeof list, ini.c_str());
+    if (list[0] == '\0')
+        return;
+    char version[50] = "";
+    GetPrivateProfileString("RuleFile-Update", "RFVersion", "1", version, sizeof version,
+                            ini.c_str());
+    const char *tempDir = std::getenv("TMPDIR");
+    std::string items = list;
+    size_t start = 0;
+    for (;;) {
+        size_t comma = items.find(',', start);
+        std::string item = items.substr(start, comma == std::string::npos ? std::string::npos
+                                                                           : comma - start);
+        if (strncasecmp(item.c_str(), "Zelto$RF", 8) == 0)
+            lint_sealed(ruleDir + "Zelto$RF." + version, tempDir ? tempDir : "/tmp", report);
+        else if (item.empty())
+            report.file(ini, "[Anti-Spam] RuleFile has an empty item");
+        else
+            lint_rule_lines(item, item, false, report);
+        if (comma == std::string::npos)
+            break;
+        start = comma + 1;
+    }
+}
+
+int run_lint(const OvctlArgs &args)
+{
+    if (args.size() != 2 || args[0] != "--root")
+        return ovctl_usage("lint");
+    std::string root = args[1];
+    while (root.size() > 1 && root.back() == '/')
+        root.pop_back();
+    const std::string dir = root + "/Plug-Ins/OV/";
+    const std::string ini = dir + "contscan.ini";
+    Report report;
+    lint_settings(ini, report);
+    lint_policies(dir + "CsConfig.dat", report);
+    lint_rule_lines(dir + "spamrule/spamrule.txt", dir + "spamrule/spamrule.txt", true, report);
+    lint_special_rules(dir + "spamrule/SFRule.txt", report);
+    lint_rule_sources(ini, dir + "spamrule/", report);
+    if (report.count() == 0) {
+        std::printf("%s: no problems\n", dir.c_str());
+        return 0;
+    }
+    std::fprintf(stderr, "ovctl: %d problem%s\n", report.count(), report.count() == 1 ? "" : "s");
+    return 1;
+}
+
+const OvctlCommand lintCommand{"lint", "lint --root ROOT", run_lint};
+
+} // namespace
