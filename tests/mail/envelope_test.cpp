@@ -1,0 +1,175 @@
+// Reading the envelope file into CMailInfo, the free single-value reader and
+// the recipient list.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "mail/charset.h"
+#include "mail/mail_info.h"
+#include "mail/mail_list.h"
+#include "support/base_temp_dir.h"
+
+namespace {
+
+// "日本" in ISO-2022-JP as a B-form encoded word, and the same two
+// characters in EUC-JP, the host code after start.
+const char kEncodedNihon[] = "=?ISO-2022-JP?B?GyRCRnxLXBsoQg==?=";
+const char kEucNihon[] = "\xC6\xFC\xCB\xDC";
+
+struct Envelope {
+    std::string from, to, cc, replyTo, subject, envelopeFrom, envelopeTo, a, receivedText;
+    int receivedTime;
+};
+
+Envelope Read(const CMailInfo &info)
+{
+    return {info.m_strFrom,      info.m_strTo,         info.m_strCc,
+            info.m_strReplyTo,   info.m_strSubject,    info.m_strEnvelopeFrom,
+            info.m_strEnvelopeTo, info.m_strA,         info.m_strReceivedTime,
+            info.m_lReceivedTime};
+}
+
+TEST(ParseAFInfo, StoresEachLetterInBothModes)
+{
+    struct Row {
+        const char *what;
+        std::string af;
+        bool raw;
+        Envelope expected;
+    } rows[] = {
+        {"every letter, raw",
+         "F<s@x>\nT<r@y>\nO<o@x>\nD<d@y>\nC<c@z>\nP<p@x>\nSHello\nAextra\nR1039410000\n", true,
+         {"<o@x>", "<d@y>", "<c@z>", "<p@x>", "Hello", "<s@x>", "<r@y>", "extra", "1039410000",
+          1039410000}},
+        {"every letter, stripped",
+         "F<s@x>\nT<r@y>\nO<o@x>\nD<d@y>\nC<c@z>\nP<p@x>\nSHello\nAextra\nR1039410000\n", false,
+         {"o@x", "d@y", "c@z", "p@x", "Hello", "s@x", "r@y", "extra", "1039410000", 1039410000}},
+        {"later lines win", "SFirst\nSSecond\nT<a>\nT<b>\n", true,
+         {"", "", "", "", "Second", "", "<b>", "", "", 0}},
+        {"trailing blanks and CR LF trimmed", "SHi there \t\r\nO<o@x>  \r\n", false,
+         {"o@x", "", "", "", "Hi there", "", "", "", "", 0}},
+        {"one-sided brackets", "O<o@x\nD d@y>\n", false,
+         {"o@x", " d@y", "", "", "", "", "", "", "", 0}},
+        {"empty brackets skipped when stripping", "T<>\nT<\nT>\n", false,
+         {"", "", "", "", "", "", "", "", "", 0}},
+        {"empty brackets kept raw", "T<>\n", true, {"", "", "", "", "", "", "<>", "", "", 0}},
+        {"unknown letters and short lines ignored", "X1\nsLower\nS\n\nBvalue\nQ\n", true,
+         {"", "", "", "", "", "", "", "", "", 0}},
+        {"received time is a decimal prefix", "R12abc\n", true,
+         {"", "", "", "", "", "", "", "", "12abc", 12}},
+        {"received time without digits", "Rsoon\n", true,
+         {"", "", "", "", "", "", "", "", "soon", 0}},
+        {"encoded subject decoded to the host code", std::string("S") + kEncodedNihon + "\n",
+         false, {"", "", "", "", kEucNihon, "", "", "", "", 0}},
+        {"encoded word inside brackets", std::string("O<") + kEncodedNihon + ">\n", false,
+         {kEucNihon, "", "", "", "", "", "", "", "", 0}},
+    };
+    for (const Row &row : rows) {
+        BaseTempDir dir;
+        CMailInfo info;
+        EXPECT_TRUE(info.ParseAFInfo(dir.write("AFI1", row.af).c_str(), row.raw));
+        Envelope got = Read(info);
+        const Envelope &want = row.expected;
+        EXPECT_EQ(got.from, want.from) << row.what;
+        EXPECT_EQ(got.to, want.to) << row.what;
+        EXPECT_EQ(got.cc, want.cc) << row.what;
+        EXPECT_EQ(got.replyTo, want.replyTo) << row.what;
+        EXPECT_EQ(got.subject, want.subject) << row.what;
+        EXPECT_EQ(got.envelopeFrom, want.envelopeFrom) << row.what;
+        EXPECT_EQ(got.envelopeTo, want.envelopeTo) << row.what;
+        EXPECT_EQ(got.a, want.a) << row.what;
+        EXPECT_EQ(got.receivedText, want.receivedText) << row.what;
+        EXPECT_EQ(got.receivedTime, want.receivedTime) << row.what;
+    }
+}
+
+TEST(ParseAFInfo, ViewsFollowEveryAssignment)
+{
+    BaseTempDir dir;
+    CMailInfo info;
+    // A short value first, then a long one that needs a new allocation.
+    std::string af = "Sa\nS" + std::string(5000, 'b') + "\nO<o@x>\nF<>\nAx\nTr\n";
+    info.ParseAFInfo(dir.write("AF", af).c_str(), true);
+    EXPECT_EQ(info.m_pszSubject, info.m_strSubject.c_str());
+    EXPECT_EQ(info.m_pszFrom, info.m_strFrom.c_str());
+    EXPECT_EQ(info.m_pszEnvelopeFrom, info.m_strEnvelopeFrom.c_str());
+    EXPECT_EQ(info.m_pszA, info.m_strA.c_str());
+    EXPECT_EQ(info.m_pszEnvelopeTo, info.m_strEnvelopeTo.c_str());
+    EXPECT_EQ(info.m_pszTo, nullptr);   // no D line
+    EXPECT_EQ(info.m_pszCc, nullptr);
+    EXPECT_EQ(info.m_pszReplyTo, nullptr);
+    EXPECT_EQ(std::string(info.m_pszSubject), std::string(5000, 'b'));
+}
+
+TEST(ParseAFInfo, MissingFileLeavesTheRecordAlone)
+{
+    CMailInfo info;
+    info.m_strSubject = "kept";
+    EXPECT_TRUE(info.ParseAFInfo("/nonexistent/AFI1", true));
+    EXPECT_EQ(info.m_strSubject, "kept");
+    EXPECT_EQ(info.m_pszSubject, nullptr);
+}
+
+TEST(GetAFInfo, ReadsTheFirstLineOfALetterAsWritten)
+{
+    BaseTempDir dir;
+    std::string af = dir.write(
+        "AF", "F\nT<a@x>\nT<b@x>\nSFirst \r\nSSecond\n" + std::string("O") + kEncodedNihon + "\n");
+    struct {
+        char letter;
+        int result;
+        const char *value;
+    } rows[] = {
+        {'F', 0, "<>"},   {'T', 0, "<a@x>"}, {'S', 0, "First"}, {'O', 0, kEncodedNihon},
+        {'D', -1, ""},    {'X', -1, ""},     {'s', -1, ""},
+    };
+    for (const auto &row : rows) {
+        std::string value = "old";
+        EXPECT_EQ(GetAFInfo(row.letter, af.c_str(), value), row.result) << row.letter;
+        EXPECT_EQ(value, row.value) << row.letter;
+    }
+    std::string value;
+    EXPECT_EQ(GetAFInfo('F', "/nonexistent/AF", value), -1);
+}
+
+TEST(CMailList, KeepsEachRecipientOnceInEnvelopeOrder)
+{
+    struct {
+        const char *af;
+        const char *list;   // null: no list
+        int length;
+    } rows[] = {
+        {"T<a@x>\nT<b@x>\nT<a@x>\n", "<a@x>,<b@x>", 12},
+        {"T<a@x>  \r\nT<A@x>\n", "<a@x>,<A@x>", 12},   // case matters
+        {"Tone\n", "one", 4},
+        {"T\nT \nF<s@x>\n", nullptr, 0},
+        {"", nullptr, 0},
+    };
+    for (const auto &row : rows) {
+        BaseTempDir dir;
+        CMailList list;
+        list.GatherMailList(dir.write("AF", row.af).c_str());
+        if (row.list == nullptr)
+            EXPECT_EQ(list.GetListString(), nullptr) << row.af;
+        else
+            EXPECT_STREQ(list.GetListString(), row.list) << row.af;
+        EXPECT_EQ(list.QueryListLen(), row.length) << row.af;
+    }
+}
+
+TEST(CMailList, RebuildsItsTextAfterAdditions)
+{
+    CMailList list;
+    list.GatherMailList("/nonexistent/AF");
+    EXPECT_EQ(list.GetListString(), nullptr);
+    list.AddMailer("x@y");
+    list.AddMailer("");
+    list.AddMailer(nullptr);
+    list.CreateListString();
+    EXPECT_STREQ(list.GetListString(), "x@y");
+    list.AddMailer("z@y");
+    list.CreateListString();
+    EXPECT_STREQ(list.GetListString(), "x@y,z@y");
+}
+
+} // namespace

@@ -1,0 +1,228 @@
+// Evaluation of rule sentences against one mail: every variable, operator
+// and flag as a row of a table.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <ctime>
+#include <string>
+#include <vector>
+
+#include "rules/expression.h"
+
+namespace {
+
+// Sunday 2002-12-01 10:30:00 UTC.
+const int kSundayAtTen = 1038738600;
+
+void Store(std::string &field, const char *&view, const char *text)
+{
+    if (text == nullptr)
+        return;
+    field = text;
+    view = field.c_str();
+}
+
+class RuleEvaluation : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        setenv("TZ", "UTC", 1);
+        tzset();
+        Store(mail.m_strFrom, mail.m_pszFrom, "Alice <alice@example.com>");
+        Store(mail.m_strEnvelopeFrom, mail.m_pszEnvelopeFrom, "bounce@lists.example.org");
+        Store(mail.m_strTo, mail.m_pszTo, "carol@example.com, bob@example.net");
+        Store(mail.m_strReplyTo, mail.m_pszReplyTo, "");
+        Store(mail.m_strSubject, mail.m_pszSubject, "Hello World");
+        // No C line: m_pszCc stays null.
+        mail.m_nMailSize = 100;
+        mail.m_lReceivedTime = kSundayAtTen;
+        for (std::string host : {"mx.example.com", "relay.spam.example"})
+            mail.AddDomain(&host[0]);
+        char pdf[] = "Report.PDF", pdfType[] = "Application/PDF";
+        mail.AddAttach(pdf, pdfType);
+        char tnef[] = "winmail.dat", tnefType[] = "application/ms-tnef";
+        mail.AddAttach(tnef, tnefType);
+        mail.m_pAttach[1]->AddFileName("budget.xls", false);
+        mail.m_pAttach[1]->AddFileName("notes", false);
+    }
+
+    struct Row {
+        const char *sentence;
+        bool expected;
+    };
+
+    void Check(const std::vector<Row> &rows)
+    {
+        for (const Row &row : rows) {
+            CExpression rule;
+            ASSERT_TRUE(rule.ParseExpression(row.sentence, true)) << row.sentence;
+            EXPECT_EQ(rule.Evaluate(&mail), row.expected) << row.sentence;
+        }
+    }
+
+    CMailInfo mail;
+};
+
+TEST_F(RuleEvaluation, Subject)
+{
+    Check({
+        {R"(SUBJ="Hello World")", true},
+        {R"(SUBJ="hello world")", false},
+        {R"(SUBJ=I"HELLO world")", true},
+        {R"(SUBJ="Hello")", false},               // exact without S
+        {R"(SUBJ=S"Hello")", true},               // pieces, unanchored
+        {R"(SUBJ=S"*World")", true},
+        {R"(SUBJ=S"World*Hello")", false},
+        {R"(SUBJ=S"hello")", false},
+        {R"(SUBJ=IS"hello*WORLD")", true},
+        {R"(SUBJ!="x")", true},
+        {R"(SUBJ!="Hello World")", false},
+        {R"(SUBJ<"x")", true},                    // any operator but = means "differs"
+        {R"(SUBJ="Hello World,x")", false},       // a subject value is not a list
+        {R"(SUBJ="")", false},
+        {R"(SUBJ="''")", false},
+    });
+}
+
+TEST_F(RuleEvaluation, SenderFallsBackToTheEnvelopeSender)
+{
+    Check({
+        {R"(FROM="Alice <alice@example.com>")", true},
+        {R"(FROM="bounce@lists.example.org")", true},
+        {R"(FROM=S"alice@")", true},
+        {R"(FROM=S"lists.example")", true},
+        {R"(FROM=IS"*EXAMPLE.ORG")", true},
+        {R"(FROM="nobody, bounce@lists.example.org")", true},
+        {R"(FROM="nobody")", false},
+        {R"(FROM="''")", false},
+    });
+}
+
+TEST_F(RuleEvaluation, AddressListsOnBothSides)
+{
+    Check({
+        {R"(TO="bob@example.net")", true},
+        {R"(TO="alice,bob@example.net")", true},
+        {R"(TO=" bob@example.net ")", true},
+        {R"(TO="dave")", false},
+        {R"(TO!="carol@example.com")", true},     // bob differs
+        {R"(TO=S"example.net")", true},
+        {R"(CC="''")", true},                     // missing field
+        {R"(CC="x")", false},
+        {R"(CC!="x")", false},                    // an empty field never compares
+        {R"(CC=S"*")", false},
+        {R"(CC="x,''")", true},
+        {R"(RTO="''")", true},                    // empty field
+        {R"(RTO="'x'")", false},
+        {R"(TO="'bob@example.net'")", false},     // quotes stay part of the text
+    });
+}
+
+TEST_F(RuleEvaluation, SizeAndTime)
+{
+    Check({
+        {"SIZE=100", true},
+        {"SIZE<100", false},
+        {"SIZE<101", true},
+        {"SIZE>99", true},
+        {"SIZE>100", false},
+        {"SIZE!=100", false},
+        {"SIZE!=5", true},
+        {R"(TIME="01FFFFFF")", true},             // Sundays, any hour
+        {R"(TIME="02FFFFFF")", false},            // Mondays
+        {R"(TIME="7F000000")", false},            // no hour bit
+        {R"(TIME="7F000400")", true},             // 10 o'clock
+        {R"(TIME="7f000400")", true},
+        {R"(TIME="7F000800")", false},            // 11 o'clock
+        {R"(TIME="7F0004")", false},              // not a multiple of 8
+        {R"(TIME="0100000001FFFFFF")", true},     // the second block
+        {R"(TIME="")", false},
+        {R"(TIME="zzzzzzzz")", false},
+        {R"(TIME!="01FFFFFF")", true},            // the operator is not used
+    });
+    mail.m_lReceivedTime = -1;
+    Check({{R"(TIME="FFFFFFFF")", false}});
+}
+
+TEST_F(RuleEvaluation, RelayHostsForgiveLaterMisses)
+{
+    Check({
+        {R"(DOM="mx.example.com")", true},
+        {R"(DOM=S"spam")", true},
+        {R"(DOM="other")", false},
+        {R"(DOM="other,relay.spam.example")", true},
+        {R"(DOM="other",DOM="mx.example.com")", false},   // a miss before any match
+        {R"(DOM="mx.example.com",DOM="other")", true},    // forgiven
+        {R"(DOM="mx.example.com",DOM="other",SIZE=1)", false},
+        {R"(SIZE=100,DOM="other")", false},
+    });
+    mail.m_nDomainCount = 0;
+    Check({{R"(DOM="''")", false}, {"SIZE=100", true}});
+}
+
+TEST_F(RuleEvaluation, Attachments)
+{
+    Check({
+        {R"(ATTACH="exe")", true},                // no dot: no name test
+        {R"(ATTACH=".exe")", false},
+        {R"(ATTACH=".PDF")", true},
+        {R"(ATTACH=".pdf")", false},
+        {R"(ATTACH=I".pdf")", true},
+        {R"(ATTACH="report.")", false},
+        {R"(ATTACH=I"report.")", true},
+        {R"(ATTACH="Report.PDF")", true},
+        {R"(ATTACH=S"por.PD")", true},            // contains, both parts
+        {R"(ATTACH=S"xpor.PD")", false},
+        {R"(ATTACH=".xls")", true},               // a name inside the TNEF part
+        {R"(ATTACH="notes.")", true},
+        {R"(ATTACH="budget.xls:application/ms-tnef")", true},
+        {R"(ATTACH="budget.xls:text/plain")", false},
+        {R"(ATTACH=":pdf")", true},               // type only, lowered
+        {R"(ATTACH=":PDF")", true},
+        {R"(ATTACH=":image")", false},
+        {R"(ATTACH=".exe:ALL")", false},
+        {R"(ATTACH=":ALL")", true},
+        {R"(ATTACH=":none")", true},
+        {R"(ATTACH="a.b:c:pdf")", false},         // split at the last ":"
+    });
+    mail.m_bChecked[0] = 1;   // taken by the specialized filter
+    Check({{R"(ATTACH=".PDF")", false}, {R"(ATTACH=".xls")", true}});
+    mail.m_bChecked[1] = 1;
+    Check({{R"(ATTACH="exe")", false}});
+}
+
+TEST_F(RuleEvaluation, TermsAreJoinedByAnd)
+{
+    Check({
+        {R"(SUBJ="Hello World",SIZE=100,TO=S"bob")", true},
+        {R"(SUBJ="Hello World",SIZE>1000)", false},
+        {R"(SIZE>1000,SUBJ="Hello World")", false},
+    });
+    CExpression empty;
+    EXPECT_TRUE(empty.Evaluate(&mail));
+    EXPECT_FALSE(empty.Evaluate(nullptr));
+}
+
+TEST(CTerm, NumbersAndUnknownTimes)
+{
+    struct {
+        OP_TYPE op;
+        int number, n;
+        bool expected;
+    } rows[] = {
+        {OP_EQ, 5, 5, true},  {OP_EQ, 5, 6, false}, {OP_NE, 5, 6, true},
+        {OP_LT, 5, 4, true},  {OP_LT, 5, 5, false}, {OP_GT, 5, 6, true},
+        {OP_GT, 5, 5, false}, {static_cast<OP_TYPE>(7), 5, 5, false},
+    };
+    for (const auto &row : rows) {
+        CTerm term;
+        term.Set(VAR_SIZE, row.op, false, false, row.number);
+        EXPECT_EQ(term.Evaluate(row.n), row.expected) << row.op << " " << row.number;
+    }
+    CTerm time;
+    time.Set(VAR_TIME, OP_EQ, false, false, "FFFFFFFF");
+    EXPECT_FALSE(time.EvaluateTime(-1));
+    EXPECT_FALSE(time.EvaluateAttach(nullptr));
+}
+
+} // namespace

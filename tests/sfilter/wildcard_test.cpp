@@ -1,0 +1,155 @@
+// Wildcard matching of header values (pieces in order, unanchored) and of
+// attachment file names (whole-name glob).
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+
+#include "sfilter/wildcard.h"
+
+namespace {
+
+struct Row {
+    const char *text;
+    const char *pattern;
+    bool expected;
+};
+
+TEST(WildCardStringCompare, PiecesMustOccurInOrder)
+{
+    const Row rows[] = {
+        {"hello", "", true},
+        {"", "*", true},
+        {"", "", true},
+        {"", "a", false},
+        {"xxabcxx", "abc", true},         // no "*": a substring test
+        {"zzabbbcz", "a*c", true},
+        {"abcabc", "c*a", true},
+        {"abc", "c*a", false},
+        {"a?c", "?", true},               // "?" is literal here
+        {"abc", "?", false},
+        {"abc", "*", true},
+        {"abc", "**", true},
+        {"abc", "a**c", true},
+        {"abc", "*c*", true},
+        {"aba", "ab*ba", false},          // pieces may not overlap
+        {"ababa", "ab*ba", true},
+        {"free offer now", "*offer*", true},
+        {"Offer", "offer", false},        // case is the caller's business
+        {"abc", "abcd", false},
+        {"aXbYc", "a*b*c", true},
+        {"cba", "a*b*c", false},
+    };
+    for (const Row &row : rows)
+        EXPECT_EQ(WildCardStringCompare(row.text, row.pattern), row.expected)
+            << "text \"" << row.text << "\" pattern \"" << row.pattern << "\"";
+}
+
+TEST(WildCardStringCompare, NullSidesNeverMatch)
+{
+    EXPECT_FALSE(WildCardStringCompare(nullptr, "a"));
+    EXPECT_FALSE(WildCardStringCompare("a", nullptr));
+}
+
+TEST(SplitByAsterisk, SplitsAtTheFirstStar)
+{
+    struct {
+        const char *pattern, *head, *tail;
+    } rows[] = {
+        {"abc", "abc", ""}, {"a*b*c", "a", "b*c"}, {"*x", "", "x"},
+        {"x*", "x", ""},    {"", "", ""},          {nullptr, "", ""},
+    };
+    for (const auto &row : rows) {
+        std::string head = "old", tail = "old";
+        SplitByAsterisk(row.pattern, head, tail);
+        EXPECT_EQ(head, row.head) << (row.pattern ? row.pattern : "(null)");
+        EXPECT_EQ(tail, row.tail) << (row.pattern ? row.pattern : "(null)");
+    }
+}
+
+TEST(WildCardFilenameCompare, WholeNameGlob)
+{
+    const Row rows[] = {
+        {"readme", "read*", true},
+        {"readme", "*", true},
+        {"ab", "a?", true},
+        {"a", "a?", false},
+        {"Readme", "readme", false},
+        {"", "*", true},
+        {"", "", true},
+        {"", "?", false},
+        {"a.exe", "*.exe", true},
+        {"a.exe.txt", "*.exe", false},
+        {"exe", "*.exe", false},
+        {".exe", "*.exe", true},
+        {"abc", "abc", true},
+        {"abc", "ab", false},
+        {"ab", "abc", false},
+        {"abc", "a*c", true},
+        {"ac", "a*c", true},
+        {"abcbc", "a*bc", true},
+        {"abcbd", "a*bc", false},
+        {"abc", "*?", true},
+        {"", "**", true},
+        {"x", "*?*", true},
+        {"", "*?", false},
+        {"mississippi", "m*iss*ppi", true},
+        {"mississippi", "m*iss*x", false},
+        {"report.doc", "*.do?", true},
+        {"report.do", "*.do?", false},
+        // Many stars against a long name that never matches: the answer
+        // must come without trying every way of splitting the name.
+        {"aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa",
+         "*a*a*a*a*a*a*a*a*a*a*a*a*b", false},
+    };
+    for (const Row &row : rows)
+        EXPECT_EQ(WildCardFilenameCompare(row.text, row.pattern), row.expected)
+            << "name \"" << row.text << "\" pattern \"" << row.pattern << "\"";
+}
+
+// The glob taken literally: at a "*" try the rest of the pattern at every
+// position of the name, then against the empty remainder.
+bool ReferenceGlob(const char *name, const char *pattern)
+{
+    for (;; ++name, ++pattern) {
+        if (*pattern == '*') {
+            if (pattern[1] == '\0')
+                return true;
+            for (const char *from = name; *from != '\0'; ++from)
+                if (ReferenceGlob(from, pattern + 1))
+                    return true;
+            return ReferenceGlob(name + std::char_traits<char>::length(name), pattern + 1);
+        }
+        if (*pattern == '?') {
+            if (*name == '\0')
+                return false;
+            continue;
+        }
+        if (*pattern != *name)
+            return false;
+        if (*name == '\0')
+            return true;
+    }
+}
+
+TEST(WildCardFilenameCompare, AgreesWithTheLiteralDefinition)
+{
+    std::mt19937 random(12345);
+    auto make = [&](const char *alphabet, int maxLength) {
+        std::string text;
+        int length = static_cast<int>(random() % static_cast<unsigned>(maxLength + 1));
+        size_t size = std::char_traits<char>::length(alphabet);
+        for (int i = 0; i < length; ++i)
+            text += alphabet[random() % size];
+        return text;
+    };
+    for (int i = 0; i < 20000; ++i) {
+        std::string name = make("ab.", 8);
+        std::string pattern = make("ab.*?", 6);
+        ASSERT_EQ(WildCardFilenameCompare(name.c_str(), pattern.c_str()),
+                  ReferenceGlob(name.c_str(), pattern.c_str()))
+            << "name \"" << name << "\" pattern \"" << pattern << "\"";
+    }
+}
+
+} // namespace
