@@ -8,6 +8,7 @@
 #include "mail/charset.h"
 #include "mail/mail_info.h"
 #include "mail/temp_dir.h"
+#include "notify/event_log.h"
 #include "notify/notify_globals.h"
 #include "plugin/mail_actions.h"
 #include "plugin/settings.h"
@@ -114,11 +115,22 @@ std::string ComposeReplacementText()
 int ReplaceAttachments(const char *dfPath, const Replace_Stru *replace, const CMailInfo &info,
                        int direction)
 {
+    // Without a work file of its own the rewrite fails (an empty name does
+    // not open) rather than fall back to "./temp.txt", which threads would share.
     char tempName[OV_MAX_PATH] = "";
     GetTempFileName(g_t_strTEMPDIR.c_str(), "RP", 0, tempName);
     const std::string text = ComposeReplacementText();
     int result = ReplaceFileBlock(dfPath, replace, ReplacementPartHeader(_language), text.c_str(),
-                                  tempName[0] ? tempName : nullptr);
+                                  tempName);
+    if (result != 1) {
+        if (tempName[0])
+            DeleteFile(tempName);
+        char line[2 * OV_MAX_PATH];
+        std::snprintf(line, sizeof line, "CONTENT MANAGEMENT ERROR: ReplaceFileBlock(%s) fail!",
+                      dfPath ? dfPath : "");
+        WriteLogFile(line, nullptr, 367, 0);
+        return result;
+    }
     for (int i = 0; replace && i < replace->count; ++i) {
         if (!replace->entries[i])
             continue;

@@ -31,6 +31,9 @@ const char *ReplacementPartHeader(int language);
 std::string ComposeReplacementText();
 
 // Composes the text, rewrites the message and writes one event-log record
-// (code 400) per replaced attachment. The result of ReplaceFileBlock.
+// (code 400) per replaced attachment. The result of ReplaceFileBlock; when
+// the rewrite fails (no work file, the message gone) the message is left as
+// it is, "CONTENT MANAGEMENT ERROR: ReplaceFileBlock(<path>) fail!" is logged
+// instead of the records, and the work file is removed.
 int ReplaceAttachments(const char *dfPath, const Replace_Stru *replace, const CMailInfo &info,
                        int direction);

@@ -21,6 +21,7 @@
 #include "plugin/globals.h"
 #include "plugin/settings.h"
 #include "rules/rule_scan.h"
+#include "sfilter/filter_config.h"
 
 bool bInit = false;
 ConfigFile *ovConfig = nullptr;
@@ -174,6 +175,11 @@ bool ConfigFilesExist()
            file_exists(g_t_strSPAMRULEFILE) && file_exists(g_t_strSFILTERRULEFILE);
 }
 
+// The shared objects live in static storage and are only unhooked by
+// GlobalObject_CleanUp, so a mail thread that read ThreadsNum just before
+// Cleanup still finds a working counter. ThreadsNum is stored and read with
+// release/acquire order: a mail thread that sees it null (or that enters
+// through it) also sees everything the start or the stop did before.
 void GlobalObject_Initialize()
 {
     CleanupDebugLog();   // a debug log left open by a failed start
@@ -182,17 +188,17 @@ void GlobalObject_Initialize()
     ovux_log = ovux_sink;
     m_rwObj = &objects.config;
     logFile_rwObj = &objects.eventLog;
-    ThreadsNum = &objects.threads;
+    __atomic_store_n(&ThreadsNum, &objects.threads, __ATOMIC_RELEASE);
 }
 
 void GlobalObject_CleanUp()
 {
     m_rwObj = nullptr;
     logFile_rwObj = nullptr;
-    ThreadsNum = nullptr;
     if (ovux_log == ovux_sink)
         ovux_log = ovux_default_log();
     ovux_sink = nullptr;
+    __atomic_store_n(&ThreadsNum, static_cast<THREAD_COUNT *>(nullptr), __ATOMIC_RELEASE);
 }
 
 int InitialDebugLog(const char *path)
@@ -272,6 +278,10 @@ extern "C" int ZWEmailPluginInitialize(const char *root, ZWHostInfo *info)
 
     delete ovConfig;
     ovConfig = new ConfigFile(g_t_strCSINIFILE.c_str(), 0);
+    // The rule and special filters read their settings (the vendor action,
+    // "DECODETNEF", "SkipSpecialChars"...) through this pointer, so they
+    // follow every update's new object.
+    SetFilterConfigSource(&ovConfig);
     if (!ovConfig->ok()) {
         debug("ZWEmailPluginInitialize: Reading Config Error!");
         return -10;
@@ -321,7 +331,7 @@ extern "C" int ZWEmailPluginInitialize(const char *root, ZWHostInfo *info)
                 OV_CM_VERSION, OV_CM_BUILD_DATE);
     event(text.c_str());
     debug("ZWEmailPluginInitialize: OK!!");
-    bInit = true;
+    __atomic_store_n(&bInit, true, __ATOMIC_RELEASE);
     return 0;
 }
 
@@ -335,8 +345,10 @@ int ZWEmailPluginUpdate()
     debug("ZWEmailPluginUpdate: Starting.....");
     ThreadsNum->WaitForZero_Start();
 
-    // On the failures of the next two steps the wait-for-zero is not ended:
-    // mail stays held until the settings are repaired and updated again.
+    // On the failures of the next two steps the wait-for-zero is not ended,
+    // as the gateway has always had it: new mail, later updates and Cleanup
+    // then wait for good, and only a restart of the host process lets mail
+    // through again. The host must not call Cleanup after -10 or -7.
     auto config = std::make_unique<ConfigFile>(g_t_strCSINIFILE.c_str(), 0);
     if (!config->ok()) {
         debug("ZWEmailPluginUpdate: Reading Config Error!");
@@ -405,13 +417,16 @@ extern "C" int ZWEmailPluginCleanup(void)
         delete ovConfig;
         ovConfig = nullptr;
         debug("ZWEmailPluginCleanup: delete ovConfig OK!");
-        bInit = false;
+        __atomic_store_n(&bInit, false, __ATOMIC_RELEASE);
     }
-    threads->WaitForZero_Stop();
+    // Mail threads may still be calling in (they get -9). The debug log is
+    // closed and the globals unhooked while the entry gate is still shut, so
+    // that none of them is inside, writing to the log being deleted.
     debug("ZWEmailPluginCleanup: OK!!");
     CleanupDebugLog();
     event("PLUG-IN STOPPED");
     GlobalObject_CleanUp();
+    threads->WaitForZero_Stop();
     return 0;
 }
 

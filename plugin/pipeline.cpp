@@ -14,6 +14,14 @@
 // Notifications for a policy block go out in the order sender, recipients,
 // users, after the mail was copied, so that a warning never speaks of a copy
 // that failed silently before it.
+//
+// Faults: a quarantine or archive copy that fails writes the "CopyFile(...)
+// fail! ErrCode(n)" line; a temporary name that cannot be made writes
+// "CONTENT MANAGEMENT ERROR: GetTempFileName(<dir>) fail! ErrCode(n)" and the
+// keyword scan is skipped; an attachment rewrite that fails leaves the
+// message as it was, logs "CONTENT MANAGEMENT ERROR: ReplaceFileBlock(<df>)
+// fail!" and does not report action 4. The plug-in never deletes the host's
+// AF or DF file.
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -22,6 +30,7 @@
 #include <cstring>
 #include <ctime>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -190,8 +199,8 @@ void act_on_replaced_attachments(MailContext &mail, const Replace_Stru &replace,
         notify(mail, mail.recipients, strMsgRecipient, policy, nullptr, action, names.c_str());
     if (bWarnAdmin && applies_to(iIOAdmin, mail.direction))
         notify(mail, strAdmin, strMsgAdmin, policy, nullptr, action, names.c_str());
-    ReplaceAttachments(mail.df.c_str(), &replace, mail.info, mail.direction);
-    result->action = kActionReplaced;
+    if (ReplaceAttachments(mail.df.c_str(), &replace, mail.info, mail.direction) == 1)
+        result->action = kActionReplaced;
     debug("ZWEmailPluginProcess: Take Action for SFilter OK!");
 }
 
@@ -374,11 +383,39 @@ std::string envelope_recipients(const std::string &af)
     return joined;
 }
 
+// Every call brings the host's queue function. Hosts pass the same one each
+// time, so it is stored only when it differs, under a lock and published with
+// release order: the notification code reads the global without a lock, and
+// a store by every thread would race with those reads.
+void set_queue_function(ZWEnqueMailFn queue)
+{
+    static std::mutex storeMutex;
+    if (__atomic_load_n(&Enque_Mail, __ATOMIC_ACQUIRE) == queue)
+        return;
+    std::lock_guard<std::mutex> guard(storeMutex);
+    if (Enque_Mail != queue)
+        __atomic_store_n(&Enque_Mail, queue, __ATOMIC_RELEASE);
+}
+
+// A name for the mail's text file in the temporary directory; when none can
+// be made the keyword scan is skipped (see the ContScan step), and the event
+// log says why.
+void make_temp_name(const char *prefix, char *tempName)
+{
+    if (GetTempFileName(g_t_strTEMPDIR.c_str(), prefix, 0, tempName) != 0)
+        return;
+    const int error = errno;
+    char line[2 * OV_MAX_PATH];
+    std::snprintf(line, sizeof line, "CONTENT MANAGEMENT ERROR: GetTempFileName(%s) fail! ErrCode(%d)",
+                  g_t_strTEMPDIR.c_str(), error);
+    WriteLogFile(line, nullptr, 367, 0);
+}
+
 int process_mail(ZWHostCall *call, ZWMailResult *result)
 {
     debug("ZWEmailPluginProcess: Starting.....");
-    Enque_Mail = call->enque_mail;
-    if (!Enque_Mail)
+    set_queue_function(call->enque_mail);
+    if (!call->enque_mail)
         debug("ZWEmailPluginProcess: SendNotification pointer Enque_Mail is NULL!!");
     std::memset(result, 0, sizeof *result);
 
@@ -398,7 +435,7 @@ int process_mail(ZWHostCall *call, ZWMailResult *result)
     mail->recipients = envelope_recipients(mail->af);
     mail->sender = bare_address(mail->info.m_pszEnvelopeFrom ? mail->info.m_pszEnvelopeFrom : "");
     char tempName[OV_MAX_PATH] = "";
-    GetTempFileName(g_t_strTEMPDIR.c_str(), mail->direction == 1 ? "DFO" : "DFI", 0, tempName);
+    make_temp_name(mail->direction == 1 ? "DFO" : "DFI", tempName);
 
     debug("ZWEmailPluginProcess: RuleScan Starting....");
     auto membuf = std::make_unique<MEMBUF>();
@@ -462,8 +499,10 @@ int process_mail(ZWHostCall *call, ZWMailResult *result)
 
 extern "C" int ZWEmailPluginProcess(ZWHostCall *call, ZWMailResult *result)
 {
-    ThreadSlot slot(ThreadsNum);
-    if (!slot.entered() || !bInit) {
+    // Start and stop publish ThreadsNum and bInit with release order (see
+    // lifecycle.cpp), so a mail thread may call in at any time.
+    ThreadSlot slot(__atomic_load_n(&ThreadsNum, __ATOMIC_ACQUIRE));
+    if (!slot.entered() || !__atomic_load_n(&bInit, __ATOMIC_ACQUIRE)) {
         debug("ZWEmailPluginProcess: Not Initialize yet!!");
         debug("ZWEmailPluginProcess: fail!!");
         return -9;

@@ -202,7 +202,10 @@ int run_update(const OvctlArgs &args)
         return ovctl_fail("cannot start the plug-in on " + host.run.root + ": " +
                           describe_plugin_code(code));
     code = plugin.command("update");
-    plugin.cleanup();
+    // After -10 or -7 the plug-in keeps mail held and Cleanup would wait
+    // for ever: leave it to the end of the process.
+    if (code != -10 && code != -7)
+        plugin.cleanup();
     if (code != 0)
         return ovctl_fail("update failed: " + describe_plugin_code(code));
     std::printf("update: ok\n");

@@ -81,7 +81,7 @@ std::string base_name(const std::string &path)
 
 // Reads the mail records appended to the event log ("EMAIL\date time\record",
 // record fields separated by backslashes: direction, action, name, sender,
-// recipients, then "<dir>/<data file>") and maps data file names to names.
+// then "<dir>/<data file>") and maps data file names to rule or policy names.
 std::map<std::string, std::string> names_from_event_log(const std::string &dir,
                                                         const std::map<std::string, off_t> &before)
 {
@@ -101,7 +101,7 @@ std::map<std::string, std::string> names_from_event_log(const std::string &dir,
                 fields.push_back(line.substr(start, at - start));
             fields.push_back(line.substr(start));
             // fields[0] is the time stamp.
-            if (fields.size() >= 7)
+            if (fields.size() >= 6)
                 names[base_name(fields.back())] = fields[3];
         }
     }

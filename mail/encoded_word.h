@@ -1,0 +1,28 @@
+// The parts of one RFC 1342 encoded word, "=?charset?B?text?=" or the Q form,
+// and the code numbers of the charset names this system converts.
+//
+//   EncodedWord w;
+//   if (ParseEncodedWord(p, w)) { ... p += w.length; }
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+struct EncodedWord {
+    int form = 0;            // 1 B, 2 Q
+    std::string charset;
+    std::string text;        // the encoded text, at most 151 characters
+    size_t length = 0;       // of the whole word
+};
+
+constexpr size_t kEncodedWordPartMax = 151;
+
+// Whether p starts an encoded word (see is_rfc1342 for the rules).
+bool ParseEncodedWord(const char *p, EncodedWord &word);
+// "ISO-2022-JP" 1, "SHIFT_JIS" 2, "EUC-JP" 3, "ISO-2022-CN" 4,
+// "ISO-2022-CN-EXT" 5 in any case; -1 for any other name.
+int EncodedWordCharsetCode(const std::string &charset);
+// The decoded bytes of the word's text (up to a NUL byte, as the text is
+// used as a C string); false when the text does not decode. rfcUnderscore
+// reads "_" of the Q form as a blank.
+bool DecodeEncodedWord(const EncodedWord &word, bool rfcUnderscore, std::string &bytes);

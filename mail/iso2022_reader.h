@@ -1,0 +1,76 @@
+// Reads ISO-2022 text (ISO-2022-JP with its -1/-2 designations, ISO-2022-CN
+// and ISO-2022-CN-EXT) into characters.
+//
+//   Iso2022Reader reader(text, length);
+//   MbChar c;
+//   while (reader.Next(c)) ...
+//
+// Escape sequences and shifts produce no characters. The reader is lenient:
+// designations and the shift state carry over line ends, an unknown escape
+// passes its ESC on as a control character, an 8-bit byte comes out as Raw,
+// and a byte that cannot complete a double-byte character comes out as "?".
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "mail/mb_char.h"
+
+class Iso2022Reader {
+public:
+    Iso2022Reader(const char *text, size_t length)
+        : m_p(reinterpret_cast<const uint8_t *>(text)),
+          m_end(reinterpret_cast<const uint8_t *>(text) + length) {}
+
+    // The next character; false at the end of the text. Inline, as it runs
+    // once per character of every converted text.
+    bool Next(MbChar &c)
+    {
+        while (m_p < m_end) {
+            const uint8_t b = *m_p;
+            if (b >= 0x21 && b <= 0x7E && m_single == 0) {
+                const MbSet set = m_shifted ? m_g1 : m_g0;
+                if (set == MbSet::Ascii || set == MbSet::JisRoman) {
+                    c = MbChar{set, b, 0};
+                    ++m_p;
+                    return true;
+                }
+                if (IsDoubleByte(set)) {
+                    c = Pair(set);
+                    return true;
+                }
+            }
+            if (Other(c))
+                return true;
+        }
+        return false;
+    }
+
+private:
+    // Everything but graphic characters of the invoked set: escapes, shifts,
+    // controls, 8-bit bytes, katakana, single shifts. True when it gave c.
+    bool Other(MbChar &c);
+    // Handles the escape sequence at m_p; false when it is not one we know.
+    bool Escape();
+    // A double-byte character of set from m_p, or "?" for a bad pair.
+    MbChar Pair(MbSet set)
+    {
+        if (Left() >= 2 && m_p[1] >= 0x21 && m_p[1] <= 0x7E) {
+            const MbChar c{set, m_p[0], m_p[1]};
+            m_p += 2;
+            return c;
+        }
+        ++m_p;
+        return Replacement();
+    }
+    size_t Left() const { return static_cast<size_t>(m_end - m_p); }
+
+    const uint8_t *m_p;
+    const uint8_t *m_end;
+    MbSet m_g0 = MbSet::Ascii;
+    MbSet m_g1 = MbSet::Ascii;      // Ascii: nothing designated
+    MbSet m_g2 = MbSet::Ascii;
+    MbSet m_g3 = MbSet::Ascii;
+    bool m_shifted = false;
+    int m_single = 0;               // 2 or 3 after ESC "N" / ESC "O"
+};

@@ -1,0 +1,54 @@
+// Writes characters in Shift_JIS (code 2) or in the host's EUC (code 3: EUC-JP,
+// EUC-CN or EUC-TW by host language).
+//
+//   std::string out;
+//   LegacyWriter w(CHARSET_EUC, _language, false, out);
+//   w.Put(c) ...;
+//   w.Finish();
+//
+// Characters of the target's own set go by code arithmetic; a character of
+// another set goes through iconv's tables and becomes "?" when the target has
+// none. ASCII, JIS X 0201 Roman and Raw bytes are written as they are. With
+// widenKana, half-width katakana become full-width ones, a following voiced
+// or semi-voiced mark joining its letter when such a letter exists.
+#pragma once
+
+#include <string>
+
+#include "mail/iconv_tables.h"
+#include "mail/mb_char.h"
+
+class LegacyWriter {
+public:
+    LegacyWriter(int target, int language, bool widenKana, std::string &out);
+
+    void Put(const MbChar &c)
+    {
+        if (c.set == MbSet::Ascii && !m_pending) {
+            m_out += static_cast<char>(c.b1);
+        } else if (c.set == MbSet::Jis0208 && m_eucJis0208) {
+            const char pair[2] = {static_cast<char>(c.b1 | 0x80), static_cast<char>(c.b2 | 0x80)};
+            m_out.append(pair, 2);
+        } else {
+            PutOther(c);
+        }
+    }
+    // Writes a half-width letter still waiting for a voiced mark.
+    void Finish();
+
+private:
+    void PutOther(const MbChar &c);
+    bool OwnSet(MbSet set) const;
+    void Write(const MbChar &c);
+    void WriteForeign(const MbChar &c);
+
+    bool m_sjis;
+    bool m_eucJis0208;      // JIS X 0208 goes straight to EUC-JP
+    int m_language;
+    bool m_widen;
+    std::string &m_out;
+    const char *m_targetName;
+    IconvTables m_tables;
+    MbChar m_pendingKana{};
+    bool m_pending = false;
+};

@@ -1,0 +1,133 @@
+// Quoted-Printable (RFC 2045) decoding and encoding over one buffer.
+//
+// Decoding removes the blanks that stand before a line break (a mail relay may
+// have added them), drops soft breaks and fails on an escape that is not two
+// hexadecimal digits. Encoding keeps CR LF pairs as line ends and writes
+// lines of at most 75 characters, each broken one ending in "=".
+#include "mail/transfer_codecs.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+namespace {
+
+int HexValue(uint8_t c)
+{
+    if (c >= '0' && c <= '9')
+        return c - '0';
+    if (c >= 'A' && c <= 'F')
+        return c - 'A' + 10;
+    if (c >= 'a' && c <= 'f')
+        return c - 'a' + 10;
+    return -1;
+}
+
+bool IsBlank(uint8_t c) { return c == ' ' || c == '\t'; }
+
+char *Finish(const std::string &out, int *outLen)
+{
+    char *result = static_cast<char *>(std::malloc(out.size() + 1));
+    if (!result)
+        return nullptr;
+    std::memcpy(result, out.c_str(), out.size() + 1);
+    if (outLen)
+        *outLen = static_cast<int>(out.size());
+    return result;
+}
+
+// Decodes p (NUL-terminated) into out; false on a bad escape.
+bool DecodeText(const uint8_t *p, std::string &out)
+{
+    size_t blanksFrom = std::string::npos;   // start of the blanks just copied
+    while (*p) {
+        const uint8_t c = *p;
+        if (c == '=') {
+            if (p[1] == '\n') {
+                p += 2;
+            } else if (p[1] == '\r') {
+                p += p[2] == '\n' ? 3 : 2;
+            } else if (p[1] == '\0') {
+                ++p;
+            } else {
+                const int hi = HexValue(p[1]);
+                const int lo = hi < 0 ? -1 : HexValue(p[2]);
+                if (lo < 0)
+                    return false;
+                out += static_cast<char>(hi << 4 | lo);
+                blanksFrom = std::string::npos;
+                p += 3;
+            }
+            continue;
+        }
+        if (c == '\r' || c == '\n') {
+            if (blanksFrom != std::string::npos)
+                out.resize(blanksFrom);
+            blanksFrom = std::string::npos;
+        } else if (IsBlank(c)) {
+            if (blanksFrom == std::string::npos)
+                blanksFrom = out.size();
+        } else {
+            blanksFrom = std::string::npos;
+        }
+        out += static_cast<char>(c);
+        ++p;
+    }
+    return true;
+}
+
+} // namespace
+
+char *from_qprint(char *src, int len, int *outLen)
+{
+    if (outLen)
+        *outLen = 0;
+    if (!src || len < 0)
+        return nullptr;
+    src[len] = '\0';
+    std::string out;
+    out.reserve(static_cast<size_t>(len));
+    if (!DecodeText(reinterpret_cast<const uint8_t *>(src), out))
+        return nullptr;
+    return Finish(out, outLen);
+}
+
+char *to_qprint(const char *src, int len, int *outLen)
+{
+    static const char kHex[] = "0123456789ABCDEF";
+    if (outLen)
+        *outLen = 0;
+    if (!src || len < 0)
+        return nullptr;
+    const auto *in = reinterpret_cast<const uint8_t *>(src);
+    const size_t n = static_cast<size_t>(len);
+    std::string out;
+    out.reserve(n * 3 + n / 75 + 2);
+    size_t lineLength = 0;
+    for (size_t i = 0; i < n; ++i) {
+        const uint8_t c = in[i];
+        if (c == '\r' && i + 1 < n && in[i + 1] == '\n') {
+            out += "\r\n";
+            lineLength = 0;
+            ++i;
+            continue;
+        }
+        const bool blankBeforeCR = c == ' ' && i + 1 < n && in[i + 1] == '\r';
+        const bool escape = c < 32 || c >= 127 || c == '=' || blankBeforeCR;
+        const size_t width = escape ? 3 : 1;
+        if (lineLength + width > 75) {
+            out += "=\r\n";
+            lineLength = 0;
+        }
+        if (escape) {
+            out += '=';
+            out += kHex[c >> 4];
+            out += kHex[c & 15];
+        } else {
+            out += static_cast<char>(c);
+        }
+        lineLength += width;
+    }
+    return Finish(out, outLen);
+}

@@ -1,0 +1,193 @@
+// The scan entry points: which policies a mail's text matches or is excused
+// from, through ZWContScanInit / ZWContScanScanFile / ZWContScanCleanUp.
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <memory>
+
+#include "contscan/content_scan.h"
+#include "contscan/policy.h"
+#include "support/contscan_fixtures.h"
+
+namespace {
+
+struct SetDeleter {
+    void operator()(POLICYSET *set) const { ZWContScanCleanUp(set); }
+};
+
+// A policy set from tokens and settings, scanning texts written under a
+// given file name.
+class ScanFixture {
+public:
+    ScanFixture(const std::vector<std::string> &tokens, const std::string &settings = "")
+    {
+        std::string policy = m_dir.write("CsConfig.dat", PolicyFileText(tokens));
+        std::string ini = m_dir.write("contscan.ini", settings);
+        m_set.reset(ZWContScanInit(policy.c_str(), ini.c_str()));
+    }
+
+    POLICYSET *set() { return m_set.get(); }
+
+    // Scans text as the file `name` (in memory mode when asked, with the
+    // file left empty); returns "name:flags" per policy ("m" matched, "n"
+    // no action) and the scan's result.
+    std::vector<std::string> Scan(const std::string &text, const std::string &name = "DFI1234",
+                                  bool inMemory = false, int *result = nullptr)
+    {
+        std::string path = m_dir.write(name, inMemory ? "" : text);
+        std::unique_ptr<MEMBUF> membuf(new MEMBUF{});
+        membuf->m_bInMemory = inMemory;
+        text.copy(membuf->m_szData, sizeof membuf->m_szData - 1);
+        std::vector<_POLICY_MATCH_INFO> entries;
+        for (POLICY_STRU *p = m_set->m_pFirstPolicy; p; p = p->m_pNext)
+            entries.push_back(_POLICY_MATCH_INFO{p, 0, 0, nullptr});
+        for (size_t i = 0; i + 1 < entries.size(); ++i)
+            entries[i].m_pNext = &entries[i + 1];
+        int rc = ZWContScanScanFile(m_set.get(), membuf.get(), &path[0],
+                                    entries.empty() ? nullptr : &entries[0]);
+        if (result)
+            *result = rc;
+        std::vector<std::string> flags;
+        for (const _POLICY_MATCH_INFO &e : entries) {
+            flags.push_back(std::string(e.m_pPolicy->m_szName) + ":" + (e.m_nMatched ? "m" : "") +
+                            (e.m_nNoAction ? "n" : ""));
+        }
+        return flags;
+    }
+
+private:
+    BaseTempDir m_dir;
+    std::unique_ptr<POLICYSET, SetDeleter> m_set;
+};
+
+using Flags = std::vector<std::string>;
+
+TEST(ContentScan, ListsCombineWithAndPoliciesWithOr)
+{
+    struct ScanCase {
+        const char *name;
+        std::vector<std::string> tokens;
+        std::string settings;
+        std::string text;
+        std::string file;
+        Flags expected;
+    };
+    const std::vector<std::string> freeMoney = {"shP", "whfree", "wdmoney"};
+    const ScanCase cases[] = {
+        {"both keywords", freeMoney, "", "Get free money now", "DFI1", {"P:m"}},
+        {"on different lines", freeMoney, "", "money\n\nis free\n", "DFI1", {"P:m"}},
+        {"only one keyword", freeMoney, "", "free lunch", "DFI1", {"P:"}},
+        {"a keyword split by a newline", freeMoney, "", "free mo\nney", "DFI1", {"P:"}},
+        {"any list of a policy", {"shP", "whfree", "wdmoney", "whwin"}, "", "you win", "DFI1", {"P:m"}},
+        {"a synonym stands for its keyword", {"shP", "se=t", "whfree", "wdmoney", "symoolah"}, "",
+         "free moolah", "DFI1", {"P:m"}},
+        {"synonyms off", {"shP", "whfree", "wdmoney", "symoolah"}, "", "free moolah", "DFI1", {"P:"}},
+        {"a no-action keyword excuses the policy", {"shP", "whfree", "ewinternal"}, "",
+         "internal: free", "DFI1", {"P:n"}},
+        {"no-action keyword alone", {"shP", "whfree", "ewinternal"}, "", "internal", "DFI1", {"P:n"}},
+        {"outbound file skips inbound-only policy", freeMoney, "[P]\nOutboundMailScan=no\n",
+         "free money", "DFO1", {"P:"}},
+        {"lower-case o is outbound too", freeMoney, "[P]\nOutboundMailScan=no\n", "free money",
+         "DFo1", {"P:"}},
+        {"inbound file of that policy", freeMoney, "[P]\nOutboundMailScan=no\n", "free money",
+         "DFI1", {"P:m"}},
+        {"inbound-disabled policy, outbound mail", freeMoney, "[P]\nInboundMailScan=no\n",
+         "free money", "AFO1", {"P:m"}},
+        {"disabled policy gets no flag", {"shP", "pe=f", "whfree", "ewfree"}, "", "free", "DFI1",
+         {"P:"}},
+        {"policies are judged apart",
+         {"shA", "whfree", "ewignore", "shB", "whfree", "shC", "whmoney"}, "", "free ignore",
+         "DFI1", {"A:n", "B:m", "C:"}},
+        {"exact matching", freeMoney, "[Content Filter]\nExactMatch=yes\n", "freedom money",
+         "DFI1", {"P:"}},
+        {"exact matching, whole words", freeMoney, "[Content Filter]\nExactMatch=yes\n",
+         "(free) money!", "DFI1", {"P:m"}},
+        {"case sensitive", {"shP", "whFree"}, "[Content Filter]\nCaseSensitive=yes\n", "free",
+         "DFI1", {"P:"}},
+        {"case folded", {"shP", "whFree"}, "", "FREE", "DFI1", {"P:m"}},
+    };
+    for (const ScanCase &c : cases) {
+        ScanFixture scan(c.tokens, c.settings);
+        ASSERT_NE(scan.set(), nullptr) << c.name;
+        EXPECT_EQ(scan.Scan(c.text, c.file), c.expected) << c.name;
+        EXPECT_EQ(scan.Scan(c.text, c.file, true), c.expected) << c.name << " (memory)";
+    }
+}
+
+TEST(ContentScan, ResultCodes)
+{
+    ScanFixture scan({"shP", "whfree", "ewinternal", "shQ", "pe=f"});
+    ASSERT_NE(scan.set(), nullptr);
+    int result = 9;
+    scan.Scan("free", "DFI1", false, &result);
+    EXPECT_EQ(result, 1);
+    scan.Scan("internal free", "DFI1", false, &result);
+    EXPECT_EQ(result, 0);   // no enabled policy left to judge
+
+    MEMBUF membuf{};
+    _POLICY_MATCH_INFO info{scan.set()->m_pFirstPolicy, 0, 0, nullptr};
+    char missing[] = "/nonexistent/DFI1";
+    EXPECT_EQ(ZWContScanScanFile(nullptr, &membuf, missing, &info), -1);
+    EXPECT_EQ(ZWContScanScanFile(scan.set(), &membuf, nullptr, &info), -1);
+    EXPECT_EQ(ZWContScanScanFile(scan.set(), &membuf, missing, &info), -ENOENT);
+    membuf.m_bInMemory = 1;
+    EXPECT_EQ(ZWContScanScanFile(scan.set(), &membuf, missing, &info), -ENOENT);
+    EXPECT_EQ(ACFileStringSearch(nullptr, &membuf, missing, CS_MAIL_INBOUND, &info), -1);
+}
+
+TEST(ContentScan, InitRefusesWhatIsNotAPolicyFile)
+{
+    BaseTempDir dir;
+    std::string bad = dir.write("CsConfig.dat", "CsConfig.dat\tshP\t");
+    std::string ini = dir.write("contscan.ini", "");
+    EXPECT_EQ(ZWContScanInit(bad.c_str(), ini.c_str()), nullptr);
+    EXPECT_EQ(ZWContScanInit(dir.path("missing").c_str(), ini.c_str()), nullptr);
+    EXPECT_EQ(ZWContScanCleanUp(nullptr), 1);
+
+    std::string empty = dir.write("empty.dat", "CsConfig.dat2\t");   // no policy at all
+    POLICYSET *set = ZWContScanInit(empty.c_str(), ini.c_str());
+    ASSERT_NE(set, nullptr);
+    ASSERT_NE(set->m_pKeywordTree, nullptr);
+    std::string text = dir.write("DFI1", "anything\n");
+    EXPECT_EQ(ZWContScanScanFile(set, nullptr, &text[0], nullptr), 0);
+    EXPECT_EQ(ZWContScanCleanUp(set), 1);
+}
+
+TEST(ContentScan, DirectionComesFromTheThirdCharacterOfTheFileName)
+{
+    const std::pair<const char *, TYPE_CS_MAIL> cases[] = {
+        {"/q/DFO123", CS_MAIL_OUTBOUND}, {"/q/dfo", CS_MAIL_OUTBOUND}, {"/q/DFI123", CS_MAIL_INBOUND},
+        {"/q/DF", CS_MAIL_INBOUND},      {"DFO123", CS_MAIL_INBOUND},  {"/O/DFX", CS_MAIL_INBOUND},
+        {"/q/", CS_MAIL_INBOUND},
+    };
+    for (const auto &c : cases)
+        EXPECT_EQ(MailDirectionOf(c.first), c.second) << c.first;
+}
+
+TEST(ContentScan, HelpersOverTheMatchInfoList)
+{
+    ScanFixture scan({"shA", "whfree", "shB", "pe=f", "shC", "whwin"}, "[C]\nInboundMailScan=no\n");
+    POLICY_STRU *a = scan.set()->m_pFirstPolicy, *b = a->m_pNext, *c = b->m_pNext;
+    _POLICY_MATCH_INFO ic{c, 0, 0, nullptr}, ib{b, 0, 0, &ic}, ia{a, 0, 0, &ib};
+    EXPECT_EQ(FindPolicyMatchInfo(&ia, c), &ic);
+    EXPECT_EQ(FindPolicyMatchInfo(&ib, a), nullptr);
+    EXPECT_TRUE(IfNeedScan(c, CS_MAIL_OUTBOUND));
+    EXPECT_FALSE(IfNeedScan(c, CS_MAIL_INBOUND));
+    EXPECT_TRUE(CheckIfNeedSearch(scan.set(), &ia));
+    ia.m_nMatched = 1;
+    ic.m_nNoAction = 1;
+    EXPECT_FALSE(CheckIfNeedSearch(scan.set(), &ia));   // B is disabled
+
+    KEYWORD_MATCH_SET matches = {};
+    KeywordOutput hit{a, a->m_pFirstKeywordList, a->m_pFirstKeywordList->m_pFirstKeyword};
+    KEYWORDLIST_STRU empty{};
+    EXPECT_FALSE(IsKeywordListMatch(a->m_pFirstKeywordList, &matches));
+    ASSERT_TRUE(AddKeywordMatchInfo(&matches, &hit));
+    EXPECT_TRUE(IsKeywordListMatch(a->m_pFirstKeywordList, &matches));
+    EXPECT_FALSE(IsKeywordListMatch(c->m_pFirstKeywordList, &matches));
+    EXPECT_FALSE(IsKeywordListMatch(&empty, &matches));
+    FreeKeywordMatchSet(&matches);
+}
+
+} // namespace

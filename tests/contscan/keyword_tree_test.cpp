@@ -1,0 +1,155 @@
+// The keyword automaton: which match records a search yields, in which order,
+// in memory and file mode, with exact matching and across the 999-byte cuts
+// of long lines.
+#include <gtest/gtest.h>
+
+#include "support/contscan_fixtures.h"
+
+namespace {
+
+enum Mode { MEMORY, FILE_MODE };
+
+struct SearchCase {
+    const char *name;
+    std::vector<std::string> patterns;
+    std::string text;
+    Mode mode;
+    bool exactMatch;
+    std::vector<int> expected;   // pattern numbers in record order
+};
+
+TEST(KeywordTree, SearchYieldsTheRecordsOfEveryHitInOrder)
+{
+    const std::string longest(80, 'k');
+    const SearchCase cases[] = {
+        {"classic example", {"he", "she", "his", "hers"}, "ushers", MEMORY, false, {0, 1, 3}},
+        {"classic example from a file", {"he", "she", "his", "hers"}, "ushers\n", FILE_MODE, false, {0, 1, 3}},
+        {"suffixes shortest first", {"abcd", "bcd", "cd", "d"}, "abcd", MEMORY, false, {3, 2, 1, 0}},
+        {"overlapping hits", {"aa"}, "aaaa", MEMORY, false, {0, 0, 0}},
+        {"same text twice, newest first", {"dup", "dup"}, "a dup", MEMORY, false, {1, 0}},
+        {"inside words without exact match", {"cat"}, "bobcat cats", MEMORY, false, {0, 0}},
+        {"exact: not at a word's end", {"cat"}, "bobcat", MEMORY, true, {}},
+        {"exact: not at a word's start", {"cat"}, "cats", MEMORY, true, {}},
+        {"exact: before punctuation", {"cat"}, "a cat!", MEMORY, true, {0}},
+        {"exact: at the start of the text", {"cat"}, "cat is here", MEMORY, true, {0}},
+        {"exact: at the start of a line", {"cat"}, "dog\ncat\n", FILE_MODE, true, {0}},
+        {"exact: digits are word bytes", {"cat"}, "cat9 9cat", MEMORY, true, {}},
+        {"exact: a suffix may stand alone", {"bob cat", "cat"}, "bob cat", MEMORY, true, {1, 0}},
+        {"newline splits a keyword (file)", {"free"}, "fr\nee\n", FILE_MODE, false, {}},
+        {"newline splits a keyword (memory)", {"free"}, "fr\nee", MEMORY, false, {}},
+        {"keyword holding a newline, memory", {"a\nb"}, "a\nb", MEMORY, false, {0}},
+        {"keyword holding a newline, file", {"a\nb"}, "a\nb\n", FILE_MODE, false, {}},
+        {"keyword ending in a newline, file", {"end\n"}, "the end\nnext", FILE_MODE, false, {0}},
+        {"80 bytes are kept", {longest}, "<" + longest + ">", MEMORY, false, {0}},
+        {"81 bytes are skipped", {longest + "k"}, longest + "k", MEMORY, false, {}},
+        {"empty pattern is skipped", {""}, "anything", MEMORY, false, {}},
+        {"no patterns", {}, "anything at all", FILE_MODE, false, {}},
+        {"bytes above 127", {"\xa4\xb3\xa4\xf3"}, "x\xa4\xb3\xa4\xf3y", MEMORY, false, {0}},
+        {"text stops at its NUL", {"tail"}, std::string("head\0tail", 9), MEMORY, false, {}},
+        {"NUL bytes in a file are text", {"tail"}, std::string("head\0tail\n", 10), FILE_MODE, false, {0}},
+        {"last line without newline", {"last"}, "first\nlast", FILE_MODE, false, {0}},
+    };
+    for (const SearchCase &c : cases) {
+        PatternTree tree(c.patterns);
+        ASSERT_TRUE(tree.built()) << c.name;
+        int result = 1;
+        std::vector<int> hits = c.mode == MEMORY ? tree.SearchText(c.text, false, c.exactMatch, &result)
+                                                 : tree.SearchFile(c.text, false, c.exactMatch, &result);
+        EXPECT_EQ(result, 0) << c.name;
+        EXPECT_EQ(hits, c.expected) << c.name;
+    }
+}
+
+TEST(KeywordTree, CaseFoldingLowersTheMemoryTextInPlace)
+{
+    PatternTree tree({"money", "MONEY"});
+    std::string lowered;
+    EXPECT_EQ(tree.SearchText("Free MONEY", false, false, nullptr, &lowered), (std::vector<int>{0}));
+    EXPECT_EQ(lowered, "free money");
+    EXPECT_EQ(tree.SearchText("Free MONEY", true, false, nullptr, &lowered), (std::vector<int>{1}));
+    EXPECT_EQ(lowered, "Free MONEY");
+    EXPECT_EQ(tree.SearchFile("Free MONEY\n", false, false), (std::vector<int>{0}));
+}
+
+TEST(KeywordTree, ReturnCodes)
+{
+    KEYWORD_MATCH_SET matches = {};
+    BaseTempDir dir;
+    std::string file = dir.write("text", "money\n");
+    EXPECT_EQ(AhoCorasickStringSearch(nullptr, nullptr, file.c_str(), 0, 0, &matches), -1);
+
+    PatternTree tree({"money"});
+    MEMBUF membuf{};
+    membuf.m_bInMemory = 1;
+    std::strcpy(membuf.m_szData, "money");
+    std::string missing = dir.path("missing");
+    EXPECT_EQ(AhoCorasickStringSearch(tree.tree(), &membuf, missing.c_str(), 0, 0, &matches), -ENOENT);
+    EXPECT_EQ(AhoCorasickStringSearch(tree.tree(), nullptr, nullptr, 0, 0, &matches), -ENOENT);
+    EXPECT_EQ(matches.m_pFirst, nullptr);
+}
+
+TEST(KeywordTree, FullMemoryBufferWithoutTerminatorStaysInside)
+{
+    PatternTree tree({"zz"});
+    std::unique_ptr<MEMBUF> membuf(new MEMBUF{});
+    membuf->m_bInMemory = 1;
+    std::memset(membuf->m_szData, 'z', sizeof membuf->m_szData);
+    BaseTempDir dir;
+    std::string file = dir.write("text", "");
+    std::vector<int> hits = tree.Search(membuf.get(), file.c_str(), false, true, nullptr);
+    EXPECT_TRUE(hits.empty());   // exact matching: no hit stands alone
+    hits = tree.Search(membuf.get(), file.c_str(), false, false, nullptr);
+    EXPECT_EQ(hits.size(), sizeof membuf->m_szData - 1);
+}
+
+// Long lines are scanned in pieces of 999 bytes; the state and the last
+// (depth + 1) bytes carry over a cut, a newline resets everything.
+TEST(KeywordTree, LongLinesAreCutAt999Bytes)
+{
+    auto at = [](size_t offset, const std::string &word, const std::string &after = "y\n") {
+        return std::string(offset, 'x') + word + after;
+    };
+    auto spaced = [](size_t offset, const std::string &word, const std::string &after) {
+        return std::string(offset, ' ') + word + after;
+    };
+    struct CutCase {
+        const char *name;
+        std::vector<std::string> patterns;
+        std::string text;
+        bool exactMatch;
+        std::vector<int> expected;
+    };
+    const CutCase cases[] = {
+        {"keyword across the cut", {"needle"}, at(996, "needle"), false, {0}},
+        {"keyword just before the cut", {"needle"}, at(993, "needle"), false, {0}},
+        {"keyword across a newline near the cut", {"needle"}, at(996, "nee\ndle"), false, {}},
+        {"keyword across a second cut", {"needle"}, at(1994, "needle"), false, {0}},
+        {"exact: the cut counts as a word end", {"cat"}, spaced(996, "cat", "s\n"), true, {0}},
+        {"exact: a word end beyond the cut is seen", {"cat"}, spaced(995, "cat", "s\n"), true, {}},
+        {"exact: the byte before stays visible", {"cat"}, spaced(996, "bcat", " \n"), true, {}},
+        {"exact: across the cut, standing alone", {"cat"}, spaced(997, "cat", " \n"), true, {0}},
+        {"a line of exactly 999 bytes", {"end\n"}, at(995, "end\n", "end\n"), false, {0, 0}},
+    };
+    for (const CutCase &c : cases) {
+        PatternTree tree(c.patterns);
+        EXPECT_EQ(tree.SearchFile(c.text, false, c.exactMatch), c.expected) << c.name;
+    }
+    // In memory the text is one piece: no cut, so the word end is seen.
+    PatternTree tree({"cat"});
+    EXPECT_TRUE(tree.SearchText(spaced(996, "cat", "s"), false, true).empty());
+}
+
+TEST(KeywordTree, RowsAndChildListsGiveTheSameRecords)
+{
+    const std::vector<std::string> patterns = {"he", "she", "his", "hers", "hershey", "e", "ushe"};
+    const std::string text = "ushers and his sheep: hershey\nshe\n";
+    PatternTree reference(patterns, 1000);
+    std::vector<int> expected = reference.SearchFile(text, false, false);
+    ASSERT_EQ(expected.size(), 20u);
+    for (uint32_t limit : {1u, 2u, 3u, 8u}) {
+        PatternTree tree(patterns, limit);
+        EXPECT_EQ(tree.SearchFile(text, false, false), expected) << "rows for " << limit << " states";
+    }
+}
+
+} // namespace

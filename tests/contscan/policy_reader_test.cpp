@@ -1,0 +1,297 @@
+// The policy file reader, the keyword records' text rules and the keyword
+// import files.
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <memory>
+
+#include "contscan/policy.h"
+#include "contscan/policy_reader.h"
+#include "mail/charset.h"
+#include "support/contscan_fixtures.h"
+
+namespace {
+
+struct SetDeleter {
+    void operator()(POLICYSET *set) const { FreePolicySet(set); }
+};
+using SetPtr = std::unique_ptr<POLICYSET, SetDeleter>;
+
+SetPtr NewSet()
+{
+    return SetPtr(static_cast<POLICYSET *>(std::calloc(1, sizeof(POLICYSET))));
+}
+
+// A policy as text: "name[flags] list1|list2 ! noaction", each list its
+// keywords joined by "+", each keyword's synonyms after "=".
+std::string Describe(const POLICY_STRU *p)
+{
+    std::string text = std::string(p->m_szName) + "[" + (p->m_bEnabled ? "e" : "") +
+                       (p->m_bSynonymEnabled ? "s" : "") + (p->m_bInboundScan ? "i" : "") +
+                       (p->m_bOutboundScan ? "o" : "") + "]";
+    for (const KEYWORDLIST_STRU *l = p->m_pFirstKeywordList; l; l = l->m_pNext) {
+        text += l == p->m_pFirstKeywordList ? " " : "|";
+        for (const KEYWORD_STRU *k = l->m_pFirstKeyword; k; k = k->m_pNext) {
+            text += (k == l->m_pFirstKeyword ? "" : "+") + std::string(k->m_szText);
+            for (const SYNONYM_STRU *s = k->m_pFirstSynonym; s; s = s->m_pNext)
+                text += "=" + std::string(s->m_szText);
+        }
+    }
+    for (const NOACTION_KEYWORD_STRU *w = p->m_pFirstNoAction; w; w = w->m_pNext)
+        text += " !" + std::string(w->m_szText);
+    return text;
+}
+
+std::vector<std::string> DescribeSet(const POLICYSET *set)
+{
+    std::vector<std::string> policies;
+    for (const POLICY_STRU *p = set->m_pFirstPolicy; p; p = p->m_pNext)
+        policies.push_back(Describe(p));
+    return policies;
+}
+
+TEST(PolicyReader, FgetTillTabSplitsTokensAtTabs)
+{
+    BaseTempDir dir;
+    struct Step {
+        int length;
+        std::string buffer;
+    };
+    struct TokenCase {
+        const char *name;
+        std::string input;
+        std::vector<Step> steps;
+    };
+    const TokenCase cases[] = {
+        {"two tokens", "ab\tc\nd\t", {{2, "ab"}, {3, "c\nd"}, {0, ""}}},
+        {"tab after tab keeps the buffer", "ab\t\tcd\t", {{2, "ab"}, {-1, "ab"}, {2, "cd"}}},
+        {"a last token without tab", "ab\tcd", {{2, "ab"}, {0, "cd"}}},
+        {"long tokens are split", std::string(300, 'x') + "\t",
+         {{259, std::string(259, 'x')}, {41, std::string(41, 'x')}, {0, ""}}},
+        {"empty file", "", {{0, ""}}},
+    };
+    for (const TokenCase &c : cases) {
+        std::string path = dir.write("tokens", c.input);
+        FILE *file = std::fopen(path.c_str(), "rb");
+        char buffer[OV_POLICY_TOKEN_LIMIT + 1] = "";
+        for (const Step &step : c.steps) {
+            EXPECT_EQ(FgetTillTab(buffer, file), step.length) << c.name;
+            EXPECT_EQ(std::string(buffer), step.buffer) << c.name;
+        }
+        std::fclose(file);
+    }
+}
+
+TEST(PolicyReader, GetTokenTypeLooksAtTwoLetters)
+{
+    const std::pair<const char *, int> cases[] = {
+        {"shName", 0}, {"se=t", 1}, {"pe=f", 2}, {"ewword", 3}, {"whword", 4}, {"wdword", 5},
+        {"syword", 6}, {"sn", 7}, {"sffile", 8}, {"SHName", 9}, {"s", 9}, {"", 9}, {"xx", 9},
+    };
+    for (const auto &c : cases)
+        EXPECT_EQ(GetTokenType(c.first), c.second) << c.first;
+}
+
+TEST(PolicyReader, TextRulesOfTheRecords)
+{
+    SetPtr set = NewSet();
+    POLICY_STRU *policy = AddPolicy(set.get(), "P");
+    ASSERT_NE(policy, nullptr);
+    EXPECT_EQ(AddPolicy(set.get(), ""), nullptr);
+    EXPECT_EQ(AddPolicy(set.get(), nullptr), nullptr);
+    const std::string k80(80, 'k'), k81(81, 'k'), k82(82, 'k');
+
+    EXPECT_EQ(AddKeywordList(policy, k82.c_str()), nullptr);
+    EXPECT_EQ(policy->m_pFirstKeywordList, nullptr);   // nothing appended
+    KEYWORDLIST_STRU *list = AddKeywordList(policy, "  first\t");
+    ASSERT_NE(list, nullptr);
+    struct KeywordCase {
+        std::string text;
+        const char *stored;   // null: refused
+    };
+    const KeywordCase keywords[] = {
+        {k80, k80.c_str()}, {k81, k80.c_str()}, {k82, nullptr}, {" " + k81 + " ", k80.c_str()},
+        {"  \r\n", nullptr}, {"", nullptr}, {"in the middle", "in the middle"},
+    };
+    for (const KeywordCase &c : keywords) {
+        KEYWORD_STRU *keyword = AddKeyword(list, c.text.c_str());
+        EXPECT_EQ(keyword != nullptr, c.stored != nullptr) << c.text;
+        if (keyword && c.stored) {
+            EXPECT_STREQ(keyword->m_szText, c.stored);
+        }
+    }
+    EXPECT_STREQ(list->m_pFirstKeyword->m_szText, "first");
+
+    EXPECT_EQ(AddNoActionKeyword(policy, k82.c_str()), nullptr);
+    EXPECT_STREQ(AddNoActionKeyword(policy, k81.c_str())->m_szText, k80.c_str());
+    EXPECT_STREQ(AddNoActionKeyword(policy, " spaced ")->m_szText, " spaced ");
+    EXPECT_STREQ(AddSynonym(list->m_pFirstKeyword, std::string(100, 's').c_str())->m_szText,
+                 std::string(80, 's').c_str());
+    EXPECT_STREQ(AddSynonym(list->m_pFirstKeyword, " x ")->m_szText, " x ");
+
+    KEYWORD_STRU *euc = AddKeyword(list, "\xa4\xa2\xa4\xa4");
+    ASSERT_NE(euc, nullptr);
+    EXPECT_EQ(euc->m_nCharset, CHARSET_EUC);
+    EXPECT_EQ(list->m_pFirstKeyword->m_nCharset, CHARSET_PLAIN);
+}
+
+class PolicyFileTest : public ::testing::Test {
+protected:
+    // Reads tokens (after the magic one) with the given settings file text.
+    int Read(const std::vector<std::string> &tokens, const std::string &settings = "")
+    {
+        return ReadRaw(PolicyFileText(tokens), settings);
+    }
+
+    int ReadRaw(const std::string &policyText, const std::string &settings = "")
+    {
+        std::string policy = m_dir.write("CsConfig.dat", policyText);
+        m_settings = m_dir.write("contscan.ini", settings);
+        m_set = NewSet();
+        return ReadPolicy(m_set.get(), policy.c_str(), m_settings.c_str());
+    }
+
+    BaseTempDir m_dir;
+    std::string m_settings;
+    SetPtr m_set;
+};
+
+TEST_F(PolicyFileTest, RejectsWhatIsNotAPolicyFile)
+{
+    const std::string texts[] = {"", "CsConfig.dat\tshP\t", "\tCsConfig.dat2\tshP\t",
+                                 "CsConfig.dat2", "csconfig.dat2\tshP\t"};
+    for (const std::string &text : texts) {
+        EXPECT_EQ(ReadRaw(text), -EAGAIN) << text;
+        EXPECT_EQ(m_set->m_pFirstPolicy, nullptr) << text;
+    }
+    m_set = NewSet();
+    EXPECT_EQ(ReadPolicy(m_set.get(), m_dir.path("missing").c_str(), nullptr), -EAGAIN);
+}
+
+TEST_F(PolicyFileTest, BuildsPoliciesListsKeywordsAndSynonyms)
+{
+    struct FileCase {
+        const char *name;
+        std::vector<std::string> tokens;
+        std::string settings;
+        std::vector<std::string> expected;
+    };
+    const FileCase cases[] = {
+        {"a full policy, lowered",
+         {"shSales", "se=t", "pe=t", "whFree", "wdMONEY", "syCash", "wdnow", "whWin", "ewInternal"},
+         "",
+         {"Sales[esio] free+money=cash+now|win !internal"}},
+        {"case sensitive keeps capitals",
+         {"shSales", "whFree", "wdMONEY", "ewInternal"},
+         "[Content Filter]\nCaseSensitive=yes\n",
+         {"Sales[eio] Free+MONEY !Internal"}},
+        {"disabled policy keeps name and flags only",
+         {"shOff", "se=t", "pe=f", "whfree", "wdmoney", "ewx", "sfwords.txt"},
+         "[Off]\nOutboundMailScan=no\n",
+         {"Off[si]"}},
+        {"synonyms off by default", {"shP", "whfree", "syfreebie"}, "", {"P[eio] free"}},
+        {"=t anywhere else does not count", {"shP", "se=x=t", "pe=true"}, "", {"P[eio]"}},
+        {"double tab repeats the previous entry", {"shP", "whfree", "wdmoney", "", "ewx", ""}, "",
+         {"P[eio] free+money+money !x !x"}},
+        {"a refused list takes no keywords",
+         {"shP", "wh" + std::string(82, 'k'), "wdlost", "syalso", "whkept", "wdtoo"}, "",
+         {"P[eio] kept+too"}},
+        {"tokens before a policy are ignored", {"whfree", "wdmoney", "shP", "whwin"}, "",
+         {"P[eio] win"}},
+        {"unknown and reserved tokens are ignored", {"shP", "snx", "zzfree", "whwin"}, "",
+         {"P[eio] win"}},
+        {"newlines belong to tokens", {"shP", "whfree\n", "\nwdmoney"}, "", {"P[eio] free"}},
+        {"two policies, directions from their sections",
+         {"shIn", "whfree", "shOut", "whwin"},
+         "[In]\nInboundMailScan=yes\nOutboundMailScan=no\n[Out]\nInboundMailScan=never\n",
+         {"In[ei] free", "Out[eo] win"}},
+        {"a policy name is cut to 80", {"sh" + std::string(90, 'n')}, "",
+         {std::string(80, 'n') + "[eio]"}},
+    };
+    for (const FileCase &c : cases) {
+        EXPECT_EQ(Read(c.tokens, c.settings), 1) << c.name;
+        EXPECT_EQ(DescribeSet(m_set.get()), c.expected) << c.name;
+    }
+}
+
+TEST_F(PolicyFileTest, SwitchesOfTheContentFilterSection)
+{
+    EXPECT_EQ(Read({"shP"}), 1);
+    EXPECT_FALSE(m_set->m_bCaseSensitive);
+    EXPECT_FALSE(m_set->m_bExactMatch);
+    EXPECT_EQ(Read({"shP"}, "[Content Filter]\nCaseSensitive=oh yes\nExactMatch=yes\n"), 1);
+    EXPECT_TRUE(m_set->m_bCaseSensitive);
+    EXPECT_TRUE(m_set->m_bExactMatch);
+    EXPECT_EQ(Read({"shP"}, "[Content Filter]\nExactMatch=Yes\n"), 1);
+    EXPECT_FALSE(m_set->m_bExactMatch);   // "yes" as written
+}
+
+TEST_F(PolicyFileTest, EmptyPolicyNameStopsTheReadKeepingEarlierPolicies)
+{
+    EXPECT_EQ(Read({"shFirst", "whfree", "sh", "shLater"}), -ENOMEM);
+    EXPECT_EQ(DescribeSet(m_set.get()), (std::vector<std::string>{"First[eio] free"}));
+}
+
+TEST_F(PolicyFileTest, ImportFilesAddOneListPerLine)
+{
+    std::string longLine;
+    for (int i = 0; i < 60; ++i)
+        longLine += "word" + std::to_string(1000 + i) + ",";   // 9 bytes each, 540 in all
+    struct ImportCase {
+        const char *name;
+        std::string policy;
+        std::string lines;
+        std::string settings;
+        std::string expected;
+    };
+    const ImportCase cases[] = {
+        {"lines and commas", "P", "Free,MONEY,now\r\nwin\n", "", "P[eio] free+money+now|win"},
+        {"empty pieces and lines", "P", ",a,,b,\n\n  \nc\n", "", "P[eio] a+b|c"},
+        {"a refused first keyword drops its line", "P", std::string(90, 'k') + ",b\nc\n", "",
+         "P[eio] c"},
+        {"Anti-Spam leaves out excluded lines", "Anti-Spam", "spam,ham\nfoo\nspam,ham \t\n",
+         "[Advanced Options]\nEx-AntiSpam=ex.txt\n", "Anti-Spam[eio] foo"},
+        {"other policies keep them", "Other", "spam,ham\nfoo\n",
+         "[Advanced Options]\nEx-AntiSpam=ex.txt\n", "Other[eio] spam+ham|foo"},
+        {"case sensitive import", "P", "Free\n", "[Content Filter]\nCaseSensitive=yes\n",
+         "P[eio] Free"},
+        {"Shift_JIS is converted to the host code", "P", "\x82\xa0\x82\xa2,abc\n", "",
+         "P[eio] \xa4\xa2\xa4\xa4+abc"},
+    };
+    m_dir.write("ex.txt", "spam,ham\n\n");
+    for (const ImportCase &c : cases) {
+        m_dir.write("words.txt", c.lines);
+        EXPECT_EQ(Read({"sh" + c.policy, "sfwords.txt \r\n"}, c.settings), 1) << c.name;
+        EXPECT_EQ(DescribeSet(m_set.get()), std::vector<std::string>{c.expected}) << c.name;
+    }
+
+    // A line longer than 511 bytes goes on in the same list; the cut splits
+    // the word at byte 511.
+    m_dir.write("words.txt", longLine + "\nnext\n");
+    ASSERT_EQ(Read({"shP", "sf" + m_dir.path("words.txt")}), 1);
+    const POLICY_STRU *p = m_set->m_pFirstPolicy;
+    ASSERT_NE(p->m_pFirstKeywordList, nullptr);
+    int keywords = 0;
+    for (const KEYWORD_STRU *k = p->m_pFirstKeywordList->m_pFirstKeyword; k; k = k->m_pNext)
+        ++keywords;
+    EXPECT_EQ(keywords, 61);   // 60 words, one of them cut in two
+    ASSERT_NE(p->m_pFirstKeywordList->m_pNext, nullptr);
+    EXPECT_STREQ(p->m_pFirstKeywordList->m_pNext->m_pFirstKeyword->m_szText, "next");
+    EXPECT_EQ(p->m_pFirstKeywordList->m_pNext->m_pNext, nullptr);
+}
+
+TEST_F(PolicyFileTest, MissingImportFileOnlySkipsItsKeywords)
+{
+    EXPECT_EQ(Read({"shP", "whfree", "sfmissing.txt", "wdmoney"}), 1);
+    EXPECT_EQ(DescribeSet(m_set.get()), (std::vector<std::string>{"P[eio] free+money"}));
+    EXPECT_EQ(AddKeywordFromImportFile(m_set->m_pFirstPolicy, "missing.txt", 0, m_settings.c_str()), 0);
+}
+
+TEST(PolicyReader, ProgramDirectoryIsTheSettingsFilesDirectory)
+{
+    EXPECT_EQ(ProgramDirectoryOf("/opt/gw/Plug-Ins/OV/contscan.ini"), "/opt/gw/Plug-Ins/OV/");
+    EXPECT_EQ(ProgramDirectoryOf("contscan.ini"), "");
+    EXPECT_EQ(ProgramDirectoryOf(nullptr), "");
+}
+
+} // namespace

@@ -1,0 +1,453 @@
+// The MIME walk: attachments with their ranges and encodings, and the
+// searchable text. Every mail is walked twice, from its file and from a
+// reader that hands out one byte at a time, and both walks must agree.
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "mail/boundary_list.h"
+#include "mail/charset.h"
+#include "mail/extract_data_file.h"
+#include "mail/mail_info.h"
+#include "mail/mime_header.h"
+#include "mail/mime_text.h"
+#include "mail/mime_walk.h"
+#include "support/base_temp_dir.h"
+#include "support/mail_piece_file.h"
+
+namespace {
+
+struct Found {
+    std::string name, type;
+    int start, end, encoding;
+    bool operator==(const Found &o) const
+    {
+        return name == o.name && type == o.type && start == o.start && end == o.end &&
+               encoding == o.encoding;
+    }
+};
+
+std::ostream &operator<<(std::ostream &out, const Found &f)
+{
+    return out << "{" << f.name << ", " << f.type << ", " << f.start << ", " << f.end << ", "
+               << f.encoding << "}";
+}
+
+struct Walked {
+    std::vector<Found> attachments;
+    std::string text;
+    bool inMemory = true;
+};
+
+std::vector<Found> Attachments(const CMailInfo &info)
+{
+    std::vector<Found> out;
+    for (int i = 0; i < info.m_nAttachCount; ++i) {
+        const Attach_Stru &a = *info.m_pAttach[i];
+        out.push_back({a.m_szName, a.m_szContentType, a.m_nStart, a.m_nEnd, a.m_nEncoding});
+    }
+    return out;
+}
+
+Walked Collect(const MEMBUF &buf, const std::string &textFile, const CMailInfo &info)
+{
+    Walked out;
+    out.attachments = Attachments(info);
+    out.inMemory = buf.m_bInMemory != 0;
+    out.text = out.inMemory ? std::string(buf.m_szData, size_t(buf.m_nLength)) : BaseTempDir::read(textFile);
+    if (out.inMemory) {
+        EXPECT_EQ(buf.m_szData[buf.m_nLength], '\0');
+    }
+    return out;
+}
+
+Walked WalkWhole(const std::string &mail)
+{
+    BaseTempDir dir;
+    auto buf = std::make_unique<MEMBUF>();
+    CMailInfo info;
+    std::string df = dir.write("DF", mail);
+    std::string text = dir.path("text");
+    EXPECT_TRUE(GetAttachmentInfo(df.c_str(), buf.get(), text.c_str(), &info));
+    return Collect(*buf, text, info);
+}
+
+Walked WalkInPieces(const std::string &mail)
+{
+    BaseTempDir dir;
+    auto buf = std::make_unique<MEMBUF>();
+    CMailInfo info;
+    std::string textPath = dir.path("text");
+    FILE *text = std::fopen(textPath.c_str(), "wb");
+    FILE *in = OpenPieceFile(mail, 1);
+    WalkMail(in, long(mail.size()), buf.get(), text, &info, 1);
+    std::fclose(in);
+    std::fclose(text);
+    return Collect(*buf, textPath, info);
+}
+
+Walked Walk(const std::string &mail)
+{
+    Walked whole = WalkWhole(mail);
+    Walked pieces = WalkInPieces(mail);
+    EXPECT_EQ(whole.attachments, pieces.attachments);
+    EXPECT_EQ(whole.text, pieces.text);
+    EXPECT_EQ(whole.inMemory, pieces.inMemory);
+    return whole;
+}
+
+int At(const std::string &mail, const std::string &what, size_t from = 0)
+{
+    size_t at = mail.find(what, from);
+    EXPECT_NE(at, std::string::npos) << what;
+    return int(at);
+}
+
+int After(const std::string &mail, const std::string &line)
+{
+    return At(mail, line) + int(line.size());
+}
+
+bool Has(const std::string &text, const std::string &what)
+{
+    return text.find(what) != std::string::npos;
+}
+
+const char kHeaders[] = "From: a@example.com\nTo: b@example.com\nSubject: hello\n";
+
+TEST(MimeWalk, PlainMailHasNoAttachmentsAndAllItsText)
+{
+    std::string mail = std::string(kHeaders) + "\nfirst line\nsecond line\n";
+    Walked got = Walk(mail);
+    EXPECT_TRUE(got.attachments.empty());
+    EXPECT_EQ(got.text, std::string(kHeaders) + "first line\nsecond line\n");
+}
+
+TEST(MimeWalk, SinglePartAttachmentSpansFromItsTypeToTheEnd)
+{
+    std::string mail = std::string(kHeaders) +
+                       "MIME-Version: 1.0\nContent-Type: application/pdf; name=\"report.pdf\"\n"
+                       "Content-Transfer-Encoding: base64\n\nJVBERi0xLjQK\nJVBERi0xLjQK\n";
+    Walked got = Walk(mail);
+    ASSERT_EQ(got.attachments.size(), 1u);
+    EXPECT_EQ(got.attachments[0],
+              (Found{"report.pdf", "application/pdf", At(mail, "Content-Type"), int(mail.size()), 4}));
+    EXPECT_FALSE(Has(got.text, "JVBER"));
+    EXPECT_TRUE(Has(got.text, "Subject: hello"));
+}
+
+TEST(MimeWalk, MultipartRangesEncodingsAndText)
+{
+    std::string mail = std::string(kHeaders) +
+                       "MIME-Version: 1.0\n"
+                       "Content-Type: multipart/mixed;\n\tboundary=\"outer\"\n\n"
+                       "preamble is not text\n"
+                       "--outer\n"
+                       "Content-Type: text/plain; charset=us-ascii\n"
+                       "Content-Transfer-Encoding: quoted-printable\n\n"
+                       "caf=C3=A9 soft=\nbreak\n"
+                       "--outer\n"
+                       "Content-Type: application/octet-stream;\n name=\"data.bin\"\n"
+                       "Content-Transfer-Encoding: base64\n\n"
+                       "AAECAwQF\n"
+                       "--outer  \n"
+                       "Content-Type: text/plain\n"
+                       "Content-Disposition: attachment; filename=\"notes.txt\"; size=5;\n"
+                       " creation-date=\"Mon, 1 Jan 2001 00:00:00 GMT\"\n"
+                       "Content-Transfer-Encoding: base64\n\n"
+                       "aGVsbG8gbm90ZXM=\n"
+                       "--outer--\n"
+                       "epilogue text\n";
+    Walked got = Walk(mail);
+    int second = After(mail, "AAECAwQF\n") - int(std::string("AAECAwQF\n").size());
+    int binStart = After(mail, "caf=C3=A9 soft=\nbreak\n--outer\n");
+    int notesStart = After(mail, "AAECAwQF\n--outer  \n");
+    ASSERT_EQ(got.attachments.size(), 2u);
+    EXPECT_EQ(got.attachments[0],
+              (Found{"data.bin", "application/octet-stream", binStart, At(mail, "--outer  "), 4}));
+    EXPECT_EQ(got.attachments[1], (Found{"notes.txt", "text/plain", notesStart, At(mail, "--outer--"), 4}));
+    EXPECT_GT(second, binStart);
+    EXPECT_FALSE(Has(got.text, "preamble"));
+    EXPECT_TRUE(Has(got.text, "caf\xc3\xa9 softbreak\n"));
+    EXPECT_TRUE(Has(got.text, "hello notes"));
+    EXPECT_FALSE(Has(got.text, "AAECAwQF"));
+    EXPECT_TRUE(Has(got.text, "epilogue text"));
+}
+
+TEST(MimeWalk, NamesFoldedEncodedAndQuoted)
+{
+    struct Row {
+        const char *header;
+        const char *name;
+    } rows[] = {
+        {"Content-Type: application/pdf;\n name=\"a-very-long-\n\tname.pdf\"\n", "a-very-long-name.pdf"},
+        {"Content-Type: application/pdf; name=plain.pdf\n", "plain.pdf"},
+        {"Content-Type: application/pdf; name=semi.pdf; x=1\n", "semi.pdf"},
+        {"Content-Type: application/pdf\nContent-Disposition: attachment;\n"
+         " filename=\"=?ISO-2022-JP?B?GyRCJUYlOSVIGyhC?=.pdf\"\n",
+         "\xa5\xc6\xa5\xb9\xa5\xc8.pdf"},
+        {"Content-Type: application/pdf; name=\"=?ISO-2022-JP?B?cmVwb3J0LnBkZg==?=\"\n", "report.pdf"},
+        {"Content-Type: application/pdf\nContent-Disposition: attachment; filename=\"x.pdf\";"
+         " creation-date=\"now\"\n",
+         "x.pdf"},
+    };
+    for (const Row &row : rows) {
+        std::string mail = std::string(kHeaders) + "MIME-Version: 1.0\n" +
+                           "Content-Type: multipart/mixed; boundary=b\n\n--b\n" + row.header +
+                           "\nbody\n--b--\n";
+        Walked got = Walk(mail);
+        ASSERT_EQ(got.attachments.size(), 1u) << row.header;
+        EXPECT_EQ(got.attachments[0].name, row.name) << row.header;
+    }
+}
+
+TEST(MimeWalk, EnclosedMessageAndDigestNesting)
+{
+    std::string mail = std::string(kHeaders) +
+                       "MIME-Version: 1.0\nContent-Type: multipart/mixed; boundary=\"m\"\n\n"
+                       "--m\n"
+                       "Content-Type: message/rfc822\n\n"
+                       "From: inner@example.com\nSubject: inner subject\n"
+                       "Content-Type: application/zip; name=\"inner.zip\"\n\n"
+                       "UEsDBA==\n"
+                       "--m\n"
+                       "Content-Type: multipart/digest; boundary=\"d\"\n\n"
+                       "--d\n\n"
+                       "From: first@example.com\nSubject: first entry\n\nfirst body\n"
+                       "--d\n"
+                       "Content-Type: message/rfc822\n\n"
+                       "Subject: second entry\n"
+                       "Content-Type: image/gif; name=pic.gif\n"
+                       "Content-Transfer-Encoding: base64\n\nR0lGOD\n"
+                       "--d--\n"
+                       "--m\n"
+                       "Content-Type: text/plain\n\nlast words\n"
+                       "--m--\n";
+    Walked got = Walk(mail);
+    int zipStart = After(mail, "--m\n");
+    std::vector<Found> expected = {
+        {"", "message/rfc822", -1, 0, 0},
+        {"", "application/zip", zipStart, At(mail, "--m\nContent-Type: multipart/digest"), 0},
+    };
+    ASSERT_GE(got.attachments.size(), 2u);
+    EXPECT_EQ(got.attachments[0], expected[0]);
+    EXPECT_EQ(got.attachments[1].type, "application/zip");
+    EXPECT_EQ(got.attachments[1].name, "inner.zip");
+    EXPECT_EQ(got.attachments[1].start, zipStart);
+    EXPECT_EQ(got.attachments[1].end, expected[1].end);
+    // The digest's second entry: the message part, then the picture in it.
+    ASSERT_EQ(got.attachments.size(), 4u);
+    EXPECT_EQ(got.attachments[2].start, -1);
+    EXPECT_EQ(got.attachments[3].name, "pic.gif");
+    EXPECT_EQ(got.attachments[3].end, At(mail, "--d--"));
+    EXPECT_EQ(got.attachments[3].encoding, 4);
+    for (const char *text : {"inner subject", "first entry", "first body", "second entry", "last words"})
+        EXPECT_TRUE(Has(got.text, text)) << text;
+    EXPECT_FALSE(Has(got.text, "R0lGOD"));
+}
+
+TEST(MimeWalk, UuencodedBlockBecomesAnAttachment)
+{
+    std::string block = "begin 644 hello.txt\n%:&5L;&\\*\n`\nend\n";
+    std::string mail = std::string(kHeaders) + "\nbefore\n" + block + "after\nbegin the story\n";
+    Walked got = Walk(mail);
+    ASSERT_EQ(got.attachments.size(), 1u);
+    EXPECT_EQ(got.attachments[0],
+              (Found{"hello.txt", "UUEncoded", At(mail, "begin 644"), At(mail, "after"), 32}));
+    EXPECT_TRUE(Has(got.text, "before\nbegin 644 hello.txt\nafter\nbegin the story\n"));
+    EXPECT_FALSE(Has(got.text, "%:&5L"));
+}
+
+TEST(MimeWalk, EncodingCodeStaysFourAfterTheFirstBase64Part)
+{
+    std::string part = [] {
+        std::string parts;
+        const char *encodings[] = {"quoted-printable", "base64", "quoted-printable"};
+        for (int i = 0; i < 3; ++i)
+            parts += std::string("--b\nContent-Type: application/x-") + char('a' + i) +
+                     "\nContent-Transfer-Encoding: " + encodings[i] + "\n\nQUJD\n";
+        return parts;
+    }();
+    std::string mail = std::string(kHeaders) + "Mime-Version: 1.0\nContent-Type: multipart/mixed; boundary=b\n\n" +
+                       part + "--b--\n";
+    Walked got = Walk(mail);
+    ASSERT_EQ(got.attachments.size(), 3u);
+    EXPECT_EQ(got.attachments[0].encoding, 0);
+    EXPECT_EQ(got.attachments[1].encoding, 4);
+    EXPECT_EQ(got.attachments[2].encoding, 4);
+}
+
+TEST(MimeWalk, UnclosedBoundaryLeavesTheEndPending)
+{
+    std::string mail = std::string(kHeaders) +
+                       "MIME-Version: 1.0\nContent-Type: multipart/mixed; boundary=b\n\n"
+                       "--b\nContent-Type: text/plain\n\nvisible\n"
+                       "--b\nContent-Type: application/pdf; name=a.pdf\n\nJVBER\nmore\n";
+    Walked got = Walk(mail);
+    ASSERT_EQ(got.attachments.size(), 1u);
+    EXPECT_EQ(got.attachments[0].start, After(mail, "visible\n--b\n"));
+    EXPECT_EQ(got.attachments[0].end, 0);
+    EXPECT_TRUE(Has(got.text, "visible"));
+}
+
+TEST(MimeWalk, LargeTextSpillsAndLongLinesStayWhole)
+{
+    std::string line(99, 'x');
+    std::string body;
+    while (body.size() < 300 * 1024)
+        body += line + "\n";
+    std::string longLine(10000, 'y');
+    std::string mail = std::string(kHeaders) + "\n" + body + longLine + "\n";
+    Walked got = Walk(mail);
+    EXPECT_FALSE(got.inMemory);
+    EXPECT_EQ(got.text, std::string(kHeaders) + body + longLine + "\n");
+
+    std::string small = std::string(kHeaders) + "\n" + longLine + "\n";
+    Walked inMemory = Walk(small);
+    EXPECT_TRUE(inMemory.inMemory);
+    EXPECT_EQ(inMemory.text, std::string(kHeaders) + longLine + "\n");
+}
+
+TEST(MimeWalk, JapaneseTextSplitAcrossEncodedLinesJoins)
+{
+    // "あいうえお" in ISO-2022-JP, base64-encoded and broken inside the run.
+    const std::string jis = "\x1b$B$\"$$$&$($*\x1b(B\n";
+    // The line end after Japanese text is taken off (TakeOffCRLF).
+    const std::string euc = "\xa4\xa2\xa4\xa4\xa4\xa6\xa4\xa8\xa4\xaa";
+    std::string encoded = "GyRCJCIkJCQm\nJCgkKhsoQgo=\n";   // cut after "あいう"
+    std::string mail = std::string(kHeaders) + "Content-Type: text/plain; charset=iso-2022-jp\n"
+                                               "Content-Transfer-Encoding: base64\n\n" + encoded;
+    EXPECT_TRUE(Has(Walk(mail).text, euc));
+    // EUC-JP bytes cut in the middle of a character by a soft line break.
+    std::string qp = "Content-Transfer-Encoding: quoted-printable\n\n=A4=A2=A4=\n=A4=A4=A6\n";
+    EXPECT_TRUE(Has(Walk(std::string(kHeaders) + qp).text, "\xa4\xa2\xa4\xa4\xa4\xa6"));
+    (void)jis;
+}
+
+TEST(MimeWalk, HostileShapesStayCheapAndBounded)
+{
+    std::string deep = std::string(kHeaders) + "Mime-Version: 1.0\n";
+    for (int i = 0; i < 200; ++i)
+        deep += "Content-Type: multipart/mixed; boundary=\"b" + std::to_string(i) + "\"\n\n--b" +
+                std::to_string(i) + "\n";
+    deep += "Content-Type: application/pdf; name=deep.pdf\n\nJVBER\n";
+    Walked got = Walk(deep);
+    EXPECT_LE(got.attachments.size(), 128u);
+
+    std::string many = std::string(kHeaders) + "Mime-Version: 1.0\nContent-Type: multipart/mixed; boundary=b\n\n";
+    for (int i = 0; i < 300; ++i)
+        many += "--b\nContent-Type: image/png; name=p" + std::to_string(i) + ".png\n\niVBOR\n";
+    many += "--b--\n";
+    got = Walk(many);
+    EXPECT_EQ(got.attachments.size(), 128u);
+    EXPECT_EQ(got.attachments[127].name, "p127.png");
+}
+
+TEST(MimeWalk, ReusedRecordsStartClean)
+{
+    BaseTempDir dir;
+    auto buf = std::make_unique<MEMBUF>();
+    CMailInfo info;
+    std::string first = dir.write("DF1", std::string(kHeaders) + "\nbegin 644 a.bin\nend\n");
+    ASSERT_TRUE(GetAttachmentInfo(first.c_str(), buf.get(), nullptr, &info));
+    info.m_pAttach[0]->m_bTnef = true;
+    info.m_pAttach[0]->AddFileName("old.txt", false);
+    info.m_nAttachCount = 0;
+    std::string second = dir.write("DF2", std::string(kHeaders) +
+                                              "Content-Type: message/rfc822; name=m.eml\n\nSubject: x\n\n");
+    ASSERT_TRUE(GetAttachmentInfo(second.c_str(), buf.get(), nullptr, &info));
+    ASSERT_EQ(info.m_nAttachCount, 1);
+    EXPECT_EQ(info.m_pAttach[0]->m_nStart, int(std::strlen(kHeaders)));
+    EXPECT_EQ(info.m_pAttach[0]->m_nEncoding, 0);
+    EXPECT_FALSE(info.m_pAttach[0]->m_bTnef);
+    EXPECT_EQ(info.m_pAttach[0]->m_pTnefHead, nullptr);
+    EXPECT_FALSE(GetAttachmentInfo(dir.path("missing").c_str(), buf.get(), nullptr, &info));
+}
+
+TEST(MimeText, WriteToTempFileSpillsPast99999Bytes)
+{
+    BaseTempDir dir;
+    auto buf = std::make_unique<MEMBUF>();
+    buf->m_bInMemory = 1;
+    buf->m_nLength = 0;
+    std::string chunk(99999, 'a');
+    FILE *file = std::fopen(dir.path("t").c_str(), "wb");
+    WriteToTempFile(chunk.data(), int(chunk.size()), buf.get(), file);
+    EXPECT_EQ(buf->m_bInMemory, 1);
+    EXPECT_EQ(buf->m_nLength, 99999);
+    WriteToTempFile("b", 1, buf.get(), file);
+    EXPECT_EQ(buf->m_bInMemory, 0);
+    WriteToTempFile("c", 1, buf.get(), file);
+    std::fclose(file);
+    EXPECT_EQ(BaseTempDir::read(dir.path("t")), chunk + "bc");
+}
+
+TEST(MimeText, TakeOffCRLFJoinsEastAsianLinesOnly)
+{
+    struct Row {
+        std::string in, out;
+    } rows[] = {
+        {"ab\r\ncd\n", "ab\r\ncd\n"},
+        {"\xa4\xa2\r\n\xa4\xa4\n", "\xa4\xa2\xa4\xa4"},
+        {"\xa4\xa2\n\n", "\xa4\xa2"},   // both breaks: the rule looks two bytes back only
+        {"\x8e\xb1\r\n", "\x8e\xb1"},
+        {"\xa4\n", "\xa4\n"},             // too short: unchanged
+    };
+    for (const Row &row : rows) {
+        std::string text = row.in;
+        int length = int(text.size());
+        TakeOffCRLF(&text[0], &length);
+        EXPECT_EQ(text.substr(0, size_t(length)), row.out);
+    }
+    char line[] = "value\r\n";
+    TakeOffLineEndCRLF(line);
+    EXPECT_STREQ(line, "value");
+}
+
+TEST(MimeHeader, SmallReaders)
+{
+    char type[128];
+    GetContentTypeString("Content-Type: text/plain; charset=x", type);
+    EXPECT_STREQ(type, "text/plain");
+    GetContentTypeString("Content-Type: application/x-tar\r\n", type);
+    EXPECT_STREQ(type, "application/x-tar");
+    GetContentTypeString(("Content-Type: " + std::string(300, 'z')).c_str(), type);
+    EXPECT_EQ(std::string(type), std::string(127, 'z'));
+    EXPECT_EQ(TransferEncodingOf("Content-Transfer-Encoding: BASE64"), 4);
+    EXPECT_EQ(TransferEncodingOf("Content-Transfer-Encoding: x-unknown"), 0);
+    bool digest = false;
+    EXPECT_EQ(ContentClassOf("Content-Type: multipart/digest; boundary=x", &digest), CLASS_MULTIPART);
+    EXPECT_TRUE(digest);
+    EXPECT_EQ(ContentClassOf("Content-Type:image/gif", &digest), CLASS_TEXT);
+
+    char longBoundary[400];
+    std::memset(longBoundary, 'q', sizeof longBoundary - 1);
+    longBoundary[399] = '\0';
+    _BOUNDLIST *top = AddBoundary(longBoundary, nullptr, 1);
+    EXPECT_EQ(std::strlen(longBoundary), 255u);
+    char inner[] = "inner";
+    top = AddBoundary(inner, top, 0);
+    EXPECT_STREQ(top->m_szBoundary, "inner");
+    top = RemoveBoundary(top);
+    EXPECT_EQ(top->m_bDigest, 1);
+    RemoveAllBoundary(top);
+    EXPECT_EQ(RemoveBoundary(nullptr), nullptr);
+}
+
+TEST(MimeWalk, ExtractDataFileLeavesOutUuencodedBlocks)
+{
+    BaseTempDir dir;
+    std::string mail = std::string(kHeaders) + "Content-Type: multipart/mixed;\n boundary=\"b\"\n\n"
+                       "--b\n\ntext\nbegin 644 x.bin\nM86)C\n--b\n\nkept\nbegin 600 y\nend\nlast\n--b--\n";
+    std::string in = dir.write("DF", mail);
+    ASSERT_TRUE(ExtractDataFile(in.c_str(), dir.path("out").c_str()));
+    EXPECT_EQ(BaseTempDir::read(dir.path("out")),
+              std::string(kHeaders) + "Content-Type: multipart/mixed;\n boundary=\"b\"\n\n"
+                                      "--b\n\ntext\n--b\n\nkept\nlast\n--b--\n");
+    EXPECT_FALSE(ExtractDataFile(dir.path("missing").c_str(), dir.path("out2").c_str()));
+}
+
+} // namespace

@@ -1,0 +1,171 @@
+// Encoded words: the recogniser, rfc1342_decode (the header decoder with its
+// fixed rules), decode_str (RFC 2047 runs) and encode_str (header words).
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+
+#include "mail/charset.h"
+#include "support/mail_codec_fixtures.h"
+
+namespace {
+
+const std::string kJisA = "\x1B$B$\"\x1B(B";   // HIRAGANA A in ISO-2022-JP
+const std::string kEucA = "\xA4\xA2";
+const std::string kWordA = "=?ISO-2022-JP?B?GyRCJCIbKEI=?=";
+
+TEST(IsRfc1342, Table)
+{
+    const std::string charset151(151, 'c');
+    const struct {
+        std::string text;
+        int form;
+        std::string charset, encoded;
+    } rows[] = {
+        {kWordA + " tail", 1, "ISO-2022-JP", "GyRCJCIbKEI="},
+        {"=?x-y?q?a=3Db?=", 2, "x-y", "a=3Db"},
+        {"=?utf-8*ja?B?\?=", 1, "utf-8*ja", ""},          // empty encoded text
+        {"=?" + charset151 + "?B?QQ==?=", 1, charset151, "QQ=="},
+        {"=?" + charset151 + "c?B?QQ==?=", 0, "", ""},
+        {"=?iso.8859-1?Q?x?=", 0, "", ""},
+        {"=?a b?B?x?=", 0, "", ""},
+        {"=?a~b?B?x?=", 0, "", ""},
+        {"=??B?x?=", 0, "", ""},
+        {"=?x?C?x?=", 0, "", ""},
+        {"=?x?B?a b?=", 0, "", ""},
+        {"=?x?B?abc?", 0, "", ""},
+        {"=?x?B?abc", 0, "", ""},
+        {"?=x?B?abc?=", 0, "", ""},
+    };
+    for (const auto &r : rows) {
+        char charset[152] = "";
+        char encoded[152] = "";
+        EXPECT_EQ(is_rfc1342(r.text.c_str(), charset, encoded), r.form) << r.text;
+        EXPECT_EQ(charset, r.charset) << r.text;
+        EXPECT_EQ(encoded, r.encoded) << r.text;
+        int len = -1;
+        EXPECT_EQ(is_rfc1342_len(r.text.c_str(), &len), r.form);
+        EXPECT_EQ(len, r.form ? static_cast<int>(r.charset.size()) : -1);
+    }
+    EXPECT_EQ(is_rfc1342(nullptr, nullptr, nullptr), 0);
+    EXPECT_EQ(is_rfc1342(kWordA.c_str(), nullptr, nullptr), 1);
+}
+
+TEST(Rfc1342Decode, Table)
+{
+    const struct {
+        std::string src;
+        int result;
+        std::string text, charset;
+        int code;
+    } rows[] = {
+        {kWordA, 0, kEucA, "ISO-2022-JP", 3},
+        {"Re: =?SHIFT_JIS?B?gqA=?= x", 0, "Re: " + kEucA + " x", "SHIFT_JIS", 3},
+        {"=?euc-jp?q?=A4=A2_?=", 0, kEucA + "_", "euc-jp", 3},   // "_" stays
+        {"=?ISO-8859-1?Q?caf=E9?=", 0, "caf\xE9", "ISO-8859-1", -1},
+        {kWordA + " " + kWordA, 0, kEucA + " " + kEucA, "ISO-2022-JP", 3},
+        {"=?x?B?QQ==?=" + kWordA, 0, "A" + kEucA, "ISO-2022-JP", 3},
+        {kWordA + "=?x?B?QQ==?=", 0, kEucA + "A", "x", -1},
+        {"=?iso.8859-1?Q?x?=", 0, "=?iso.8859-1?Q?x?=", "", 3},
+        {"raw " + kJisA + " header", 0, "raw " + kEucA + " header", "", 3},
+        {"a = b", 0, "a = b", "", 3},
+        {"ok " + kWordA + " =?ISO-2022-JP?B?QQ=x?=", -1, "", "", 0},
+        {"=?x?Q?=4?=", -1, "", "", 0},
+        {"", -1, "", "", 0},
+    };
+    for (const auto &r : rows) {
+        RFC1342_DECODED d;
+        std::memset(&d, 0x55, sizeof d);
+        ASSERT_EQ(rfc1342_decode(r.src.c_str(), &d, CHARSET_EUC), r.result) << r.src;
+        EXPECT_EQ(d.m_nCode, r.code) << r.src;
+        EXPECT_EQ(d.m_szCharset, r.charset) << r.src;
+        if (r.result == 0)
+            EXPECT_EQ(TakeText(d.m_pszText), r.text) << r.src;
+        else
+            EXPECT_EQ(d.m_pszText, nullptr);
+    }
+    RFC1342_DECODED d;
+    EXPECT_EQ(rfc1342_decode(nullptr, &d, 3), -1);
+    EXPECT_EQ(rfc1342_decode("x", nullptr, 3), -1);
+}
+
+TEST(DecodeStr, Rfc2047Runs)
+{
+    const struct {
+        std::string in, out;
+    } rows[] = {
+        {kWordA, kJisA},
+        {kWordA + " \r\n\t" + kWordA, kJisA + kJisA},             // white space between words
+        {"a " + kWordA + " b", "a " + kJisA + " b"},
+        // A Shift_JIS character split over two words survives.
+        {"=?SHIFT_JIS?B?gg==?= =?shift_jis?B?oA==?=", kJisA},
+        {"=?EUC-JP?B?pKI=?=", kJisA},
+        {"=?x?Q?a_b?=", "a b"},
+        {"=?x?Q?a?= =?y?Q?b?=", "ab"},
+        {"=?x?B?QQ=x?= kept", "=?x?B?QQ=x?= kept"},
+        {"no words", "no words"},
+        {kWordA + " ", kJisA + " "},
+    };
+    for (const auto &r : rows)
+        EXPECT_EQ(TakeText(decode_str(r.in.c_str())), r.out) << r.in;
+    EXPECT_EQ(decode_str(nullptr), nullptr);
+}
+
+TEST(EncodeStr, RunsAndWords)
+{
+    const struct {
+        std::string in, out;
+    } rows[] = {
+        {kJisA, kWordA},
+        {"abc " + kJisA + " def", "abc " + kWordA + " def"},
+        {"Re:" + kJisA, "=?ISO-2022-JP?B?UmU6GyRCJCIbKEI=?="},     // the whole word
+        {kJisA + " " + kJisA, "=?ISO-2022-JP?B?GyRCJCIbKEIgGyRCJCIbKEI=?="},
+        {"(" + kJisA + ")", "(" + kWordA + ")"},
+        {"\x1B$)A\x0E\x4E\x4E\x0F", "=?ISO-2022-CN?B?GyQpQQ5OTg8=?="},
+        {"\x1B$+I\x1BO\x21\x21", "=?ISO-2022-CN-EXT?B?GyQrSRtPISE=?="},
+        {"plain text", "plain text"},
+        {"", ""},
+    };
+    for (const auto &r : rows)
+        EXPECT_EQ(TakeText(encode_str(r.in.c_str())), r.out) << r.in;
+    EXPECT_EQ(encode_str(nullptr), nullptr);
+}
+
+TEST(EncodeStr, LongRunsSplitIntoCompleteWords)
+{
+    // 60 kanji and a blank in the middle, in EUC-JP, made ISO-2022-JP.
+    std::string euc;
+    for (int i = 0; i < 60; ++i) {
+        euc += static_cast<char>(0xB0 + i / 20);
+        euc += static_cast<char>(0xA1 + i % 90);
+        if (i == 30)
+            euc += ' ';
+    }
+    const std::string jis = TakeText(toJIS(euc.c_str(), CHARSET_EUC));
+    const std::string header = TakeText(encode_str(("Subject " + jis).c_str()));
+    ASSERT_EQ(header.rfind("Subject =?ISO-2022-JP?B?", 0), 0u) << header;
+    Oracle iso2022jp("ISO-2022-JP", "EUC-JP");
+    std::string joined;
+    size_t words = 0;
+    for (size_t at = header.find("=?"); at != std::string::npos; at = header.find("=?", at + 2)) {
+        const size_t end = header.find("?=", at + 16);
+        ASSERT_NE(end, std::string::npos);
+        EXPECT_LE(end + 2 - at, 75u);
+        // Every word is a complete ISO-2022-JP text of its own.
+        const std::string word = header.substr(at, end + 2 - at);
+        const std::string bytes = TakeText(decode_str(word.c_str()));
+        std::string part;
+        ASSERT_TRUE(iso2022jp(bytes, &part)) << word;
+        joined += part;
+        ++words;
+        at = end;
+    }
+    EXPECT_GE(words, 3u);
+    EXPECT_EQ(joined, euc);
+    EXPECT_NE(header.find("?=\r\n =?"), std::string::npos);
+    // The header decodes back to the text.
+    EXPECT_EQ(TakeText(fromANY(TakeText(decode_str(header.c_str())).c_str(), CHARSET_EUC)),
+              "Subject " + euc);
+}
+
+} // namespace

@@ -1,0 +1,191 @@
+// Base64 and Quoted-Printable over one buffer: the decoders' handling of
+// padding, stray characters, escapes and trailing blanks, the encoders' line
+// layout, and round trips over every byte value.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "mail/transfer_codecs.h"
+#include "support/mail_codec_fixtures.h"
+
+namespace {
+
+std::string B64Decode(const std::string &in)
+{
+    int n = -1;
+    char *p = from_base64(in.data(), static_cast<int>(in.size()), &n);
+    return p ? TakeBytes(p, n) : "<null>";
+}
+
+std::string QpDecode(const std::string &in)
+{
+    std::string buffer = in;   // the decoder writes a NUL at [len]
+    int n = -1;
+    char *p = from_qprint(buffer.data(), static_cast<int>(in.size()), &n);
+    return p ? TakeBytes(p, n) : "<null>";
+}
+
+std::string B64Encode(const std::string &in)
+{
+    int n = -1;
+    char *p = to_base64(in.data(), static_cast<int>(in.size()), &n);
+    return p ? TakeBytes(p, n) : "<null>";
+}
+
+std::string QpEncode(const std::string &in)
+{
+    int n = -1;
+    char *p = to_qprint(in.data(), static_cast<int>(in.size()), &n);
+    return p ? TakeBytes(p, n) : "<null>";
+}
+
+TEST(Base64Decode, PaddingStrayCharactersAndFailures)
+{
+    const struct {
+        std::string in, out;
+    } rows[] = {
+        {"QUJD", "ABC"},
+        {"QUI=", "AB"},
+        {"QQ==", "A"},
+        {"QQ=x", "<null>"},            // a lone "=" in the third place
+        {"QQ=", "<null>"},             // ... also at the very end
+        {"QU\r\nJD", "ABC"},           // line breaks and other characters skipped
+        {" Q U J D !", "ABC"},
+        {"QUJDQQ==QUJD", "ABCAABC"},   // padding ends a group, decoding goes on
+        {"QUI", "AB"},                 // unpadded: the completed bytes
+        {"Q", ""},
+        {"=QUJD", "\x01\x05\x09"},   // "=" first only moves the place (a zero)
+        {"", ""},
+    };
+    for (const auto &r : rows)
+        EXPECT_EQ(B64Decode(r.in), r.out) << r.in;
+    int n = 7;
+    EXPECT_EQ(from_base64(nullptr, 4, &n), nullptr);
+    EXPECT_EQ(n, 0);
+}
+
+TEST(Base64Encode, LineLayoutAndPlannedLength)
+{
+    EXPECT_EQ(B64Encode("ABC"), "QUJD\r\n");
+    EXPECT_EQ(B64Encode("A"), "QQ==\r\n");
+    EXPECT_EQ(B64Encode(""), "\r\n");
+    const std::string out45 = B64Encode(std::string(45, 'x'));
+    ASSERT_EQ(out45.size(), 64u);
+    EXPECT_EQ(out45.substr(60), "\r\n\r\n");
+    const std::string out46 = B64Encode(std::string(46, 'x'));
+    EXPECT_EQ(out46.size(), 68u);
+    EXPECT_EQ(out46.substr(60, 2), "\r\n");
+    EXPECT_EQ(to_base64(nullptr, 1, nullptr), nullptr);
+}
+
+TEST(Base64, RoundTripsEveryByteAndLength)
+{
+    std::string all;
+    for (int i = 0; i < 256; ++i)
+        all += static_cast<char>(i);
+    for (size_t len = 0; len < 200; ++len) {
+        const std::string in = (all + all).substr(len % 7, len);
+        EXPECT_EQ(B64Decode(B64Encode(in)), in) << len;
+    }
+}
+
+TEST(Base64, LongBodiesInAnyLineLayout)
+{
+    // Random bytes, encoded, then laid out again: lines of several widths
+    // with CR LF or LF, stray characters between and inside groups, and
+    // texts cut short of a group. The decoder must give the bytes back.
+    std::string bytes;
+    unsigned seed = 12345;
+    for (int i = 0; i < 30001; ++i) {   // ends in "==" padding
+        seed = seed * 1103515245 + 12345;
+        bytes += static_cast<char>(seed >> 16);
+    }
+    std::string flat;
+    for (char c : B64Encode(bytes))
+        if (c != '\r' && c != '\n')
+            flat += c;
+    const struct {
+        size_t width;
+        const char *lineBreak;
+        size_t strayEvery;   // 0: none
+        const char *stray;
+    } layouts[] = {
+        {76, "\r\n", 0, ""},   {60, "\r\n", 0, ""}, {64, "\n", 0, ""},
+        {32, "\r\n", 0, ""},   {72, "\n", 0, ""},   {76, "\r\n", 997, " "},
+        {76, "\r\n", 301, "\xE9"}, {4000, "\r\n", 0, ""}, {76, " \r\n", 0, ""},
+        {100000, "", 0, ""},  {76, "\r\n", 150, "\r\n"},
+    };
+    for (const auto &l : layouts) {
+        std::string text;
+        for (size_t at = 0; at < flat.size(); at += l.width) {
+            const std::string line = flat.substr(at, l.width);
+            for (size_t k = 0; k < line.size(); ++k) {
+                if (l.strayEvery && (at + k) % l.strayEvery == l.strayEvery - 1)
+                    text += l.stray;
+                text += line[k];
+            }
+            text += l.lineBreak;
+        }
+        EXPECT_EQ(B64Decode(text), bytes) << l.width << " " << l.strayEvery;
+    }
+    // Cut inside a group: the whole bytes of what is left.
+    EXPECT_EQ(B64Decode(flat.substr(0, 4002)), bytes.substr(0, 3001));
+}
+
+TEST(QuotedPrintableDecode, EscapesSoftBreaksAndTrailingBlanks)
+{
+    const struct {
+        std::string in, out;
+    } rows[] = {
+        {"=41=42", "AB"},
+        {"=4a=4A", "JJ"},
+        {"A =\r\nB", "A B"},
+        {"A =\nB", "A B"},
+        {"abc   \r\n", "abc\r\n"},
+        {"abc \t \ndef", "abc\ndef"},
+        {"abc=20\r\n", "abc \r\n"},    // an escaped blank stays
+        {"x=\ry", "xy"},               // "=" and a bare CR: the CR is dropped
+        {"end=", "end"},
+        {"=4G", "<null>"},
+        {"=G4", "<null>"},
+        {"a=?b", "<null>"},
+        {"tail  ", "tail  "},
+    };
+    for (const auto &r : rows)
+        EXPECT_EQ(QpDecode(r.in), r.out) << r.in;
+    std::string withNul("ab\0cd", 5);
+    EXPECT_EQ(QpDecode(withNul), "ab");   // reads up to the first NUL
+    EXPECT_EQ(from_qprint(nullptr, 0, nullptr), nullptr);
+}
+
+TEST(QuotedPrintableEncode, EscapesAndLineLength)
+{
+    EXPECT_EQ(QpEncode("a=b"), "a=3Db");
+    EXPECT_EQ(QpEncode("a\r\nb"), "a\r\nb");
+    EXPECT_EQ(QpEncode("a\nb\rc"), "a=0Ab=0Dc");
+    EXPECT_EQ(QpEncode("a \r\n"), "a=20\r\n");
+    EXPECT_EQ(QpEncode("\t\x7F\xE9"), "=09=7F=E9");
+    const std::string line80(80, 'x');
+    EXPECT_EQ(QpEncode(line80), std::string(75, 'x') + "=\r\n" + std::string(5, 'x'));
+    // An escape that would pass column 75 moves to the next line whole.
+    EXPECT_EQ(QpEncode(std::string(74, 'x') + "="),
+              std::string(74, 'x') + "=\r\n=3D");
+    const std::string escaped = QpEncode(std::string(100, '\xFF'));
+    for (size_t start = 0, end; start < escaped.size(); start = end + 2) {
+        end = escaped.find("\r\n", start);
+        if (end == std::string::npos)
+            end = escaped.size();
+        EXPECT_LE(end - start, 76u);
+    }
+}
+
+TEST(QuotedPrintable, RoundTripsEveryByte)
+{
+    std::string all;
+    for (int i = 1; i < 256; ++i)   // the decoder stops at NUL
+        all += static_cast<char>(i);
+    const std::string text = all + "line one  \r\nline two\r\n" + all + all;
+    EXPECT_EQ(QpDecode(QpEncode(text)), text);
+}
+
+} // namespace

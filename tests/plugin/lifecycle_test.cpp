@@ -1,0 +1,350 @@
+// Start, reload and stop of libov.so through its exported entry points: the
+// exported names, the return codes of every entry point in every state, the
+// host information record, the lifecycle lines of the event log and the
+// debug log, and the failures of Initialize and Update.
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <functional>
+#include <memory>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "support/plugin_host_fixture.h"
+#include "support/plugin_mail_corpus.h"
+
+namespace {
+
+const char kStarted[] = "PLUG-IN STARTED BY ";
+const char kBuild[] = ", Version: 3.8_Linux_Build_1036 $Date: 12/20/2002 18:02:39";
+
+bool HasDescriptionFile() { return PluginFileExists("/etc/pwall_plugins/ov.dsc"); }
+
+// Every entry point of a plug-in that is not running answers without work.
+void ExpectNotRunning(PluginLibrary &plugin, const std::string &af)
+{
+    ZWHostCall call = PluginCall(af);
+    ZWMailResult result{};
+    EXPECT_EQ(-9, plugin.Process(&call, &result));
+    EXPECT_EQ(-9, plugin.Process(nullptr, nullptr));
+    EXPECT_EQ(-9, plugin.Process(&call, nullptr));
+    EXPECT_EQ(-9, plugin.Cleanup());
+    EXPECT_EQ(-9, plugin.Update());
+    EXPECT_EQ(-9, plugin.Command("update"));
+    EXPECT_EQ(-99, plugin.Command(nullptr));
+    EXPECT_EQ(-99, plugin.Command("Update"));
+    EXPECT_STREQ("3.8_Linux_Build_1036", plugin.Version());
+    EXPECT_STREQ("12/20/2002 18:02:39", plugin.BuildDate());
+}
+
+using PluginLifecycleTest = PluginTest;
+
+TEST_F(PluginLifecycleTest, ExportsOnlyTheHostInterface)
+{
+    const char *exported[] = {"ZWEmailPluginInitialize", "ZWEmailPluginProcess",
+                              "ZWEmailPluginCleanup", "ZWEmailPluginCommand",
+                              "ZWEmailPluginGetCMVersion", "ZWEmailPluginGetCMBuildDate",
+                              "_Z19ZWEmailPluginUpdatev", "ZWContScanInit", "ZWContScanCleanUp",
+                              "ZWContScanScanFile", "OVCMDecodeTNEF", "OVCMSetExtractAttachName",
+                              "OVCMSetSaveAttachPath", "bInit", "ovConfig", "m_pPolicySet",
+                              "m_pRuleScanObj", "m_rwObj", "logFile_rwObj", "ThreadsNum",
+                              "ovux_sink", "ovux_log", "bDebugLog", "Enque_Mail", "_language",
+                              "_kanji", "g_nHostCharset", "g_t_strProgramDirectory",
+                              "g_t_strCSINIFILE", "g_t_strTEMPDIR", "g_t_strDEBUGLOG"};
+    for (const char *name : exported)
+        EXPECT_NE(nullptr, plugin().Symbol(name)) << name;
+    // The update entry point only under its C++ name; internals stay inside.
+    const char *hidden[] = {"ZWEmailPluginUpdate", "SetFullPath", "_Z11SetFullPathPKc",
+                            "LoadPluginSettings", "_Z18LoadPluginSettingsv", "WriteLogFile",
+                            "ReplaceFileBlock", "bRemoveAttachment"};
+    for (const char *name : hidden)
+        EXPECT_EQ(nullptr, plugin().Symbol(name)) << name;
+}
+
+// A fresh copy of the library has never been started: every entry point must
+// cope with the global objects not existing yet.
+TEST_F(PluginLifecycleTest, FreshLibraryAnswersBeforeTheFirstInitialize)
+{
+    const std::string copy = install.root() + "/libov-copy.so";
+    PluginWriteFile(copy, PluginReadFile(OV_LIBOV_PATH));
+    PluginLibrary fresh(copy);
+    ASSERT_TRUE(fresh.loaded()) << fresh.error();
+    ExpectNotRunning(fresh, install.AddMail(PluginPlainMail({}, "hello")).af);
+    // and it starts and stops on its own, beside the shared library
+    ZWHostInfo freshInfo{};
+    ASSERT_EQ(0, fresh.Initialize(install.root().c_str(), &freshInfo));
+    EXPECT_EQ(-9, plugin().Cleanup());
+    EXPECT_EQ(0, fresh.Cleanup());
+}
+
+TEST_F(PluginLifecycleTest, AnswersInEveryStateWithoutWork)
+{
+    PluginSpoolMail mail = install.AddMail(PluginPlainMail({}, "hello"));
+    ExpectNotRunning(plugin(), mail.af);
+    Start();
+    EXPECT_EQ(-99, plugin().Command(nullptr));
+    EXPECT_EQ(-99, plugin().Command("Update"));
+    EXPECT_EQ(-99, plugin().Command(""));
+    EXPECT_EQ(-99, plugin().Command("update "));
+    EXPECT_EQ(0, plugin().Command("update"));
+    EXPECT_EQ(0, plugin().Update());
+    EXPECT_EQ(0, Run(mail));
+    EXPECT_EQ(0, plugin().Cleanup());
+    ExpectNotRunning(plugin(), mail.af);
+    // A stopped plug-in starts again.
+    Start();
+    EXPECT_EQ(0, Run(mail));
+    EXPECT_EQ(0, plugin().Cleanup());
+}
+
+TEST_F(PluginLifecycleTest, FillsTheHostRecordAndLogsTheLifecycle)
+{
+    install.ini.Set("Content Filter", "ConfigEXE", "/usr/bin/ovconfig")
+        .Set("Content Filter", "ConfigURL", "https://gw.corp.example/ov");
+    install.WriteIni();
+    std::memset(&info, 'x', sizeof info);
+    // Trailing slashes, blanks and line ends of the root are dropped.
+    const std::string root = install.root() + "/// \n";
+    ASSERT_EQ(0, plugin().Initialize(root.c_str(), &info));
+    EXPECT_STREQ("3.8_Linux_1036", info.version);
+    EXPECT_STREQ("This plug-in does Content Management.", info.description);
+    EXPECT_STREQ("/usr/bin/ovconfig", info.config_program);
+    EXPECT_STREQ("https://gw.corp.example/ov", info.config_url);
+    EXPECT_STREQ("1.0", info.interface_version);
+    EXPECT_EQ(16, info.interface_flags);
+    EXPECT_TRUE(PluginFileExists(install.Path("tempdir")));
+
+    // A second Initialize changes nothing, not even the record.
+    PluginInstallation other;
+    ZWHostInfo untouched;
+    std::memset(&untouched, 'y', sizeof untouched);
+    ZWHostInfo second = untouched;
+    EXPECT_EQ(0, plugin().Initialize(other.root().c_str(), &second));
+    EXPECT_EQ(0, std::memcmp(&untouched, &second, sizeof second));
+    EXPECT_EQ("", other.EventLog());
+
+    EXPECT_EQ(0, plugin().Command("update"));
+    EXPECT_EQ(0, plugin().Cleanup());
+    const std::string program = install.ProgramDir();
+    const std::vector<std::string> lines = PluginLines(install.EventLog());
+    ASSERT_EQ(4u, lines.size()) << install.EventLog();
+    const std::string prefix = " CONTENT_MANAGEMENT[" + std::to_string(getpid()) + "]: ";
+    EXPECT_NE(std::string::npos, lines[0].find(prefix + "Daily Log" + kBuild));
+    EXPECT_NE(std::string::npos, lines[1].find(prefix + kStarted + program + kBuild));
+    EXPECT_NE(std::string::npos, lines[2].find(prefix + "PLUG-IN UPDATE BY " + program));
+    EXPECT_NE(std::string::npos, lines[3].find(prefix + "PLUG-IN STOPPED"));
+    EXPECT_EQ("<missing>", install.DebugLog());   // DebugLog=no
+}
+
+TEST_F(PluginLifecycleTest, RefusesUnusableRoots)
+{
+    if (HasDescriptionFile())
+        GTEST_SKIP() << "/etc/pwall_plugins/ov.dsc exists and would supply a root";
+    struct Row {
+        const char *label;
+        std::string root;
+        bool nullRoot;
+    };
+    const std::string missing = install.root() + "/no-such-gateway";
+    std::vector<Row> rows = {{"null", "", true},          {"empty", "", false},
+                             {"slash", "/", false},       {"blanks and slashes", " / /  ", false},
+                             {"line end", "\n", false},   {"missing directory", missing, false}};
+    std::vector<std::unique_ptr<PluginInstallation>> partial;
+    for (const char *file : {"contscan.ini", "CsConfig.dat", "spamrule/spamrule.txt",
+                             "spamrule/SFRule.txt"}) {
+        partial.push_back(std::make_unique<PluginInstallation>());
+        std::remove(partial.back()->Path(file).c_str());
+        rows.push_back({file, partial.back()->root(), false});
+    }
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.label);
+        ZWHostInfo failed;
+        std::memset(&failed, 'x', sizeof failed);
+        EXPECT_EQ(-8, plugin().Initialize(row.nullRoot ? nullptr : row.root.c_str(), &failed));
+        EXPECT_STREQ("3.8_Linux_1036", failed.version);
+        EXPECT_EQ("This plug-in does Content Management. \r\nroot_path: (" + row.root +
+                      ") and () error!",
+                  std::string(failed.description));
+        EXPECT_STREQ("", failed.config_program);
+        EXPECT_STREQ("", failed.config_url);
+        EXPECT_EQ(-9, plugin().Cleanup());
+        EXPECT_EQ(-8, plugin().Initialize(row.root.c_str(), nullptr));   // no record: no crash
+    }
+    // The failure is logged in /tmp/, where the plug-in falls back to.
+    time_t now = time(nullptr);
+    struct tm local;
+    localtime_r(&now, &local);
+    char log[64];
+    std::snprintf(log, sizeof log, "/tmp/pwall.log.%d.%02d.%02d", local.tm_year + 1900,
+                  local.tm_mon + 1, local.tm_mday);
+    EXPECT_NE(std::string::npos,
+              PluginReadFile(log).find("root_path: (" + missing + ") and () error!"));
+    // A failed start leaves nothing half-running: the next one succeeds.
+    Start();
+}
+
+TEST_F(PluginLifecycleTest, RetriesAfterAPolicyFileThatDoesNotLoad)
+{
+    PluginWriteFile(install.Path("CsConfig.dat"), "CsConfig.dat\tshPolicy\twhword\t");
+    EXPECT_EQ(-7, plugin().Initialize(install.root().c_str(), &info));
+    EXPECT_STREQ("1.0", info.interface_version);   // filled before the policies load
+    EXPECT_EQ(-9, plugin().Cleanup());
+    EXPECT_EQ(-9, plugin().Command("update"));
+    install.WritePolicies({"shConfidential", "pe=t", "whproject orion"});
+    Start();
+    EXPECT_EQ(0, plugin().Cleanup());
+}
+
+// Reading contscan.ini fails only for a user who may not read it, so the
+// check runs in a child process under an unprivileged user id.
+TEST_F(PluginLifecycleTest, RefusesAnUnreadableSettingsFile)
+{
+    chmod(install.root().c_str(), 0755);
+    chmod(install.Path("contscan.ini").c_str(), 0);
+    const int status = PluginRunInChild([&] {
+        if (geteuid() == 0 && (setgid(65534) != 0 || setuid(65534) != 0))
+            return 100;
+        if (access(install.Path("contscan.ini").c_str(), R_OK) == 0)
+            return 100;   // still readable: nothing to check
+        ZWHostInfo childInfo{};
+        return -plugin().Initialize(install.root().c_str(), &childInfo);
+    });
+    if (status == 100)
+        GTEST_SKIP() << "cannot make contscan.ini unreadable here";
+    EXPECT_EQ(10, status);
+}
+
+TEST_F(PluginLifecycleTest, UpdateReloadsSettingsRulesAndPolicies)
+{
+    install.ini.Set("Advanced Options", "TempDir", install.root() + "/temp-a");
+    install.WriteIni();
+    Start();
+    EXPECT_TRUE(PluginFileExists(install.root() + "/temp-a"));
+    PluginHeaders junk;
+    junk.subject = PluginJunkSubject();
+    PluginHeaders lottery;
+    lottery.subject = "You won the lottery";
+    const std::string secret = std::string("About the ") + PluginConfidentialWord() + ".";
+
+    ZWMailResult result{};
+    EXPECT_EQ(2, Run(install.AddMail(PluginPlainMail(junk, "hi")), &result));
+    EXPECT_EQ(0, Run(install.AddMail(PluginPlainMail(lottery, "hi")), &result));
+    EXPECT_EQ(0, Run(install.AddMail(PluginPlainMail({}, secret)), &result));
+    EXPECT_EQ(2, result.action);   // Confidential: Action=Quarantine
+
+    install.WriteRules({"Lottery\\C\\SUBJ=IS\"*lottery*\"\\ARCH"});
+    install.ini.Set("Confidential", "Action", "Delete")
+        .Set("Advanced Options", "TempDir", install.root() + "/temp-b");
+    install.WriteIni();
+    ASSERT_EQ(0, plugin().Command("update"));
+    EXPECT_TRUE(PluginFileExists(install.root() + "/temp-b"));
+    EXPECT_EQ(0, Run(install.AddMail(PluginPlainMail(junk, "hi")), &result));
+    EXPECT_EQ(2, Run(install.AddMail(PluginPlainMail(lottery, "hi")), &result));
+    EXPECT_EQ(3, result.action);
+    EXPECT_EQ(0, Run(install.AddMail(PluginPlainMail({}, secret)), &result));
+    EXPECT_EQ(1, result.action);
+
+    // A rule file that cannot be read: -6, the old rules stay, the new
+    // settings are in force, and mail keeps flowing.
+    std::remove(install.Path("spamrule/spamrule.txt").c_str());
+    install.ini.Set("Confidential", "Action", "Archive");
+    install.WriteIni();
+    EXPECT_EQ(-6, plugin().Command("update"));
+    EXPECT_EQ(2, Run(install.AddMail(PluginPlainMail(lottery, "hi")), &result));
+    EXPECT_EQ(0, Run(install.AddMail(PluginPlainMail({}, secret)), &result));
+    EXPECT_EQ(3, result.action);
+    install.WriteRules({});
+    EXPECT_EQ(0, plugin().Command("update"));
+    EXPECT_EQ(0, Run(install.AddMail(PluginPlainMail(lottery, "hi")), &result));
+    EXPECT_EQ(0, plugin().Cleanup());
+}
+
+// An update that cannot read contscan.ini or the policy file keeps new mail
+// waiting (the wait for running mails is not ended on that path), so the
+// plug-in is left wedged: checked in a child process.
+TEST_F(PluginLifecycleTest, FailedUpdateHoldsNewMail)
+{
+    struct Row {
+        const char *label;
+        std::function<void()> breakInstallation;
+        int code;
+    } rows[] = {
+        {"contscan.ini gone", [&] { std::remove(install.Path("contscan.ini").c_str()); }, -10},
+        {"policy file without its marker",
+         [&] { PluginWriteFile(install.Path("CsConfig.dat"), "policies\t"); }, -7},
+    };
+    PluginSpoolMail mail = install.AddMail(PluginPlainMail({}, "hello"));
+    const std::string ini = PluginReadFile(install.Path("contscan.ini"));
+    const std::string policies = PluginReadFile(install.Path("CsConfig.dat"));
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.label);
+        const int status = PluginRunInChild([&] {
+            ZWHostInfo childInfo{};
+            if (plugin().Initialize(install.root().c_str(), &childInfo) != 0)
+                return 101;
+            row.breakInstallation();
+            if (plugin().Command("update") != row.code)
+                return 102;
+            std::atomic<bool> done{false};
+            std::thread([&] {
+                ZWHostCall call = PluginCall(mail.af);
+                ZWMailResult result{};
+                plugin().Process(&call, &result);
+                done = true;
+            }).detach();
+            std::this_thread::sleep_for(std::chrono::milliseconds(300));
+            return done ? 103 : 0;
+        });
+        EXPECT_EQ(0, status);
+        PluginWriteFile(install.Path("contscan.ini"), ini);
+        PluginWriteFile(install.Path("CsConfig.dat"), policies);
+    }
+}
+
+TEST_F(PluginLifecycleTest, WritesTheDebugLogWhenSwitchedOn)
+{
+    PluginSpoolMail mail = install.AddMail(PluginPlainMail({}, "hello"));
+    struct Row {
+        const char *value;
+        bool opened;
+    } rows[] = {{"yes", true}, {"always yes", true}, {"YES", false}, {"no", false}};
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.value);
+        std::remove((install.ProgramDir() + "Debug-" + std::to_string(getpid()) + ".log").c_str());
+        install.ini.Set("Content Filter", "DebugLog", row.value);
+        install.WriteIni();
+        Start();
+        EXPECT_EQ(0, Run(mail));
+        EXPECT_EQ(-99, plugin().Command("reload"));
+        EXPECT_EQ(0, plugin().Cleanup());
+        const std::string log = install.DebugLog();
+        if (!row.opened) {
+            EXPECT_EQ("<missing>", log);
+            continue;
+        }
+        for (const std::string &line :
+             {std::string("ZWEmailPluginInitialize: Starting....."),
+              "ProgramDirectory=" + install.ProgramDir(),
+              "contscan.ini=" + install.Path("contscan.ini"),
+              "spamrule.txt=" + install.Path("spamrule/spamrule.txt"), std::string("Zelto$RF=Zelto$RF"),
+              "temp_dir=" + install.Path("tempdir"),
+              "Debug.log=" + install.ProgramDir() + "Debug-" + std::to_string(getpid()) + ".log",
+              std::string("ZWEmailPluginInitialize: Reading Config OK!"),
+              std::string("ZWEmailPluginInitialize: OK!!"),
+              "ZWEmailPluginProcess: AF(" + mail.af + "): File length=",
+              std::string("ZWEmailPluginProcess: AF and DF exist!"),
+              std::string("ZWEmailPluginProcess: m_pRuleScanObj->Scan() with SFilter pass!"),
+              std::string("ZWEmailPluginProcess: ZWContScanScanFile() pass!!"),
+              std::string("ZWEmailPluginProcess: OK!!"),
+              std::string("ZWEmailPluginCommand: Command(reload) Error!"),
+              std::string("ZWEmailPluginCleanup: OK!!")})
+            EXPECT_NE(std::string::npos, log.find(line)) << line;
+    }
+}
+
+} // namespace

@@ -1,0 +1,86 @@
+// The rule sources named by "RuleFile" of section "Anti-Spam": the vendor's
+// sealed file "Zelto$RF.<RFVersion>" (the prefix in any case), plain import
+// files in a comma list, the vendor action of "Anti-Spam(Vendor)", the
+// administrator's rules tried first, and the sources reloaded on update.
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "rules/sealed_file.h"
+#include "support/plugin_host_fixture.h"
+#include "support/plugin_mail_corpus.h"
+
+namespace {
+
+using PluginRuleSourceTest = PluginTest;
+
+// Seals one rule line into spamrule/<name> (with the rule filter's own sealer).
+void WriteSealed(const PluginInstallation &install, const std::string &name, const std::string &line)
+{
+    const std::string plain = install.root() + "/plain-rules.txt";
+    PluginWriteFile(plain, line + "\n");
+    ASSERT_NE(-1, EncrptFileWithCRC(plain.c_str(), install.Path("spamrule/" + name).c_str()));
+}
+
+TEST_F(PluginRuleSourceTest, VendorSourcesAndTheirAction)
+{
+    struct Row {
+        const char *label;
+        std::string ruleFile;
+        const char *version;
+        const char *vendorAction;   // null: no key (Quarantine)
+        const char *adminRule;      // null: none
+        int action;                 // 0: the mail passes
+        const char *name;
+    } rows[] = {
+        {"sealed, default action", "Zelto$RF", "1", nullptr, nullptr, 2, "Sealed lottery"},
+        {"sealed, lower case", "zelto$rf", "1", "Delete", nullptr, 1, "Sealed lottery"},
+        {"sealed, longer item", "ZELTO$RF_old", "1", "archive", nullptr, 3, "Sealed lottery"},
+        {"sealed, version 2", "Zelto$RF", "2", "Delete", nullptr, 1, "Sealed lottery"},
+        {"sealed, missing version", "Zelto$RF", "3", "Delete", nullptr, 0, ""},
+        {"import files, last one", "<root>/none.txt,,<root>/vendor.txt", "1", "Delete", nullptr, 1,
+         "Imported lottery"},
+        {"import then sealed", "<root>/vendor.txt,Zelto$RF", "1", "Delete", nullptr, 1,
+         "Imported lottery"},
+        {"no sources", "", "1", "Delete", nullptr, 0, ""},
+        {"administrator first", "Zelto$RF", "1", "Delete", "Own lottery\\C\\SUBJ=IS\"*lottery*\"\\ARCH",
+         3, "Own lottery"},
+    };
+    PluginHeaders lottery;
+    lottery.subject = "You won the LOTTERY";
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.label);
+        PluginInstallation local;
+        WriteSealed(local, "Zelto$RF.1", "Sealed lottery\\A\\SUBJ=IS\"*lottery*\"\\DEL");
+        WriteSealed(local, "Zelto$RF.2", "Sealed lottery\\A\\SUBJ=IS\"*lottery*\"\\DEL");
+        PluginWriteFile(local.root() + "/vendor.txt", "Imported lottery\\C\\SUBJ=IS\"*lottery*\"\\QUAR\n");
+        std::string sources = row.ruleFile;
+        for (size_t at; (at = sources.find("<root>")) != std::string::npos;)
+            sources.replace(at, 6, local.root());
+        local.ini.Set("Anti-Spam", "RuleFile", sources).Set("RuleFile-Update", "RFVersion", row.version);
+        if (row.vendorAction)
+            local.ini.Set("Anti-Spam(Vendor)", "Action", row.vendorAction);
+        local.WriteIni();
+        if (row.adminRule)
+            local.WriteRules({row.adminRule});
+        ASSERT_EQ(0, plugin().Initialize(local.root().c_str(), &info));
+        for (int pass = 0; pass < 2; ++pass) {   // the second after an update
+            SCOPED_TRACE(pass);
+            ZWMailResult result{};
+            EXPECT_EQ(row.action ? 2 : 0, Run(local.AddMail(PluginPlainMail(lottery, "hi")), &result));
+            EXPECT_EQ(row.action, result.action);
+            const std::vector<PluginEvent> events = PluginEvents(local.EventLog());
+            if (row.action) {
+                EXPECT_NE(std::string::npos,
+                          events.back().record.find("\\" + std::string(row.name) + "\\"));
+            }
+            ASSERT_EQ(0, plugin().Command("update"));
+        }
+        EXPECT_EQ(0, plugin().Cleanup());
+        // sealed rules are unpacked in the temporary directory, never left there
+        EXPECT_EQ(std::vector<std::string>{}, local.Files("tempdir"));
+    }
+}
+
+} // namespace

@@ -1,0 +1,194 @@
+// CRuleScan::Scan on whole mails: direction, relay hosts, the specialized
+// filter's picks, first match in file order and the vendor trigger.
+#include "rules/rule_scan.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "sfilter/sfrule_file.h"
+#include "support/rules_fixtures.h"
+
+namespace {
+
+// A mail with a text part and two base64 attachments.
+const char kMessage[] =
+    "Received: from relay.example.org (relay [192.0.2.7])\r\n"
+    "\tby mx.example.net with ESMTP id 42\r\n"
+    "From: alice@example.org\r\n"
+    "To: bob@example.net\r\n"
+    "Subject: quarterly figures\r\n"
+    "MIME-Version: 1.0\r\n"
+    "Content-Type: multipart/mixed; boundary=\"XYZ\"\r\n"
+    "\r\n"
+    "--XYZ\r\n"
+    "Content-Type: text/plain\r\n"
+    "\r\n"
+    "see attached\r\n"
+    "--XYZ\r\n"
+    "Content-Type: application/octet-stream; name=\"setup.exe\"\r\n"
+    "Content-Transfer-Encoding: base64\r\n"
+    "\r\n"
+    "TVqQAAMAAAAEAAAA\r\n"
+    "--XYZ\r\n"
+    "Content-Type: application/pdf; name=\"figures.pdf\"\r\n"
+    "Content-Transfer-Encoding: base64\r\n"
+    "\r\n"
+    "JVBERi0xLjQK\r\n"
+    "--XYZ--\r\n";
+
+class ScanFixture : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        af = dir.file("AFI0001");
+        df = dir.file("DFI0001");
+        rules_write_file(af, "Falice@example.org\nTbob@example.net\nSquarterly figures\n"
+                             "Oalice@example.org\nDbob@example.net\n");
+        rules_write_file(df, kMessage);
+        text.reset(new MEMBUF());
+    }
+
+    bool Load(const std::string &rules)
+    {
+        rules_write_file(dir.file("spamrule.txt"), rules);
+        return scan.Initialize(dir.file("spamrule.txt").c_str());
+    }
+
+    bool Run(const std::string &afPath, Replace_Stru *replace = nullptr)
+    {
+        info.reset(new CMailInfo);
+        info->ParseAFInfo(afPath.c_str(), true);
+        return scan.Scan(afPath.c_str(), df.c_str(), name, sentence, action, trigger, *info,
+                         text.get(), dir.file("text.txt").c_str(), replace);
+    }
+
+    RulesTempDir dir;
+    std::string af, df;
+    CRuleScan scan;
+    std::unique_ptr<MEMBUF> text;
+    std::unique_ptr<CMailInfo> info;
+    std::string name = "untouched", sentence = "untouched", action = "untouched";
+    TriggerType trigger = TRIGGER_VENDOR;
+};
+
+TEST_F(ScanFixture, EmptyRuleListTouchesOnlyTheTrigger)
+{
+    ASSERT_TRUE(Load(""));
+    EXPECT_FALSE(Run(af));
+    EXPECT_EQ(name, "untouched");
+    EXPECT_EQ(action, "untouched");
+    EXPECT_EQ(trigger, TRIGGER_ADMIN);
+    ASSERT_EQ(info->m_nDomainCount, 2);
+    EXPECT_STREQ(info->m_pDomain[0], "relay.example.org");
+    EXPECT_STREQ(info->m_pDomain[1], "mx.example.net");
+    EXPECT_EQ(info->m_nAttachCount, 2);
+}
+
+TEST_F(ScanFixture, MissingMessageLeavesEverything)
+{
+    ASSERT_TRUE(Load("all\\C\\SIZE>-1\\DEL\n"));
+    df = dir.file("missing");
+    EXPECT_FALSE(Run(af));
+    EXPECT_EQ(trigger, TRIGGER_VENDOR);
+    EXPECT_EQ(name, "untouched");
+}
+
+TEST_F(ScanFixture, FirstMatchInFileOrderWithDirectionAndTrigger)
+{
+    struct Row {
+        const char *what;
+        std::string rules, vendor;
+        bool outbound;
+        bool matched;
+        const char *name, *action;
+        TriggerType trigger;
+    } rows[] = {
+        {"first of two", "a\\C\\SUBJ=\"quarterly figures\"\\QUAR\nb\\C\\SIZE>0\\DEL\n", "", false, true, "a", "QUAR", TRIGGER_ADMIN},
+        {"relay host", "a\\C\\DOM=\"nowhere\"\\QUAR\nb\\C\\DOM=\"mx.example.net\"\\ARCH\n", "", false, true, "b", "ARCH", TRIGGER_ADMIN},
+        {"attachment", "a\\C\\ATTACH=\".exe\"\\DEL\n", "", false, true, "a", "DEL", TRIGGER_ADMIN},
+        {"inbound rule, outbound mail", "a\\A\\SIZE>0\\DEL\nb\\B\\SIZE>0\\QUAR\n", "", true, true, "b", "QUAR", TRIGGER_ADMIN},
+        {"outbound rule, inbound mail", "b\\B\\SIZE>0\\QUAR\n", "", false, false, "untouched", "untouched", TRIGGER_ADMIN},
+        {"vendor after admin", "a\\C\\SUBJ=\"other\"\\DEL\n", "v\\C\\FROM=\"alice@example.org\"\\DEL\n", false, true, "v", "QUAR", TRIGGER_VENDOR},
+        {"admin before vendor", "a\\C\\SIZE>0\\ARCH\n", "v\\C\\SIZE>0\\DEL\n", false, true, "a", "ARCH", TRIGGER_ADMIN},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.what);
+        CRuleScan fresh;
+        rules_write_file(dir.file("spamrule.txt"), row.rules);
+        ASSERT_TRUE(fresh.Initialize(dir.file("spamrule.txt").c_str()));
+        if (!row.vendor.empty()) {
+            rules_write_file(dir.file("vendor.txt"), row.vendor);
+            ASSERT_TRUE(fresh.LoadImportRuleFile(dir.file("vendor.txt").c_str()));
+        }
+        std::string afPath = row.outbound ? dir.file("AFO0001") : af;
+        rules_write_file(dir.file("AFO0001"), rules_read_file(af));
+        CMailInfo mail;
+        mail.ParseAFInfo(afPath.c_str(), true);
+        mail.m_nMailSize = 100;
+        std::string n = "untouched", s = "untouched", a = "untouched";
+        TriggerType t = TRIGGER_VENDOR;
+        EXPECT_EQ(fresh.Scan(afPath.c_str(), df.c_str(), n, s, a, t, mail, text.get(), nullptr,
+                             nullptr),
+                  row.matched);
+        EXPECT_EQ(mail.m_nDirection, row.outbound ? 1 : 0);
+        EXPECT_EQ(n, row.name);
+        EXPECT_EQ(a, row.action);
+        EXPECT_EQ(t, row.trigger);
+    }
+}
+
+TEST_F(ScanFixture, SpecializedFilterTakesAttachmentsAwayFromRules)
+{
+    tagSFRuleContent content;
+    content.name = "no programs";
+    content.attach = "*.exe";
+    content.includeText = "INCLUDE";
+    c_special_filter_savor savor;
+    ASSERT_TRUE(savor.SaveRuleFile({content}, dir.file("SFRule.txt").c_str()));
+    scan.LoadSFilterSetting(dir.file("SFRule.txt").c_str(), nullptr);
+    ASSERT_TRUE(Load("exe\\C\\ATTACH=\".exe\"\\DEL\npdf\\C\\ATTACH=\".pdf\"\\QUAR\n"));
+
+    Replace_Stru replace;
+    EXPECT_TRUE(Run(af, &replace));
+    EXPECT_EQ(name, "pdf");   // the exe part is taken, so its rule no longer sees it
+    ASSERT_EQ(replace.count, 1);
+    EXPECT_STREQ(replace.entries[0]->m_szName, "setup.exe");
+    EXPECT_EQ(info->m_bChecked[0], 1);
+    EXPECT_EQ(info->m_bChecked[1], 0);
+    const std::string message = kMessage;
+    EXPECT_EQ(replace.entries[0]->m_nStart, info->m_pAttach[0]->m_nStart);
+    EXPECT_LT(replace.entries[0]->m_nStart, replace.entries[0]->m_nEnd);
+    EXPECT_NE(message.substr(replace.entries[0]->m_nStart,
+                             replace.entries[0]->m_nEnd - replace.entries[0]->m_nStart)
+                  .find("TVqQAAMAAAAEAAAA"),
+              std::string::npos);
+
+    EXPECT_TRUE(Run(af, nullptr));   // without removal the filter is not asked
+    EXPECT_EQ(name, "exe");
+}
+
+TEST_F(ScanFixture, SuspendedRulesAndActionCodes)
+{
+    ASSERT_TRUE(Load("a\\C\\SIZE>-1\\DELETE\nb\\C\\SIZE>-1\\ARCH\n"));
+    scan.GetExpression(0)->SetSuspended(1);
+    ACT_TYPE code = ACT_QUAR;
+    CMailInfo mail;
+    EXPECT_TRUE(scan.Scan(af.c_str(), df.c_str(), name, sentence, code, trigger, mail, text.get(),
+                          nullptr, nullptr));
+    EXPECT_EQ(name, "b");
+    EXPECT_EQ(sentence, "SIZE>-1");
+    EXPECT_EQ(code, ACT_ARCH);
+
+    scan.GetExpression(0)->SetSuspended(0);
+    code = ACT_QUAR;
+    CMailInfo again;
+    EXPECT_TRUE(scan.Scan(af.c_str(), df.c_str(), name, sentence, code, trigger, again,
+                          text.get(), nullptr, nullptr));
+    EXPECT_EQ(name, "a");
+    EXPECT_EQ(code, ACT_QUAR);   // "DELETE" is no exact action text
+}
+
+} // namespace

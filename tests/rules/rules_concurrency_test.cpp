@@ -1,0 +1,92 @@
+// Several threads scan mails while another reloads the rule file, the vendor
+// rules and the specialized filter: every scan sees one whole rule set.
+#include "rules/rule_scan.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "sfilter/sfrule_file.h"
+#include "support/rules_fixtures.h"
+
+namespace {
+
+const char kMessage[] =
+    "Received: from relay.example.org by mx.example.net\r\n"
+    "Subject: figures\r\n"
+    "Content-Type: multipart/mixed; boundary=\"B\"\r\n"
+    "\r\n"
+    "--B\r\n"
+    "Content-Type: text/plain\r\n"
+    "\r\n"
+    "text\r\n"
+    "--B\r\n"
+    "Content-Type: application/octet-stream; name=\"tool.exe\"\r\n"
+    "Content-Transfer-Encoding: base64\r\n"
+    "\r\n"
+    "TVqQAAMAAAAEAAAA\r\n"
+    "--B--\r\n";
+
+TEST(RulesConcurrency, ScansWhileReloading)
+{
+    RulesTempDir dir;
+    const std::string af = dir.file("AFI0001"), df = dir.file("DFI0001");
+    rules_write_file(af, "Sfigures\nOa@example.org\n");
+    rules_write_file(df, kMessage);
+    const std::string first = dir.file("first.txt"), second = dir.file("second.txt");
+    rules_write_file(first, "a\\C\\DOM=\"mx.example.net\"\\QUAR\n");
+    rules_write_file(second, "b\\C\\SIZE>-1\\DEL\nc\\C\\SIZE>-1\\DEL\n");
+    rules_write_file(dir.file("vendor.txt"), "v\\C\\SIZE>-1\\DEL\n");
+    tagSFRuleContent content;
+    content.name = "exe";
+    content.attach = "*.exe";
+    c_special_filter_savor savor;
+    ASSERT_TRUE(savor.SaveRuleFile({content}, dir.file("SFRule.txt").c_str()));
+
+    CRuleScan scan;
+    ASSERT_TRUE(scan.Initialize(first.c_str()));
+    scan.LoadSFilterSetting(dir.file("SFRule.txt").c_str(), nullptr);
+
+    std::atomic<bool> stop{false};
+    std::atomic<int> unexpected{0};
+    std::atomic<int> scans{0};
+    std::vector<std::thread> readers;
+    for (int r = 0; r < 4; ++r) {
+        readers.emplace_back([&, r] {
+            std::unique_ptr<MEMBUF> text(new MEMBUF());
+            const std::string textFile = dir.file("text" + std::to_string(r));
+            for (int i = 0; i < 60 || !stop.load(); ++i) {
+                CMailInfo info;
+                info.ParseAFInfo(af.c_str(), true);
+                Replace_Stru replace;
+                std::string name, sentence, action;
+                TriggerType trigger = TRIGGER_ADMIN;
+                bool matched = scan.Scan(af.c_str(), df.c_str(), name, sentence, action, trigger,
+                                         info, text.get(), textFile.c_str(), &replace);
+                bool known = matched && (name == "a" || name == "b" || name == "v") &&
+                             (name == "v") == (trigger == TRIGGER_VENDOR);
+                if (!known || replace.count > 1)
+                    ++unexpected;
+                ++scans;
+                if (i > 10000)
+                    break;
+            }
+        });
+    }
+    for (int round = 0; round < 40; ++round) {
+        ASSERT_TRUE(scan.LoadRuleFile(round % 2 ? first.c_str() : second.c_str()));
+        ASSERT_TRUE(scan.LoadImportRuleFile(dir.file("vendor.txt").c_str()));
+        scan.LoadSFilterSetting(dir.file("SFRule.txt").c_str(), nullptr);
+    }
+    stop = true;
+    for (std::thread &reader : readers)
+        reader.join();
+    EXPECT_EQ(unexpected.load(), 0);
+    EXPECT_GE(scans.load(), 240);
+}
+
+} // namespace

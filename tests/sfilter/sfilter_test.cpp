@@ -1,0 +1,271 @@
+// The specialized filter: file-name pattern tables, header lists, user
+// groups with include/exclude, directions and the attachment verdict.
+#include "sfilter/sfilter.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "base/config_file.h"
+#include "sfilter/filter_config.h"
+#include "sfilter/sfrule_file.h"
+#include "support/rules_fixtures.h"
+
+namespace {
+
+TEST(SFilterPattern, ParseTable)
+{
+    struct Row {
+        const char *pattern;
+        bool headStar, tailStar, extHeadStar, extTailStar;
+        const char *head, *tail, *ext;
+    } rows[] = {
+        {"*", true, false, true, false, "", "", ""},
+        {"*.exe", true, false, true, false, "", "", "exe"},
+        {"setup.exe", false, false, false, false, "setup", "", "exe"},
+        {"setup.*", false, false, true, false, "setup", "", ""},
+        {"setup.e*", false, false, false, true, "setup", "", "e"},
+        {"setup.*x*", false, false, true, true, "setup", "", "x"},
+        {"re*me.txt", false, false, false, false, "re", "me", "txt"},
+        {"*re*me*.txt", true, true, true, true, "re", "me", "txt"},
+        {"a*b*c.d", false, false, false, false, "a", "b*c", "d"},
+        {"read*", false, true, false, true, "read", "", ""},
+        {"noext", false, false, false, false, "noext", "", ""},
+        {"a.b.c", false, false, false, false, "a.b", "", "c"},
+        {"x.abcdefghijklmnopqrstuvwxyz0123456789", false, false, false, false, "x", "",
+         "abcdefghijklmnopqrstuvwxyz012345"},   // the extension is cut at 32
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.pattern);
+        CSFRule rule;
+        rule.AddFilename(row.pattern);
+        const Filename_Stru &p = rule.filenames.at(0);
+        EXPECT_EQ(p.headStar, row.headStar);
+        EXPECT_EQ(p.tailStar, row.tailStar);
+        EXPECT_EQ(p.extHeadStar, row.extHeadStar);
+        EXPECT_EQ(p.extTailStar, row.extTailStar);
+        EXPECT_STREQ(p.head, row.head);
+        EXPECT_STREQ(p.tail, row.tail);
+        EXPECT_STREQ(p.ext, row.ext);
+        EXPECT_STREQ(p.text, row.pattern);
+    }
+}
+
+TEST(SFilterPattern, CheckFileNameTable)
+{
+    struct Row {
+        const char *pattern, *base, *ext;
+        int expected;
+    } rows[] = {
+        {"*", "anything", "at", 1},
+        {"*", "", "", 1},
+        {"*.exe", "setup", "exe", 1},
+        {"*.exe", "setup", "myexe", 1},        // the base's star widens the extension
+        {"*.exe", "setup", "exe2", 0},
+        {"setup.exe", "setup", "exe", 1},
+        {"setup.exe", "setup2", "exe", 0},
+        {"setup.e*", "setup", "exe", 1},
+        {"setup.*e", "setup", "exe", 1},
+        {"setup.*x*", "setup", "exe", 1},
+        {"set*", "setup", "", 1},
+        {"set*", "setup", "exe", 1},           // "set*" also widens: ext begins with ""
+        {"*up.exe", "setup", "exe", 1},
+        {"*up.exe", "upset", "exe", 0},
+        {"noext", "noext", "", 1},
+        {"noext", "noext", "txt", 0},
+        {"re*me.txt", "readme", "txt", 0},     // no outer star: whole-name test only
+        {"*re*me*.txt", "readme", "txt", 1},
+        {"*re*me*.txt", "mere", "txt", 0},     // "me" must come after "re"
+        {"*re*me.txt", "xreadme", "txt", 1},
+        {"*re*me.txt", "readmex", "txt", 0},
+        {"re*me*.txt", "readmex", "txt", 1},
+        {"re*me*.txt", "xreadme", "txt", 0},
+        {"*ab*ba*.txt", "aba", "txt", 0},      // base shorter than head and tail
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(std::string(row.pattern) + " / " + row.base + "." + row.ext);
+        CSFRule rule;
+        rule.AddFilename(row.pattern);
+        EXPECT_EQ(CSFilter::CheckFileName(&rule.filenames[0], row.base, row.ext), row.expected);
+    }
+    EXPECT_EQ(CSFilter::CheckFileName(nullptr, "a", "b"), 0);
+}
+
+TEST(SFilterPattern, ListsAreCutLoweredAndSplit)
+{
+    CSFRule rule;
+    rule.ParseFilename("*.EXE, Setup.Com\t*.bat,,  x");
+    ASSERT_EQ(rule.filenames.size(), 4u);
+    EXPECT_STREQ(rule.filenames[1].text, "setup.com");
+    rule.ParseMIMEType("Application/X-MSDownload all");
+    ASSERT_EQ(rule.mimeTypes.size(), 2u);
+    EXPECT_EQ(rule.mimeTypes[0], "application/x-msdownload");
+    rule.ParseFilename((std::string(510, 'a') + ",bcd").c_str());
+    ASSERT_EQ(rule.filenames.size(), 2u);
+    EXPECT_STREQ(rule.filenames[1].text, "b");   // the list is read up to 512 characters
+}
+
+TEST(SFilterUsers, CheckHeaderListTable)
+{
+    struct Row {
+        const char *field, *entry;
+        bool caseSensitive, exact, expected;
+    } rows[] = {
+        {"Bob@X.com", "bob@x.com", false, true, true},
+        {"Bob@X.com", "bob@x.com", true, true, false},
+        {"Bob@X.com", "Bob@X.com", true, true, true},
+        {"a@y, bob@x.com ", "bob@x.com", false, true, true},
+        {"bob@x.com", "*@x.com", false, true, false},      // exact: a star never matches
+        {"bob@x.com", "*@x.com", false, false, true},
+        {"bob@x.com", "x.com", false, false, true},        // pieces are unanchored
+        {"bob@x.com", "x.com", false, true, false},
+        {"", "x", false, false, false},
+        {nullptr, "x", false, false, false},
+        {"x", nullptr, false, false, false},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(std::string(row.field ? row.field : "(null)") + " ~ " +
+                     (row.entry ? row.entry : "(null)"));
+        EXPECT_EQ(CSFilter::CheckHeaderList(row.field, row.entry, row.caseSensitive, row.exact),
+                  row.expected);
+    }
+}
+
+tagSFRuleContent make_rule(const char *name, const char *attach, const char *mime = "",
+                           const char *include = "INCLUDE", MAIL_TYPE type = MAIL_BOTH)
+{
+    tagSFRuleContent content;
+    content.name = name;
+    content.attach = attach;
+    content.mime = mime;
+    content.includeText = include;
+    content.mailType = type;
+    return content;
+}
+
+TEST(SFilterVerdict, RulesAndAttachmentsTable)
+{
+    struct Row {
+        const char *what;
+        tagSFRuleContent rule;
+        const char *attachName, *attachType;
+        std::initializer_list<const char *> members;
+        int direction;
+        bool expected;
+        const char *nameAfter;
+    } rows[] = {
+        {"glob on whole name", make_rule("r", "*.exe"), "SETUP.EXE", "application/octet-stream", {}, 0, true, "SETUP.EXE"},
+        {"no double extension", make_rule("r", "*.exe"), "setup.exe.txt", "text/plain", {}, 0, false, "setup.exe.txt"},
+        {"inner star whole name", make_rule("r", "re*me.txt"), "ReadMe.txt", "text/plain", {}, 0, true, "ReadMe.txt"},
+        {"inner star not for members", make_rule("r", "re*me.txt"), "winmail.dat", "application/ms-tnef", {"readme.txt"}, 0, false, "winmail.dat"},
+        {"outer stars for members", make_rule("r", "*re*me*.txt"), "winmail.dat", "application/ms-tnef", {"a.doc", "ReadMe.TXT"}, 0, true, "ReadMe.TXT"},
+        {"mime all", make_rule("r", "", "all"), "a.txt", "text/plain", {}, 0, true, "a.txt"},
+        {"mime contained", make_rule("r", "", "msdownload"), "a", "Application/X-MSDownload", {}, 0, true, "a"},
+        {"mime other", make_rule("r", "", "image/"), "a", "text/plain", {}, 0, false, "a"},
+        {"inbound rule, outbound mail", make_rule("r", "*", "", "INCLUDE", MAIL_INBOUND), "a", "t/t", {}, 1, false, "a"},
+        {"outbound rule, outbound mail", make_rule("r", "*", "", "INCLUDE", MAIL_OUTBOUND), "a", "t/t", {}, 1, true, "a"},
+        {"exclude without users", make_rule("r", "*", "all", "exclude"), "a", "t/t", {}, 0, false, "a"},
+        {"no patterns", make_rule("r", ""), "a.exe", "t/t", {}, 0, false, "a.exe"},
+    };
+    for (Row &row : rows) {
+        SCOPED_TRACE(row.what);
+        CSFilter filter;
+        filter.AddRule(row.rule);
+        CMailInfo info;
+        info.m_nDirection = row.direction;
+        int index = rules_add_attach(info, row.attachName, row.attachType, row.members);
+        EXPECT_EQ(filter.Evaluate(info, index), row.expected);
+        EXPECT_STREQ(info.m_pAttach[index]->m_szName, row.nameAfter);
+        EXPECT_FALSE(filter.Evaluate(info, index + 1));
+        EXPECT_FALSE(filter.Evaluate(info, -1));
+    }
+}
+
+TEST(SFilterVerdict, UserGroupsWithIncludeAndExclude)
+{
+    struct Row {
+        const char *what;
+        const char *fromList, *toList;
+        bool fromCase, fromExact;
+        const char *include;
+        const char *from, *to;
+        bool expected;
+    } rows[] = {
+        {"sender in list", "boss@corp, *@spam.org", "", false, false, "INCLUDE", "x@Spam.org", "me", true},
+        {"sender not in list", "boss@corp", "", false, false, "INCLUDE", "x@spam.org", "me", false},
+        {"exclude: sender not in list", "boss@corp", "", false, false, "EXCLUDE", "x@spam.org", "me", true},
+        {"exclude: sender in list", "boss@corp", "", false, false, "EXCLUDE", "boss@corp", "me", false},
+        {"both lists must hold", "boss@corp", "ann@corp", false, false, "INCLUDE", "boss@corp", "bob@corp", false},
+        {"both lists hold", "boss@corp", "ann@corp", false, false, "INCLUDE", "boss@corp", "bob@corp, ann@corp", true},
+        {"case-sensitive flag", "Boss@corp", "", true, false, "INCLUDE", "boss@corp", "", false},
+        {"exact flag with star", "*@corp", "", false, true, "INCLUDE", "boss@corp", "", false},
+        {"missing header", "boss@corp", "", false, false, "INCLUDE", nullptr, nullptr, false},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.what);
+        tagSFRuleContent content = make_rule("r", "*.exe", "", row.include);
+        content.from = row.fromList;
+        content.to = row.toList;
+        content.matchAttr.flags[SF_LIST_FROM][0] = row.fromCase;
+        content.matchAttr.flags[SF_LIST_FROM][1] = row.fromExact;
+        CSFilter filter;
+        filter.AddRule(content);
+        CMailInfo info;
+        rules_set_users(info, row.from, row.to);
+        int index = rules_add_attach(info, "a.exe", "application/x-msdownload");
+        EXPECT_EQ(filter.Evaluate(info, index), row.expected);
+    }
+}
+
+TEST(SFilterVerdict, FirstApplyingRuleAndSkipSpecialChars)
+{
+    RulesTempDir dir;
+    rules_write_file(dir.file("contscan.ini"), "[Specialized Filtering]\nSkipSpecialChars=1\n");
+    ConfigFile config(dir.file("contscan.ini").c_str(), 0);
+    ConfigFile *current = &config;
+    SetFilterConfigSource(&current);
+
+    CSFilter filter;
+    filter.AddRule(make_rule("other", "*.zip"));
+    filter.AddRule(make_rule("exe", "ab.exe"));
+    CMailInfo info;
+    int index = rules_add_attach(info, "a:b?.exe", "application/octet-stream");
+    EXPECT_TRUE(filter.Evaluate(info, index));
+    EXPECT_STREQ(info.m_pAttach[index]->m_szName, "ab.exe");
+
+    current = nullptr;   // no settings: names stay as they are
+    index = rules_add_attach(info, "a:b?.exe", "application/octet-stream");
+    EXPECT_FALSE(filter.Evaluate(info, index));
+    EXPECT_STREQ(info.m_pAttach[index]->m_szName, "a:b?.exe");
+    SetFilterConfigSource(nullptr);
+
+    char name[] = "\\/:*?\"<>|x|y";
+    CSFilter::SkipSpecialChars(name);
+    EXPECT_STREQ(name, "xy");
+}
+
+TEST(SFilterLoad, LoadsRulesFromFileAndReplacesThem)
+{
+    RulesTempDir dir;
+    std::vector<tagSFRuleContent> rules = {make_rule("one", "*.exe"),
+                                           make_rule("two", "*.com", "", "EXCLUDE")};
+    rules[1].from = " a@x , ,b@y";
+    c_special_filter_savor savor;
+    ASSERT_TRUE(savor.SaveRuleFile(rules, dir.file("SFRule.txt").c_str()));
+
+    CSFilter filter;
+    filter.AddRule(make_rule("stale", "*"));
+    EXPECT_EQ(filter.LoadSFRule(dir.file("SFRule.txt").c_str()), 1);
+    ASSERT_EQ(filter.GetCount(), 2);
+    const CSFRule *second = filter.GetHead()->next;
+    EXPECT_EQ(second->name, "two");
+    EXPECT_FALSE(second->include);
+    ASSERT_NE(second->fromList.m_pHead, nullptr);
+    EXPECT_STREQ(second->fromList.m_pHead->m_pszAddress, "a@x");
+    EXPECT_STREQ(second->fromList.m_pTail->m_pszAddress, "b@y");
+
+    EXPECT_EQ(filter.LoadSFRule(dir.file("missing").c_str()), 1);
+    EXPECT_EQ(filter.GetCount(), 0);
+}
+
+} // namespace

@@ -1,0 +1,202 @@
+// "SFRule.txt": the item syntax, the loader's record, the savor's lines and
+// a save/load round trip.
+#include "sfilter/sfrule_file.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "sfilter/sfrule_item.h"
+#include "support/rules_fixtures.h"
+
+namespace {
+
+TEST(SFRuleItem, GetTokenTable)
+{
+    struct Row {
+        const char *line;
+        const char *key;
+        bool found;
+        const char *value;
+    } rows[] = {
+        {"<A>x</A>", "A", true, "x"},
+        {"<A> \t x y \r\n</A>", "A", true, "x y"},
+        {"<A></A>", "A", true, ""},
+        {"<A>   </A>", "A", true, ""},
+        {"<A>x", "A", false, ""},
+        {"</A><A>x", "A", false, ""},          // closing tag before the opening one
+        {"<A</A>>", "A", false, ""},
+        {"<RULE NAME>r</RULE NAME>", "RULE NAME", true, "r"},
+        {"<RTO>r</RTO>", "TO", false, ""},     // "<RTO>" is not "<TO>"
+        {"<a>x</a>", "A", false, ""},          // keys are exact
+        {"<A>1</A><A>2</A>", "A", true, "1"},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.line);
+        std::string value = "old";
+        EXPECT_EQ(get_token(row.line, row.key, value), row.found);
+        EXPECT_EQ(value, row.value);
+    }
+    bool flag = true;
+    EXPECT_FALSE(read_bool("<I>Yes</I>", "I", flag));
+    EXPECT_FALSE(flag);
+    EXPECT_TRUE(read_bool("<I> yes </I>", "I", flag));
+    EXPECT_TRUE(flag);
+    std::string line = "x";
+    token_assembly(line, "K", "v");
+    EXPECT_EQ(line, "x<K>v</K>");
+}
+
+TEST(SFRuleLoader, ParseLineTable)
+{
+    struct Row {
+        const char *line;
+        bool ok;
+        const char *name;
+        MAIL_TYPE type;
+        const char *from;
+        bool fromI, fromS;
+    } rows[] = {
+        {"<RULE NAME>r</RULE NAME><MAIL TYPE>A</MAIL TYPE>", true, "r", MAIL_INBOUND, "", false, false},
+        {"<MAIL TYPE>B</MAIL TYPE><RULE NAME> r </RULE NAME>", true, "r", MAIL_OUTBOUND, "", false, false},
+        {"<RULE NAME>r</RULE NAME><MAIL TYPE>Cx</MAIL TYPE>", true, "r", MAIL_BOTH, "", false, false},
+        {"<RULE NAME>r</RULE NAME>", false, "", MAIL_BOTH, "", false, false},
+        {"<RULE NAME></RULE NAME><MAIL TYPE>A</MAIL TYPE>", false, "", MAIL_BOTH, "", false, false},
+        {"<RULE NAME>r</RULE NAME><MAIL TYPE> </MAIL TYPE>", false, "", MAIL_BOTH, "", false, false},
+        {"<RULE NAME>r</RULE NAME><MAIL TYPE>A</MAIL TYPE><FROM><NAME>a, b</NAME><I>yes</I></FROM>",
+         true, "r", MAIL_INBOUND, "a, b", true, false},
+        {"<FROM><S>yes</S><NAME>x</NAME></FROM><RULE NAME>r</RULE NAME><MAIL TYPE>B</MAIL TYPE>",
+         true, "r", MAIL_OUTBOUND, "x", false, true},
+        {"", false, "", MAIL_BOTH, "", false, false},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.line);
+        tagSFRuleContent rule;
+        ASSERT_EQ(c_special_filter_loader::parse_line(row.line, rule), row.ok);
+        if (!row.ok)
+            continue;
+        EXPECT_EQ(rule.name, row.name);
+        EXPECT_EQ(rule.mailType, row.type);
+        EXPECT_EQ(rule.from, row.from);
+        EXPECT_EQ(rule.matchAttr.caseSensitive(SF_LIST_FROM), row.fromI);
+        EXPECT_EQ(rule.matchAttr.exact(SF_LIST_FROM), row.fromS);
+    }
+}
+
+tagSFRuleContent sample_rule(int n)
+{
+    tagSFRuleContent rule;
+    rule.enabled = n % 2 == 0;
+    rule.name = "rule " + std::to_string(n);
+    rule.mailType = static_cast<MAIL_TYPE>(n % 3);
+    rule.from = "a@x.com, *@spam.org";
+    rule.to = n % 2 ? "" : "boss@corp";
+    rule.replyTo = "r@x";
+    rule.cc = "c@x, d@y";
+    rule.mime = "application/x-msdownload all";
+    rule.includeText = n % 2 ? "EXCLUDE" : "INCLUDE";
+    rule.attach = "*.exe, re*me.txt";
+    rule.inNotify = "in text";
+    rule.outNotify = "";
+    for (int list = 0; list < SF_LIST_COUNT; ++list) {
+        rule.matchAttr.flags[list][0] = (n + list) % 2 == 0;
+        rule.matchAttr.flags[list][1] = (n + list) % 3 == 0;
+    }
+    return rule;
+}
+
+void expect_same_rule(const tagSFRuleContent &a, const tagSFRuleContent &b)
+{
+    EXPECT_EQ(a.name, b.name);
+    EXPECT_EQ(a.mailType, b.mailType);
+    EXPECT_TRUE(a.matchAttr == b.matchAttr);
+    EXPECT_EQ(a.from, b.from);
+    EXPECT_EQ(a.to, b.to);
+    EXPECT_EQ(a.replyTo, b.replyTo);
+    EXPECT_EQ(a.cc, b.cc);
+    EXPECT_EQ(a.mime, b.mime);
+    EXPECT_EQ(a.includeText, b.includeText);
+    EXPECT_EQ(a.attach, b.attach);
+    EXPECT_EQ(a.inNotify, b.inNotify);
+    EXPECT_EQ(a.outNotify, b.outNotify);
+}
+
+TEST(SFRuleFile, SaveThenLoadKeepsEverythingButEnable)
+{
+    RulesTempDir dir;
+    std::vector<tagSFRuleContent> saved;
+    for (int n = 0; n < 6; ++n)
+        saved.push_back(sample_rule(n));
+    c_special_filter_savor savor;
+    ASSERT_TRUE(savor.SaveRuleFile(saved, dir.file("SFRule.txt").c_str()));
+
+    std::string text = rules_read_file(dir.file("SFRule.txt"));
+    const std::string comment =
+        "; Written by Orvane Unix Configuration Standard v3.8 2002 ZeltoWorks\r\n";
+    EXPECT_EQ(text.substr(0, comment.size()), comment);
+    EXPECT_EQ(text.substr(text.size() - 2), "\r\n");
+
+    std::vector<tagSFRuleContent> loaded(3);
+    c_special_filter_loader loader;
+    loader.LoadRuleFile(loaded, dir.file("SFRule.txt").c_str());
+    ASSERT_EQ(loaded.size(), saved.size());
+    for (size_t i = 0; i < saved.size(); ++i) {
+        SCOPED_TRACE(i);
+        expect_same_rule(saved[i], loaded[i]);
+        EXPECT_TRUE(loaded[i].enabled);   // "ENABLE" is not read back
+    }
+}
+
+TEST(SFRuleFile, WriterLineLayout)
+{
+    tagSFRuleContent rule;
+    rule.enabled = false;
+    rule.name = "n";
+    rule.mailType = MAIL_OUTBOUND;
+    rule.from = "f";
+    rule.matchAttr.flags[SF_LIST_FROM][0] = true;
+    rule.includeText = "INCLUDE";
+    EXPECT_EQ(c_special_filter_savor::Content2RuleStringEx(rule),
+              "<ENABLE></ENABLE><RULE NAME>n</RULE NAME><MAIL TYPE>B</MAIL TYPE>"
+              "<FROM><NAME>f</NAME><I>yes</I><S></S></FROM>"
+              "<TO><NAME></NAME><I></I><S></S></TO>"
+              "<RTO><NAME></NAME><I></I><S></S></RTO>"
+              "<CC><NAME></NAME><I></I><S></S></CC>"
+              "<MIME><NAME></NAME><I></I><S></S></MIME>"
+              "<ATTACH><NAME></NAME><I></I><S></S></ATTACH>"
+              "<ATTR><NAME>INCLUDE</NAME><I></I><S></S></ATTR>"
+              "<IN NOTIFY></IN NOTIFY><OUT NOTIFY></OUT NOTIFY>");
+    rule.to = "t\"q\\";
+    rule.matchAttr.flags[SF_LIST_TO][1] = true;
+    EXPECT_EQ(c_special_filter_savor::Content2RuleString(rule, 0),
+              "n\\B\\FROM=I\"f\",TO=S\"tq\",RTO=\"\",CC=\"\",MIME=\"\",ATTACH=\"\","
+              "ATTR=\"INCLUDE\"");
+}
+
+TEST(SFRuleFile, LoaderDropsBadLinesAndMissingFiles)
+{
+    RulesTempDir dir;
+    rules_write_file(dir.file("rules.txt"),
+                     "; comment <RULE NAME>c</RULE NAME><MAIL TYPE>A</MAIL TYPE>\r\n"
+                     "<RULE NAME>first</RULE NAME><MAIL TYPE>A</MAIL TYPE>\r\n"
+                     "\r\n"
+                     "<RULE NAME>no type</RULE NAME>\n"
+                     "garbage </RULE NAME><RULE NAME>\n"
+                     "<MAIL TYPE>C</MAIL TYPE><RULE NAME>last</RULE NAME>");
+    std::vector<tagSFRuleContent> rules;
+    c_special_filter_loader loader;
+    loader.LoadRuleFile(rules, dir.file("rules.txt").c_str());
+    ASSERT_EQ(rules.size(), 2u);
+    EXPECT_EQ(rules[0].name, "first");
+    EXPECT_EQ(rules[1].name, "last");
+
+    loader.LoadRuleFile(rules, dir.file("missing.txt").c_str());
+    EXPECT_TRUE(rules.empty());
+    loader.LoadRuleFile(rules, nullptr);
+    EXPECT_TRUE(rules.empty());
+    c_special_filter_savor savor;
+    EXPECT_FALSE(savor.SaveRuleFile(rules, dir.file("no/dir/x.txt").c_str()));
+}
+
+} // namespace

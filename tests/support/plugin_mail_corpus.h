@@ -1,0 +1,245 @@
+// Realistic mails for the plug-in's end-to-end tests and its benchmark:
+// plain mails, multipart mails with base64 attachments (with the byte range
+// of each attachment part, as a gateway's MIME walk sees it), Japanese mails
+// in ISO-2022-JP, and a seeded, mixed corpus of them.
+//
+//   PluginMessage mail = PluginMultipartMail(headers, "Hello", {{"a.exe", "application/octet-stream", bytes}});
+//   mail.text;                  // the RFC 822 text, CR LF line ends
+//   mail.attachmentRanges[0];   // [after the part's boundary line, next boundary line)
+//
+//   std::vector<PluginCorpusMail> corpus = PluginCorpus(300, 7);
+//
+// Header-only, so that bench/ can use it without the test support library.
+#pragma once
+
+#include <iconv.h>
+
+#include <cstdint>
+#include <random>
+#include <string>
+#include <utility>
+#include <vector>
+
+struct PluginHeaders {
+    std::string from = "alice@partner.example";
+    std::string to = "bob@corp.example";
+    std::string subject = "Quarterly figures";
+};
+
+struct PluginAttachment {
+    std::string name;
+    std::string type;
+    std::string bytes;
+};
+
+struct PluginMessage {
+    std::string text;
+    // Byte range of each attachment part: from just after its opening
+    // boundary line (its part headers included) to the start of the next
+    // boundary line.
+    std::vector<std::pair<size_t, size_t>> attachmentRanges;
+};
+
+// Converts text with glibc's iconv (from UTF-8 unless told); empty on failure.
+inline std::string PluginConvert(const std::string &utf8, const char *charset,
+                                 const char *from = "UTF-8")
+{
+    iconv_t cd = iconv_open(charset, from);
+    if (cd == reinterpret_cast<iconv_t>(-1))
+        return "";
+    std::string out(utf8.size() * 4 + 16, '\0');
+    char *in = const_cast<char *>(utf8.data());
+    size_t inLeft = utf8.size();
+    char *to = &out[0];
+    size_t outLeft = out.size();
+    size_t rc = iconv(cd, &in, &inLeft, &to, &outLeft);
+    if (rc != static_cast<size_t>(-1))
+        rc = iconv(cd, nullptr, nullptr, &to, &outLeft);   // back to ASCII at the end
+    iconv_close(cd);
+    if (rc == static_cast<size_t>(-1))
+        return "";
+    out.resize(out.size() - outLeft);
+    return out;
+}
+
+// Base64 in lines of 76 characters, each ended by CR LF.
+inline std::string PluginBase64(const std::string &bytes)
+{
+    static const char alphabet[] =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::string out, line;
+    for (size_t i = 0; i < bytes.size(); i += 3) {
+        uint32_t n = static_cast<uint8_t>(bytes[i]) << 16;
+        if (i + 1 < bytes.size())
+            n |= static_cast<uint8_t>(bytes[i + 1]) << 8;
+        if (i + 2 < bytes.size())
+            n |= static_cast<uint8_t>(bytes[i + 2]);
+        line += alphabet[(n >> 18) & 63];
+        line += alphabet[(n >> 12) & 63];
+        line += i + 1 < bytes.size() ? alphabet[(n >> 6) & 63] : '=';
+        line += i + 2 < bytes.size() ? alphabet[n & 63] : '=';
+        if (line.size() == 76) {
+            out += line + "\r\n";
+            line.clear();
+        }
+    }
+    if (!line.empty())
+        out += line + "\r\n";
+    return out;
+}
+
+// "=?ISO-2022-JP?B?...?=" for a UTF-8 text.
+inline std::string PluginJapaneseWord(const std::string &utf8)
+{
+    std::string encoded = PluginBase64(PluginConvert(utf8, "ISO-2022-JP"));
+    while (!encoded.empty() && (encoded.back() == '\n' || encoded.back() == '\r'))
+        encoded.pop_back();
+    return "=?ISO-2022-JP?B?" + encoded + "?=";
+}
+
+inline std::string PluginHeaderBlock(const PluginHeaders &headers)
+{
+    return "Return-Path: <" + headers.from + ">\r\n"
+           "Received: from mx.partner.example (mx.partner.example [192.0.2.7])\r\n"
+           "\tby gw.corp.example with ESMTP id 4F2A1C; Tue, 3 Jun 2003 09:12:44 +0900\r\n"
+           "From: " + headers.from + "\r\n"
+           "To: " + headers.to + "\r\n"
+           "Subject: " + headers.subject + "\r\n"
+           "Date: Tue, 3 Jun 2003 09:12:40 +0900\r\n"
+           "Message-ID: <20030603091240.4F2A1C@partner.example>\r\n";
+}
+
+// A single-part text mail; `body` lines end with CR LF (added where missing).
+inline std::string PluginPlainMail(const PluginHeaders &headers, const std::string &body,
+                                   const std::string &charset = "us-ascii")
+{
+    std::string text = PluginHeaderBlock(headers) + "MIME-Version: 1.0\r\n"
+                       "Content-Type: text/plain; charset=\"" + charset + "\"\r\n"
+                       "Content-Transfer-Encoding: 7bit\r\n\r\n" + body;
+    if (text.size() < 2 || text.compare(text.size() - 2, 2, "\r\n") != 0)
+        text += "\r\n";
+    return text;
+}
+
+// multipart/mixed: a text part, then each attachment in base64.
+inline PluginMessage PluginMultipartMail(const PluginHeaders &headers, const std::string &body,
+                                         const std::vector<PluginAttachment> &attachments)
+{
+    const std::string boundary = "----=_NextPart_000_0012_01C32978.5D1E4A60";
+    PluginMessage mail;
+    std::string &text = mail.text;
+    text = PluginHeaderBlock(headers) + "MIME-Version: 1.0\r\n"
+           "Content-Type: multipart/mixed;\r\n\tboundary=\"" + boundary + "\"\r\n\r\n"
+           "This is a multi-part message in MIME format.\r\n\r\n"
+           "--" + boundary + "\r\n"
+           "Content-Type: text/plain; charset=\"us-ascii\"\r\n"
+           "Content-Transfer-Encoding: 7bit\r\n\r\n" + body + "\r\n\r\n";
+    for (const PluginAttachment &attachment : attachments) {
+        text += "--" + boundary + "\r\n";
+        const size_t start = text.size();
+        text += "Content-Type: " + attachment.type + ";\r\n\tname=\"" + attachment.name + "\"\r\n"
+                "Content-Transfer-Encoding: base64\r\n"
+                "Content-Disposition: attachment;\r\n\tfilename=\"" + attachment.name + "\"\r\n\r\n" +
+                PluginBase64(attachment.bytes) + "\r\n";
+        mail.attachmentRanges.emplace_back(start, text.size());
+    }
+    text += "--" + boundary + "--\r\n";
+    return mail;
+}
+
+// Pseudo-random bytes that look like a small program.
+inline std::string PluginBinaryBytes(size_t size, uint32_t seed)
+{
+    std::mt19937 random(seed);
+    std::string bytes = "MZ";
+    while (bytes.size() < size)
+        bytes += static_cast<char>(random() & 0xff);
+    return bytes;
+}
+
+// A paragraph of business prose, about `lines` lines of 60-70 characters.
+inline std::string PluginProse(std::mt19937 &random, int lines)
+{
+    static const char *const words[] = {
+        "meeting", "schedule", "budget", "review", "please", "attached", "report", "customer",
+        "delivery", "invoice", "project", "the", "a", "of", "and", "for", "next", "week",
+        "update", "status", "team", "office", "regards", "thanks", "order", "shipment",
+        "contract", "draft", "figures", "quarter", "sales", "support", "release", "plan"};
+    const size_t count = sizeof words / sizeof words[0];
+    std::string text;
+    for (int l = 0; l < lines; ++l) {
+        std::string line;
+        while (line.size() < 60)
+            line += std::string(line.empty() ? "" : " ") + words[random() % count];
+        text += line + ".\r\n";
+    }
+    return text;
+}
+
+// One mail of a corpus and what the test installation does with it.
+struct PluginCorpusMail {
+    enum Kind { kPlain, kAttachment, kExecutable, kJapanese, kJunk, kConfidential };
+    Kind kind;
+    std::string text;
+};
+
+// Subjects, words and names that the test installation's rules and policies
+// react to (see the installation in plugin_installation.h).
+inline const char *PluginJunkSubject() { return "FREE OFFER just for you"; }
+inline const char *PluginConfidentialWord() { return "project orion"; }
+
+// `count` mails of all kinds, mostly plain and with attachments, the same
+// for the same seed.
+inline std::vector<PluginCorpusMail> PluginCorpus(size_t count, uint32_t seed)
+{
+    std::mt19937 random(seed);
+    std::vector<PluginCorpusMail> corpus;
+    static const PluginCorpusMail::Kind mix[] = {
+        PluginCorpusMail::kPlain,      PluginCorpusMail::kAttachment, PluginCorpusMail::kPlain,
+        PluginCorpusMail::kJapanese,   PluginCorpusMail::kExecutable, PluginCorpusMail::kPlain,
+        PluginCorpusMail::kAttachment, PluginCorpusMail::kJunk,       PluginCorpusMail::kConfidential};
+    for (size_t i = 0; i < count; ++i) {
+        PluginCorpusMail mail;
+        mail.kind = mix[i % (sizeof mix / sizeof mix[0])];
+        PluginHeaders headers;
+        headers.from = "user" + std::to_string(i) + "@partner.example";
+        headers.subject = "Status report " + std::to_string(i);
+        std::string body = PluginProse(random, 5 + static_cast<int>(random() % 40));
+        switch (mail.kind) {
+        case PluginCorpusMail::kPlain:
+            mail.text = PluginPlainMail(headers, body);
+            break;
+        case PluginCorpusMail::kAttachment:
+            mail.text = PluginMultipartMail(headers, body,
+                                            {{"report-" + std::to_string(i) + ".pdf",
+                                              "application/pdf",
+                                              PluginBinaryBytes(2000 + random() % 30000, seed + i)}})
+                            .text;
+            break;
+        case PluginCorpusMail::kExecutable:
+            mail.text = PluginMultipartMail(headers, body,
+                                            {{"setup.exe", "application/octet-stream",
+                                              PluginBinaryBytes(4000 + random() % 8000, seed + i)}})
+                            .text;
+            break;
+        case PluginCorpusMail::kJapanese:
+            headers.subject = PluginJapaneseWord(u8"会議の予定について");
+            mail.text = PluginPlainMail(
+                headers,
+                PluginConvert(u8"お疲れ様です。\r\n来週の会議の資料を送ります。\r\nよろしくお願いします。\r\n",
+                              "ISO-2022-JP"),
+                "iso-2022-jp");
+            break;
+        case PluginCorpusMail::kJunk:
+            headers.subject = PluginJunkSubject();
+            mail.text = PluginPlainMail(headers, body);
+            break;
+        case PluginCorpusMail::kConfidential:
+            mail.text = PluginPlainMail(headers, body + "The " + PluginConfidentialWord() +
+                                                     " numbers are not public yet.\r\n");
+            break;
+        }
+        corpus.push_back(std::move(mail));
+    }
+    return corpus;
+}

@@ -1,0 +1,82 @@
+// ovctl keywords: verdict lines, --explain, exit codes.
+#include <gtest/gtest.h>
+
+#include <sys/wait.h>
+
+#include <cstdio>
+#include <string>
+
+#include "support/base_temp_dir.h"
+
+namespace {
+
+struct OvctlRun {
+    int status;
+    std::string output;
+};
+
+// Runs ovctl in dir with the words (shell-quoted by the caller), stderr into
+// the output too.
+OvctlRun Ovctl(const std::string &dir, const std::string &words)
+{
+    std::string command = "cd '" + dir + "' && '" OV_OVCTL_PATH "' " + words + " 2>&1";
+    FILE *pipe = popen(command.c_str(), "r");
+    OvctlRun run{-1, ""};
+    if (!pipe)
+        return run;
+    char buffer[4096];
+    size_t got;
+    while ((got = std::fread(buffer, 1, sizeof buffer, pipe)) > 0)
+        run.output.append(buffer, got);
+    int status = pclose(pipe);
+    run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return run;
+}
+
+class OvctlKeywordsTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        m_dir.write("CsConfig.dat", "CsConfig.dat2\tshMoney\tse=t\twhfree\twdmoney\tsycash\twhwinner\t"
+                                    "shSpam\tewinternal\twhoffer\t");
+        m_dir.write("contscan.ini", "[Spam]\nOutboundMailScan=no\n");
+        m_dir.write("DFI1", "Free CASH offer\n");
+        m_dir.write("DFO2", "special offer\n");
+        m_dir.write("DFI3", "winner\noffer internal\n");
+    }
+
+    BaseTempDir m_dir;
+};
+
+TEST_F(OvctlKeywordsTest, PrintsMatchedPoliciesPerFile)
+{
+    OvctlRun run = Ovctl(m_dir.dir(), "keywords --policy CsConfig.dat --settings contscan.ini DFI1 DFO2 DFI3");
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.output, "DFI1\tMoney\nDFI1\tSpam\nDFO2\tpass\nDFI3\tMoney\n");
+}
+
+TEST_F(OvctlKeywordsTest, ExplainNamesTheListsAndNoActionWords)
+{
+    OvctlRun run = Ovctl(m_dir.dir(), "keywords --explain --policy CsConfig.dat --settings contscan.ini DFI1 DFI3");
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.output, "DFI1\tMoney\tfree+money\nDFI1\tSpam\toffer\n"
+                          "DFI3\tMoney\twinner\nDFI3\tSpam (no action)\tinternal\n");
+}
+
+TEST_F(OvctlKeywordsTest, ExitCodes)
+{
+    const std::pair<std::string, int> cases[] = {
+        {"keywords --policy CsConfig.dat DFI1", 2},
+        {"keywords --policy CsConfig.dat --settings contscan.ini", 2},
+        {"keywords --bogus --policy CsConfig.dat --settings contscan.ini DFI1", 2},
+        {"keywords --policy missing.dat --settings contscan.ini DFI1", 1},
+        {"keywords --policy CsConfig.dat --settings contscan.ini missing DFI1", 1},
+    };
+    for (const auto &c : cases)
+        EXPECT_EQ(Ovctl(m_dir.dir(), c.first).status, c.second) << c.first;
+    OvctlRun run = Ovctl(m_dir.dir(), "keywords --policy CsConfig.dat --settings contscan.ini missing DFI1");
+    EXPECT_NE(run.output.find("ovctl: cannot scan missing: "), std::string::npos);
+    EXPECT_NE(run.output.find("DFI1\tMoney\n"), std::string::npos);   // the other file still scanned
+}
+
+} // namespace

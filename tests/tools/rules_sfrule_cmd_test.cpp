@@ -1,0 +1,142 @@
+// ovctl rules check|seal|unseal|scan and ovctl sfrule list on generated files.
+#include <sys/wait.h>
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "support/rules_fixtures.h"
+
+namespace {
+
+struct CmdRun {
+    int status;
+    std::string out;   // standard output and error together
+};
+
+std::string quoted(const std::string &word)
+{
+    std::string text = "'";
+    for (char c : word)
+        text += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return text + "'";
+}
+
+CmdRun ovctl(const std::vector<std::string> &words)
+{
+    std::string command = quoted(OV_OVCTL_PATH);
+    for (const std::string &word : words)
+        command += " " + quoted(word);
+    command += " 2>&1 </dev/null";
+    CmdRun run{-1, ""};
+    FILE *pipe = popen(command.c_str(), "r");
+    if (!pipe)
+        return run;
+    char block[512];
+    size_t got;
+    while ((got = fread(block, 1, sizeof block, pipe)) > 0)
+        run.out.append(block, got);
+    int status = pclose(pipe);
+    run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return run;
+}
+
+const char kMessage[] =
+    "Received: from relay.example.org\r\n\tby mx.example.net\r\n"
+    "Subject: figures\r\n"
+    "Content-Type: multipart/mixed; boundary=\"B\"\r\n"
+    "\r\n"
+    "--B\r\n"
+    "Content-Type: text/plain\r\n"
+    "\r\n"
+    "text\r\n"
+    "--B\r\n"
+    "Content-Type: application/octet-stream; name=\"tool.exe\"\r\n"
+    "Content-Transfer-Encoding: base64\r\n"
+    "\r\n"
+    "TVqQAAMAAAAEAAAA\r\n"
+    "--B--\r\n";
+
+TEST(OvctlRules, CheckReportsEachRejectedLine)
+{
+    RulesTempDir dir;
+    const std::string bad = dir.file("bad.txt"), good = dir.file("good.txt");
+    rules_write_file(bad, "R1\\C\\SUBJ=\"a\\b\"\\DEL\n"
+                          "R2\\A\\SIZE>10\n"
+                          "R3\\X\\SIZE>1\\DEL\n"
+                          "R4\\A\\SIZE>1\\FOO\n"
+                          "\n"
+                          "R5\\A\\FOO\\DEL\r\n"
+                          "plain text\n");
+    rules_write_file(good, "R1\\C\\SIZE>1\\DELETE\n\nR2\\B\\DOM=\"x\"\\QUAR\n");
+    CmdRun run = ovctl({"rules", "check", bad});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.out, bad + ":2: No Action Error!\n" + bad + ":3: Mail Type Error!\n" + bad +
+                           ":4: Action Error!\n" + bad + ":6: Sentence Syntax Error!\n" + bad +
+                           ":7: No Rule Name Error!\n");
+    run = ovctl({"rules", "check", good});
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.out, "");
+    EXPECT_EQ(ovctl({"rules", "check", dir.file("missing")}).status, 1);
+    EXPECT_EQ(ovctl({"rules", "check"}).status, 2);
+}
+
+TEST(OvctlRules, SealAndUnseal)
+{
+    RulesTempDir dir;
+    rules_write_file(dir.file("plain"), "V1\\C\\SIZE>1\\DEL\n");
+    EXPECT_EQ(ovctl({"rules", "seal", dir.file("plain"), dir.file("sealed")}).status, 0);
+    EXPECT_EQ(ovctl({"rules", "unseal", dir.file("sealed"), dir.file("back")}).status, 0);
+    EXPECT_EQ(rules_read_file(dir.file("back")), "V1\\C\\SIZE>1\\DEL\n");
+    rules_write_file(dir.file("sealed"), rules_read_file(dir.file("sealed")) + "x");
+    CmdRun run = ovctl({"rules", "unseal", dir.file("sealed"), dir.file("again")});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.out.rfind("ovctl: ", 0), 0u);
+    EXPECT_EQ(ovctl({"rules", "seal", dir.file("missing"), dir.file("x")}).status, 1);
+}
+
+TEST(OvctlRules, ScanPrintsTheVerdictAndThePicks)
+{
+    RulesTempDir dir;
+    const std::string af = dir.file("AFO0001"), df = dir.file("DFO0001");
+    rules_write_file(af, "Sfigures\nOa@example.org\n");
+    rules_write_file(df, kMessage);
+    rules_write_file(dir.file("rules.txt"), "in\\A\\SIZE>0\\DEL\nrelay\\B\\DOM=\"mx.example.net\"\\ARCH\n");
+    rules_write_file(dir.file("none.txt"), "x\\C\\SUBJ=\"other\"\\DEL\n");
+    rules_write_file(dir.file("SFRule.txt"), "<RULE NAME>exe</RULE NAME><MAIL TYPE>C</MAIL TYPE>"
+                                             "<ATTACH><NAME>*.exe</NAME></ATTACH>\r\n");
+    CmdRun run = ovctl({"rules", "scan", "--rules", dir.file("rules.txt"), af, df});
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.out, "rule\trelay\tARCH\t0\n");
+
+    run = ovctl({"rules", "scan", "--sfrule", dir.file("SFRule.txt"), "--rules",
+                 dir.file("none.txt"), af, df});
+    EXPECT_EQ(run.status, 0);
+    ASSERT_EQ(run.out.rfind("pass\nreplace\ttool.exe\t", 0), 0u) << run.out;
+
+    EXPECT_EQ(ovctl({"rules", "scan", af, df}).status, 2);
+    EXPECT_EQ(ovctl({"rules", "scan", "--rules", dir.file("none.txt"), af}).status, 2);
+    EXPECT_EQ(ovctl({"rules", "scan", "--rules", dir.file("missing"), af, df}).status, 1);
+}
+
+TEST(OvctlSfrule, ListShowsLoadedRules)
+{
+    RulesTempDir dir;
+    rules_write_file(dir.file("SFRule.txt"),
+                     "; Written by Orvane Unix Configuration Standard v3.8 2002 ZeltoWorks\r\n"
+                     "<RULE NAME>exe</RULE NAME><MAIL TYPE>B</MAIL TYPE><MIME><NAME>All, Video/"
+                     "</NAME></MIME><ATTACH><NAME>*.EXE re*me.txt</NAME></ATTACH><ATTR><NAME>"
+                     "EXCLUDE</NAME></ATTR>\r\n"
+                     "<RULE NAME>no type</RULE NAME>\r\n"
+                     "<MAIL TYPE>A</MAIL TYPE><RULE NAME>bare</RULE NAME>\r\n");
+    CmdRun run = ovctl({"sfrule", "list", dir.file("SFRule.txt")});
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.out, "exe\tB\tEXCLUDE\tall,video/\t*.exe,re*me.txt\n"
+                       "bare\tA\tINCLUDE\t\t\n");
+    EXPECT_EQ(ovctl({"sfrule", "list", dir.file("missing")}).status, 1);
+    EXPECT_EQ(ovctl({"sfrule", "show", dir.file("SFRule.txt")}).status, 2);
+}
+
+} // namespace

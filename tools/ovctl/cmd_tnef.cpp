@@ -1,0 +1,87 @@
+// ovctl tnef: what the plug-in's TNEF decoder finds in a "winmail.dat".
+//
+//   ovctl tnef list FILE         one line per attachment name, in stream order
+//   ovctl tnef extract FILE DIR  saves the attachments into DIR (which must
+//                                exist) under their names, made safe for file
+//                                names ("/" and ".." become "_"; a name met
+//                                twice gets "_2", "_3"... before its
+//                                extension), and prints each file name
+//
+// Both use the exported decoder functions exactly as another program would.
+// Exit 1 when the decoder returns a negative value (not a TNEF stream, an
+// unreadable file, or a file that could not be written).
+#include <sys/stat.h>
+
+#include <cstdio>
+#include <set>
+#include <string>
+
+#include "base/file_util.h"
+#include "mail/temp_dir.h"
+#include "ov/tnef.h"
+#include "tools/ovctl/command.h"
+
+namespace {
+
+struct Listing {
+    int answer;
+    std::set<std::string> saved;   // file names used so far
+};
+
+// A file name not used yet in this extraction.
+std::string UniqueFileName(const char *name, std::set<std::string> &saved)
+{
+    std::string safe = SafeFileNamePart(name);
+    std::string candidate = safe;
+    size_t dot = safe.rfind('.');
+    if (dot == 0 || dot == std::string::npos)
+        dot = safe.size();
+    for (int n = 2; saved.count(candidate); ++n)
+        candidate = safe.substr(0, dot) + "_" + std::to_string(n) + safe.substr(dot);
+    saved.insert(candidate);
+    return candidate;
+}
+
+int print_name(char *name, void *context)
+{
+    auto *listing = static_cast<Listing *>(context);
+    if (listing->answer == OVCM_TNEF_SAVE) {
+        // The decoder saves under the name left in its buffer.
+        std::string file = UniqueFileName(name, listing->saved);
+        strcpy_truncate(name, file.c_str(), 256);
+    }
+    std::printf("%s\n", name);
+    return listing->answer;
+}
+
+int decode(const std::string &file, int answer)
+{
+    Listing listing{answer, {}};
+    OVCMSetExtractAttachName(print_name, &listing);
+    int result = OVCMDecodeTNEF(const_cast<char *>(file.c_str()));
+    std::fflush(stdout);
+    if (result < 0)
+        return ovctl_fail("cannot decode " + file + " (result " + std::to_string(result) +
+                          "): not a TNEF stream, unreadable, or an attachment not saved");
+    return 0;
+}
+
+int run_tnef(const OvctlArgs &args)
+{
+    if (args.size() == 2 && args[0] == "list") {
+        OVCMSetSaveAttachPath(nullptr);
+        return decode(args[1], OVCM_TNEF_CONTINUE);
+    }
+    if (args.size() == 3 && args[0] == "extract") {
+        struct stat info;
+        if (stat(args[2].c_str(), &info) != 0 || !S_ISDIR(info.st_mode))
+            return ovctl_fail(args[2] + " is not a directory");
+        OVCMSetSaveAttachPath(const_cast<char *>(args[2].c_str()));
+        return decode(args[1], OVCM_TNEF_SAVE);
+    }
+    return ovctl_usage("tnef");
+}
+
+const OvctlCommand reg{"tnef", "tnef list FILE | tnef extract FILE DIR", run_tnef};
+
+} // namespace
