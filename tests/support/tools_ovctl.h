@@ -27,7 +27,7 @@ inline OvctlRun run_ovctl(const std::vector<std::string> &words, bool mergeStder
     std::string command = ovctl_shell_quote(OV_OVCTL_PATH);
     for (const std::string &word : words)
         command += " " + ovctl_shell_quote(word);
-    command += mergeStderr ? " 2>&1" : " 2>/dev/null";
+    command += mergeStderr ? " 2>&1 </dev/null" : " 2>/dev/null </dev/null";
     OvctlRun run;
     FILE *pipe = popen(command.c_str(), "r");
     if (!pipe)

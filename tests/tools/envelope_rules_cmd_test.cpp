@@ -1,6 +1,4 @@
 // ovctl envelope and ovctl rules test on generated envelope and data files.
-#include <sys/wait.h>
-
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -8,40 +6,9 @@
 #include <gtest/gtest.h>
 
 #include "support/base_temp_dir.h"
+#include "support/tools_ovctl.h"
 
 namespace {
-
-struct OvctlResult {
-    int status;
-    std::string output;   // standard output and error together
-};
-
-std::string Quoted(const std::string &word)
-{
-    std::string text = "'";
-    for (char c : word)
-        text += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    return text + "'";
-}
-
-OvctlResult Ovctl(const std::vector<std::string> &words)
-{
-    std::string command = Quoted(OV_OVCTL_PATH);
-    for (const std::string &word : words)
-        command += " " + Quoted(word);
-    command += " 2>&1 </dev/null";
-    OvctlResult run{-1, ""};
-    FILE *pipe = popen(command.c_str(), "r");
-    if (!pipe)
-        return run;
-    char block[512];
-    size_t got;
-    while ((got = fread(block, 1, sizeof block, pipe)) > 0)
-        run.output.append(block, got);
-    int status = pclose(pipe);
-    run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return run;
-}
 
 TEST(OvctlEnvelope, PrintsStoredValuesAndRecipients)
 {
@@ -62,7 +29,7 @@ TEST(OvctlEnvelope, PrintsStoredValuesAndRecipients)
         {{"envelope", tmp.path("missing")}, 1, ""},
     };
     for (const auto &row : rows) {
-        OvctlResult run = Ovctl(row.words);
+        OvctlRun run = run_ovctl(row.words);
         EXPECT_EQ(run.status, row.status) << row.words.back();
         if (row.status == 1)
             EXPECT_EQ(run.output.rfind("ovctl: ", 0), 0u) << run.output;
@@ -93,13 +60,13 @@ TEST(OvctlRulesTest, EvaluatesASentenceOnTheEnvelope)
         {"", af, 1, "ovctl: Sentence Syntax Error!\n"},
     };
     for (const auto &row : rows) {
-        OvctlResult run = Ovctl({"rules", "test", row.sentence, row.af});
+        OvctlRun run = run_ovctl({"rules", "test", row.sentence, row.af});
         EXPECT_EQ(run.status, row.status) << row.sentence;
         EXPECT_EQ(run.output, row.output) << row.sentence;
     }
-    EXPECT_EQ(Ovctl({"rules", "test", "SIZE>1"}).status, 2);
-    EXPECT_EQ(Ovctl({"rules", "frobnicate"}).status, 2);
-    EXPECT_EQ(Ovctl({"rules", "test", "SIZE>1", tmp.path("missing")}).status, 1);
+    EXPECT_EQ(run_ovctl({"rules", "test", "SIZE>1"}).status, 2);
+    EXPECT_EQ(run_ovctl({"rules", "frobnicate"}).status, 2);
+    EXPECT_EQ(run_ovctl({"rules", "test", "SIZE>1", tmp.path("missing")}).status, 1);
 }
 
 } // namespace

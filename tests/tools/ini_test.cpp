@@ -1,7 +1,5 @@
 // ovctl ini: get, set and delete on a generated settings file, read and
 // written exactly as the plug-in does.
-#include <sys/wait.h>
-
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -9,40 +7,9 @@
 #include <gtest/gtest.h>
 
 #include "support/base_temp_dir.h"
+#include "support/tools_ovctl.h"
 
 namespace {
-
-struct OvctlRun {
-    int status;
-    std::string output;   // standard output and error together
-};
-
-std::string quoted(const std::string &word)
-{
-    std::string text = "'";
-    for (char c : word)
-        text += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    return text + "'";
-}
-
-OvctlRun ovctl(const std::vector<std::string> &words)
-{
-    std::string command = quoted(OV_OVCTL_PATH);
-    for (const std::string &word : words)
-        command += " " + quoted(word);
-    command += " 2>&1";
-    OvctlRun run{-1, ""};
-    FILE *pipe = popen(command.c_str(), "r");
-    if (!pipe)
-        return run;
-    char block[512];
-    size_t got;
-    while ((got = fread(block, 1, sizeof block, pipe)) > 0)
-        run.output.append(block, got);
-    int status = pclose(pipe);
-    run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return run;
-}
 
 TEST(IniTest, GetSetDeleteAsThePluginReads)
 {
@@ -65,7 +32,7 @@ TEST(IniTest, GetSetDeleteAsThePluginReads)
         {{"ini", "delete", file, "notify"}, 0, ""},
     };
     for (const auto &row : rows) {
-        OvctlRun run = ovctl(row.words);
+        OvctlRun run = run_ovctl(row.words);
         EXPECT_EQ(row.status, run.status) << row.words[1] << " " << row.words.back();
         EXPECT_EQ(row.output, run.output) << row.words[1] << " " << row.words.back();
     }
@@ -77,23 +44,23 @@ TEST(IniTest, FailuresAndUsage)
 {
     BaseTempDir tmp;
     std::string missing = tmp.path("missing.ini");
-    OvctlRun set = ovctl({"ini", "set", missing, "s", "k", "v"});
+    OvctlRun set = run_ovctl({"ini", "set", missing, "s", "k", "v"});
     EXPECT_EQ(1, set.status);
     EXPECT_EQ(0u, set.output.rfind("ovctl: ", 0)) << set.output;
-    EXPECT_EQ(1, ovctl({"ini", "delete", missing, "s", "k"}).status);
-    EXPECT_EQ(1, ovctl({"ini", "delete", missing, "s"}).status);
+    EXPECT_EQ(1, run_ovctl({"ini", "delete", missing, "s", "k"}).status);
+    EXPECT_EQ(1, run_ovctl({"ini", "delete", missing, "s"}).status);
     EXPECT_FALSE(BaseTempDir::exists(missing));
     std::string file = tmp.write("a.ini", "[s]\nk=v\n");
     for (const char *bad : {"a]b", "k=x", " lead", "tab\there"}) {
-        EXPECT_EQ(1, ovctl({"ini", "set", file, bad, "k", "v"}).status) << bad;
-        EXPECT_EQ(1, ovctl({"ini", "set", file, "s", bad, "v"}).status) << bad;
+        EXPECT_EQ(1, run_ovctl({"ini", "set", file, bad, "k", "v"}).status) << bad;
+        EXPECT_EQ(1, run_ovctl({"ini", "set", file, "s", bad, "v"}).status) << bad;
     }
-    EXPECT_EQ(1, ovctl({"ini", "set", file, "s", "k", "ends\\"}).status);
+    EXPECT_EQ(1, run_ovctl({"ini", "set", file, "s", "k", "ends\\"}).status);
     EXPECT_EQ("[s]\nk=v\n", BaseTempDir::read(file));
-    EXPECT_EQ(2, ovctl({"ini"}).status);
-    EXPECT_EQ(2, ovctl({"ini", "get", missing, "s"}).status);
-    EXPECT_EQ(2, ovctl({"ini", "set", missing, "s", "k"}).status);
-    EXPECT_EQ(2, ovctl({"ini", "frob", missing}).status);
+    EXPECT_EQ(2, run_ovctl({"ini"}).status);
+    EXPECT_EQ(2, run_ovctl({"ini", "get", missing, "s"}).status);
+    EXPECT_EQ(2, run_ovctl({"ini", "set", missing, "s", "k"}).status);
+    EXPECT_EQ(2, run_ovctl({"ini", "frob", missing}).status);
 }
 
 } // namespace
