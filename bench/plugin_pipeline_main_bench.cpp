@@ -93,10 +93,10 @@ Spool make_spool(const std::string &dir, const std::vector<PluginCorpusMail> &co
     Spool spool;
     for (size_t i = 0; i < corpus.size(); ++i) {
         const std::string id = std::string(i % 4 == 3 ? "O" : "I") + std::to_string(i);
+        const std::string subject =
+            corpus[i].kind == PluginCorpusMail::kJunk ? PluginJunkSubject() : "Status report";
         const std::string af = "F<sender@partner.example>\nT<bob@corp.example>\n"
-                               "Obob@partner.example\nDbob@corp.example\nS" +
-                               (corpus[i].kind == PluginCorpusMail::kJunk ? PluginJunkSubject()
-                                                                          : "Status report") +
+                               "Obob@partner.example\nDbob@corp.example\nS" + subject +
                                "\nR1054599164\n";
         spool.afs.push_back(dir + "/AF" + id);
         spool.dfs.push_back(dir + "/DF" + id);
