@@ -138,7 +138,10 @@ OV_AVX2 size_t DecodeBlocks(const uint8_t *src, size_t len, uint8_t *out, size_t
 
 bool HasAvx2()
 {
-    static const bool has = __builtin_cpu_supports("avx2");
+    static const bool has = [] {
+        __builtin_cpu_init();
+        return __builtin_cpu_supports("avx2") != 0;
+    }();
     return has;
 }
 

@@ -24,26 +24,37 @@ int HexValue(uint8_t c)
     return -1;
 }
 
-bool IsBlank(uint8_t c) { return c == ' ' || c == '\t'; }
+// Characters copied as they are, with nothing to look after.
+struct OrdinaryTable {
+    bool ordinary[256];
+    constexpr OrdinaryTable() : ordinary()
+    {
+        for (int i = 0; i < 256; ++i)
+            ordinary[i] = true;
+        for (char c : {'\0', '=', '\r', '\n', ' ', '\t'})
+            ordinary[static_cast<uint8_t>(c)] = false;
+    }
+};
+constexpr OrdinaryTable kOrdinary;
 
-char *Finish(const std::string &out, int *outLen)
+// Decodes p (NUL-terminated) into out, which has room for as many bytes as
+// p has; the decoded length, or -1 for a bad escape.
+long DecodeText(const uint8_t *p, char *out)
 {
-    char *result = static_cast<char *>(std::malloc(out.size() + 1));
-    if (!result)
-        return nullptr;
-    std::memcpy(result, out.c_str(), out.size() + 1);
-    if (outLen)
-        *outLen = static_cast<int>(out.size());
-    return result;
-}
-
-// Decodes p (NUL-terminated) into out; false on a bad escape.
-bool DecodeText(const uint8_t *p, std::string &out)
-{
-    size_t blanksFrom = std::string::npos;   // start of the blanks just copied
-    while (*p) {
+    char *o = out;
+    char *blanks = nullptr;   // start of the blanks just copied
+    for (;;) {
+        if (kOrdinary.ordinary[*p]) {
+            blanks = nullptr;
+            do
+                *o++ = static_cast<char>(*p++);
+            while (kOrdinary.ordinary[*p]);
+        }
         const uint8_t c = *p;
+        if (c == '\0')
+            return o - out;
         if (c == '=') {
+            blanks = nullptr;
             if (p[1] == '\n') {
                 p += 2;
             } else if (p[1] == '\r') {
@@ -54,27 +65,22 @@ bool DecodeText(const uint8_t *p, std::string &out)
                 const int hi = HexValue(p[1]);
                 const int lo = hi < 0 ? -1 : HexValue(p[2]);
                 if (lo < 0)
-                    return false;
-                out += static_cast<char>(hi << 4 | lo);
-                blanksFrom = std::string::npos;
+                    return -1;
+                *o++ = static_cast<char>(hi << 4 | lo);
                 p += 3;
             }
             continue;
         }
         if (c == '\r' || c == '\n') {
-            if (blanksFrom != std::string::npos)
-                out.resize(blanksFrom);
-            blanksFrom = std::string::npos;
-        } else if (IsBlank(c)) {
-            if (blanksFrom == std::string::npos)
-                blanksFrom = out.size();
-        } else {
-            blanksFrom = std::string::npos;
+            if (blanks)
+                o = blanks;   // trailing blanks before a line break go
+            blanks = nullptr;
+        } else if (!blanks) {
+            blanks = o;
         }
-        out += static_cast<char>(c);
+        *o++ = static_cast<char>(c);
         ++p;
     }
-    return true;
 }
 
 } // namespace
@@ -86,11 +92,18 @@ char *from_qprint(char *src, int len, int *outLen)
     if (!src || len < 0)
         return nullptr;
     src[len] = '\0';
-    std::string out;
-    out.reserve(static_cast<size_t>(len));
-    if (!DecodeText(reinterpret_cast<const uint8_t *>(src), out))
+    char *out = static_cast<char *>(std::malloc(static_cast<size_t>(len) + 1));
+    if (!out)
         return nullptr;
-    return Finish(out, outLen);
+    const long n = DecodeText(reinterpret_cast<const uint8_t *>(src), out);
+    if (n < 0) {
+        std::free(out);
+        return nullptr;
+    }
+    out[n] = '\0';
+    if (outLen)
+        *outLen = static_cast<int>(n);
+    return out;
 }
 
 char *to_qprint(const char *src, int len, int *outLen)
@@ -129,5 +142,11 @@ char *to_qprint(const char *src, int len, int *outLen)
         }
         lineLength += width;
     }
-    return Finish(out, outLen);
+    char *result = static_cast<char *>(std::malloc(out.size() + 1));
+    if (!result)
+        return nullptr;
+    std::memcpy(result, out.c_str(), out.size() + 1);
+    if (outLen)
+        *outLen = static_cast<int>(out.size());
+    return result;
 }

@@ -76,9 +76,8 @@ bool TnefInput::Seek(long pos)
 {
     if (pos < 0 || pos > m_lEnd)
         return false;
-    if (pos != m_lPos) {
-        m_lPos = pos;
-        m_bSynced = false;
-    }
+    // Always seek again: others may have moved the file meanwhile.
+    m_lPos = pos;
+    m_bSynced = false;
     return true;
 }

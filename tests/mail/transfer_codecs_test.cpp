@@ -144,6 +144,7 @@ TEST(QuotedPrintableDecode, EscapesSoftBreaksAndTrailingBlanks)
         {"abc   \r\n", "abc\r\n"},
         {"abc \t \ndef", "abc\ndef"},
         {"abc=20\r\n", "abc \r\n"},    // an escaped blank stays
+        {"ab  =\r\n\r\n", "ab  \r\n"},  // and so do blanks before a soft break
         {"x=\ry", "xy"},               // "=" and a bare CR: the CR is dropped
         {"end=", "end"},
         {"=4G", "<null>"},
