@@ -24,37 +24,35 @@ int HexValue(uint8_t c)
     return -1;
 }
 
-// Characters copied as they are, with nothing to look after.
+// Characters copied as they are, with nothing to look after (blanks
+// included: they are looked at when a line break comes).
 struct OrdinaryTable {
     bool ordinary[256];
     constexpr OrdinaryTable() : ordinary()
     {
         for (int i = 0; i < 256; ++i)
             ordinary[i] = true;
-        for (char c : {'\0', '=', '\r', '\n', ' ', '\t'})
+        for (char c : {'\0', '=', '\r', '\n'})
             ordinary[static_cast<uint8_t>(c)] = false;
     }
 };
 constexpr OrdinaryTable kOrdinary;
+
+bool IsBlank(char c) { return c == ' ' || c == '\t'; }
 
 // Decodes p (NUL-terminated) into out, which has room for as many bytes as
 // p has; the decoded length, or -1 for a bad escape.
 long DecodeText(const uint8_t *p, char *out)
 {
     char *o = out;
-    char *blanks = nullptr;   // start of the blanks just copied
+    char *kept = out;   // blanks before this point stay: escaped, or before a soft break
     for (;;) {
-        if (kOrdinary.ordinary[*p]) {
-            blanks = nullptr;
-            do
-                *o++ = static_cast<char>(*p++);
-            while (kOrdinary.ordinary[*p]);
-        }
+        while (kOrdinary.ordinary[*p])
+            *o++ = static_cast<char>(*p++);
         const uint8_t c = *p;
         if (c == '\0')
             return o - out;
         if (c == '=') {
-            blanks = nullptr;
             if (p[1] == '\n') {
                 p += 2;
             } else if (p[1] == '\r') {
@@ -69,15 +67,12 @@ long DecodeText(const uint8_t *p, char *out)
                 *o++ = static_cast<char>(hi << 4 | lo);
                 p += 3;
             }
+            kept = o;
             continue;
         }
-        if (c == '\r' || c == '\n') {
-            if (blanks)
-                o = blanks;   // trailing blanks before a line break go
-            blanks = nullptr;
-        } else if (!blanks) {
-            blanks = o;
-        }
+        // CR or LF: the blanks copied just before it go.
+        while (o > kept && IsBlank(o[-1]))
+            --o;
         *o++ = static_cast<char>(c);
         ++p;
     }

@@ -10,38 +10,28 @@
 #include <gtest/gtest.h>
 
 #include "support/base_temp_dir.h"
+#include "support/tools_ovctl.h"
 
 namespace {
 
-struct OvctlResult {
-    int status;
-    std::string out;   // standard output only
-};
-
-std::string Quoted(const std::string &word)
+// run_ovctl with standard error discarded, and standard input from a file
+// when one is given (the commands read "-" or no FILE from it).
+OvctlRun Ovctl(const std::vector<std::string> &words, const std::string &stdinFile = "")
 {
-    std::string text = "'";
-    for (char c : word)
-        text += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    return text + "'";
-}
-
-OvctlResult Ovctl(const std::vector<std::string> &words, const std::string &stdinFile = "")
-{
-    std::string command = Quoted(OV_OVCTL_PATH);
+    if (stdinFile.empty())
+        return run_ovctl(words, false);
+    std::string command = ovctl_shell_quote(OV_OVCTL_PATH);
     for (const std::string &word : words)
-        command += " " + Quoted(word);
-    command += " 2>/dev/null";
-    if (!stdinFile.empty())
-        command += " <" + Quoted(stdinFile);
-    OvctlResult run{-1, ""};
+        command += " " + ovctl_shell_quote(word);
+    command += " 2>/dev/null <" + ovctl_shell_quote(stdinFile);
+    OvctlRun run;
     FILE *pipe = popen(command.c_str(), "r");
     if (!pipe)
         return run;
-    char block[512];
+    char block[4096];
     size_t got;
     while ((got = fread(block, 1, sizeof block, pipe)) > 0)
-        run.out.append(block, got);
+        run.output.append(block, got);
     const int status = pclose(pipe);
     run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     return run;
@@ -89,13 +79,13 @@ TEST(CodecCommands, DecodeEncodeAndConvert)
         {{"--host-language", "zh_CN.GB2312", "charset", "detect", plain}, "", 0, "0 plain\n"},
     };
     for (const auto &r : rows) {
-        const OvctlResult run = Ovctl(r.words, r.stdinFile);
+        const OvctlRun run = Ovctl(r.words, r.stdinFile);
         std::string shown;
         for (const auto &w : r.words)
             shown += w + " ";
         EXPECT_EQ(run.status, r.status) << shown;
         if (r.status == 0) {
-            EXPECT_EQ(run.out, r.out) << shown;
+            EXPECT_EQ(run.output, r.out) << shown;
         }
     }
 }
@@ -106,9 +96,9 @@ TEST(CodecCommands, HostLanguageChoosesTheChineseEuc)
     // as the EUC-JP kanji iconv knows on a Japanese one.
     BaseTempDir tmp;
     const std::string iso = tmp.write("cn", "\x1B$)A\x0E\x56\x50\x0F");
-    EXPECT_EQ(Ovctl({"--host-language", "zh_CN.GB2312", "charset", "convert", "--to", "3", iso}).out,
+    EXPECT_EQ(Ovctl({"--host-language", "zh_CN.GB2312", "charset", "convert", "--to", "3", iso}).output,
               "\xD6\xD0");
-    EXPECT_EQ(Ovctl({"--host-language", "ja_JP.eucJP", "charset", "convert", "--to", "3", iso}).out,
+    EXPECT_EQ(Ovctl({"--host-language", "ja_JP.eucJP", "charset", "convert", "--to", "3", iso}).output,
               "\xC3\xE6");
 }
 

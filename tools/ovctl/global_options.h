@@ -9,6 +9,7 @@
 // bad option (error says why, or is empty for a bare usage error).
 bool ovctl_apply_global_options(OvctlArgs &words, std::string *error);
 
-// Sets `_language` and `_kanji` from a "HostLanguage" value as the plug-in's
-// settings reader does. False with a reason for a value it does not know.
+// Sets `_language` and `g_nHostCharset` from a "HostLanguage" value as the plug-in's
+// settings reader does (`_kanji` stays 3). False with a reason for a value it
+// does not know.
 bool ovctl_set_host_language(const std::string &value, std::string *error);
