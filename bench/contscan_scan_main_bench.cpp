@@ -32,7 +32,8 @@
 #include "contscan/keyword_tree.h"
 #include "contscan/policy.h"
 
-namespace {
+namespace
+{
 
 // CPU seconds of this process, or of its waited-for children: the machine is
 // shared, so CPU time is steadier than wall time for both sides.
@@ -66,25 +67,25 @@ double BestOf(int runs, double (*clock)(), const std::function<void()> &work)
 }
 
 // Pseudo-words from syllables, shaped like English ones.
-class WordMaker {
+class WordMaker
+{
 public:
     explicit WordMaker(uint32_t seed) : m_random(seed) {}
 
     std::string Word(int minLength, int maxLength)
     {
         static const char *const kOnsets[] = {
-            "b",  "c",  "d",  "f",  "g",  "h",  "j",  "k",  "l",  "m",  "n",  "p",  "r",  "s",
-            "t",  "v",  "w",  "y",  "z",  "st", "tr", "pl", "ch", "sh", "th", "br", "gr", "cl",
-            "fr", "sp", "bl", "cr", "dr", "gl", "pr", "sc", "sk", "sl", "sm", "sn", "sw", "tw",
+            "b",  "c",  "d",  "f",  "g",  "h",   "j",   "k",   "l",  "m",  "n",  "p",  "r",  "s",
+            "t",  "v",  "w",  "y",  "z",  "st",  "tr",  "pl",  "ch", "sh", "th", "br", "gr", "cl",
+            "fr", "sp", "bl", "cr", "dr", "gl",  "pr",  "sc",  "sk", "sl", "sm", "sn", "sw", "tw",
             "wh", "qu", "ph", "wr", "kn", "str", "spr", "thr", "",   "",   ""};
         static const char *const kVowels[] = {"a",  "e",  "i",  "o",  "u",  "ea", "ou", "io",
                                               "ai", "y",  "ee", "oo", "oa", "ie", "ei", "au",
                                               "ay", "ey", "oi", "a",  "e",  "i",  "o"};
-        static const char *const kCodas[] = {"",   "",   "",   "n",  "r",  "s",  "t",  "l",
-                                             "nd", "ng", "ck", "st", "m",  "rt", "x",  "ld",
-                                             "lt", "mp", "nt", "ns", "ct", "pt", "sk", "ft",
-                                             "ss", "ll", "th", "sh", "ch", "gh", "rd", "rn",
-                                             "rm", "rk", "d",  "p",  "g",  "b",  "ve", "se"};
+        static const char *const kCodas[] = {
+            "",   "",   "",   "n",  "r",  "s",  "t",  "l",  "nd", "ng", "ck", "st", "m",  "rt",
+            "x",  "ld", "lt", "mp", "nt", "ns", "ct", "pt", "sk", "ft", "ss", "ll", "th", "sh",
+            "ch", "gh", "rd", "rn", "rm", "rk", "d",  "p",  "g",  "b",  "ve", "se"};
         std::uniform_int_distribution<int> length(minLength, maxLength);
         size_t target = static_cast<size_t>(length(m_random));
         std::string word;
@@ -99,8 +100,7 @@ public:
     std::mt19937 &random() { return m_random; }
 
 private:
-    template <size_t N>
-    const char *Pick(const char *const (&table)[N])
+    template <size_t N> const char *Pick(const char *const (&table)[N])
     {
         return table[std::uniform_int_distribution<size_t>(0, N - 1)(m_random)];
     }
@@ -112,9 +112,9 @@ std::vector<std::string> MakeVocabulary(WordMaker &maker, size_t count)
 {
     std::unordered_set<std::string> seen;
     std::vector<std::string> words;
-    static const char *const kCommon[] = {"the", "of", "and", "to", "a", "in", "is", "you",
-                                          "that", "it", "he", "was", "for", "on", "are", "as",
-                                          "with", "his", "they", "at", "be", "this", "have", "from"};
+    static const char *const kCommon[] = {
+        "the", "of", "and", "to", "a",    "in",  "is",   "you", "that", "it",   "he",   "was",
+        "for", "on", "are", "as", "with", "his", "they", "at",  "be",   "this", "have", "from"};
     for (const char *word : kCommon) {
         seen.insert(word);
         words.push_back(word);
@@ -158,7 +158,7 @@ void WriteText(const std::string &path, const std::vector<std::string> &vocabula
         if (!line.empty() && static_cast<int>(line.size() + 1 + word.size()) > width) {
             line += "\n";
             if (percent(random) < 8)
-                line += "\n";   // paragraph
+                line += "\n"; // paragraph
             std::fwrite(line.data(), 1, line.size(), out);
             written += line.size();
             line.clear();
@@ -254,7 +254,7 @@ int main(int argc, char **argv)
     double readSeconds = BestOf(3, ProcessSeconds, [&] { ReadWhole(textPath); });
     std::printf("text: %.1f MB of pseudo-words; plain read %.0f MB/s\n\n", mb, mb / readSeconds);
     std::printf("%9s %10s %12s %12s %9s %10s %10s %9s %9s\n", "keywords", "hits", "scan MB/s",
-                "grep MB/s", "x grep", "build s", "tree MB", "B/keyword", "lines");
+                "grep MB/s", "x grep", "build ms", "tree MB", "B/keyword", "lines");
 
     std::vector<size_t> counts;
     for (int i = 2; i < argc; ++i)
@@ -281,12 +281,13 @@ int main(int argc, char **argv)
             FreeKeywordMatchSet(&matches);
         });
         long lines = 0;
-        double grepSeconds = BestOf(3, ChildrenSeconds, [&] { lines = RunGrep(keywordPath, textPath); });
+        double grepSeconds =
+            BestOf(3, ChildrenSeconds, [&] { lines = RunGrep(keywordPath, textPath); });
         double scanRate = mb / scanSeconds;
         double grepRate = mb / grepSeconds;
         size_t bytes = KeywordTreeMemory(set->m_pKeywordTree);
-        std::printf("%9zu %10zu %12.0f %12.0f %9.2f %10.3f %10.1f %9.0f %9ld\n", count, hits,
-                    scanRate, grepRate, scanRate / grepRate, buildSeconds,
+        std::printf("%9zu %10zu %12.0f %12.0f %9.2f %10.1f %10.1f %9.0f %9ld\n", count, hits,
+                    scanRate, grepRate, scanRate / grepRate, buildSeconds * 1000,
                     static_cast<double>(bytes) / (1 << 20),
                     static_cast<double>(bytes) / static_cast<double>(count), lines);
         std::fflush(stdout);

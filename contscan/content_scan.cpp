@@ -13,7 +13,8 @@
 #include "contscan/policy.h"
 #include "contscan/policy_reader.h"
 
-namespace {
+namespace
+{
 
 // The verdict entries of a list by policy.
 using MatchInfoIndex = std::unordered_map<const POLICY_STRU *, _POLICY_MATCH_INFO *>;
@@ -34,7 +35,8 @@ _POLICY_MATCH_INFO *EntryOf(const MatchInfoIndex &index, const POLICY_STRU *poli
 
 // Answers IsKeywordListMatch for many lists over one match set: the keywords
 // found are collected once, and each list is judged once.
-class ListJudge {
+class ListJudge
+{
 public:
     explicit ListJudge(const KEYWORD_MATCH_SET &matches)
     {

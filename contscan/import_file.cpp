@@ -12,7 +12,8 @@
 #include "contscan/policy_reader.h"
 #include "mail/charset.h"
 
-namespace {
+namespace
+{
 
 // Lines of import and exclusion files are read in pieces of this size.
 constexpr int kLineBuffer = 512;
@@ -148,7 +149,7 @@ int AddKeywordFromImportFile(POLICY_STRU *policy, const char *file, int caseSens
         return 0;
     }
     char buffer[kLineBuffer];
-    bool newLine = true;   // the previous piece ended its line
+    bool newLine = true; // the previous piece ended its line
     KEYWORDLIST_STRU *list = nullptr;
     while (std::fgets(buffer, sizeof buffer, input.get())) {
         size_t length = std::strlen(buffer);

@@ -5,9 +5,10 @@
 
 #include "contscan/keyword_scanner.h"
 
-namespace {
+namespace
+{
 
-constexpr int kMaxStreams = 4;
+constexpr int kMaxStreams = 8;
 // A stretch shorter than this per stream is not worth cutting.
 constexpr size_t kMinStreamBytes = 2048;
 // How far past its ideal place a cut may move to find a byte of no keyword.
@@ -17,7 +18,7 @@ constexpr size_t kCutSearch = 1024;
 
 KeywordScanner::KeywordScanner(const KEYWORDTREE *tree, bool caseSensitive, bool exactMatch,
                                KEYWORD_MATCH_SET *matches)
-    : m_tree(tree), m_rows(tree->m_Rows.get()), m_exactMatch(exactMatch), m_matches(matches),
+    : m_tree(tree), m_rows(tree->m_Rows.data()), m_exactMatch(exactMatch), m_matches(matches),
       m_denseEnd((tree->m_nDenseStates * tree->m_nClasses) << 1)
 {
     for (int c = 0; c < 256; ++c) {
@@ -58,7 +59,8 @@ bool KeywordScanner::Scan(const unsigned char *begin, const unsigned char *from,
     return scanned;
 }
 
-bool KeywordScanner::ScanStream(Stream &stream, const unsigned char *begin, const unsigned char *end)
+bool KeywordScanner::ScanStream(Stream &stream, const unsigned char *begin,
+                                const unsigned char *end)
 {
     const uint8_t *classes = m_class;
     const uint32_t *rows = m_rows;
@@ -96,7 +98,8 @@ bool KeywordScanner::Interleave(Stream *streams, const unsigned char *begin,
         for (int i = 0; i < N; ++i) {
             uint32_t c = classes[streams[i].p[k]];
             state[i] = state[i] < denseEnd ? rows[(state[i] >> 1) + c] : SparseStep(state[i], c);
-            if ((state[i] & 1) && !Report(state[i], begin, streams[i].p + k, end, streams[i].matches))
+            if ((state[i] & 1) &&
+                !Report(state[i], begin, streams[i].p + k, end, streams[i].matches))
                 return false;
         }
     }
@@ -107,6 +110,18 @@ bool KeywordScanner::Interleave(Stream *streams, const unsigned char *begin,
             return false;
     }
     return true;
+}
+
+// Interleave<count> for a count from 1 to N.
+template <int N>
+bool KeywordScanner::InterleaveUpTo(int count, Stream *streams, const unsigned char *begin,
+                                    const unsigned char *end)
+{
+    if constexpr (N > 1) {
+        if (count < N)
+            return InterleaveUpTo<N - 1>(count, streams, begin, end);
+    }
+    return Interleave<N>(streams, begin, end);
 }
 
 int KeywordScanner::CutStreams(const unsigned char *begin, const unsigned char *end,
@@ -136,21 +151,7 @@ bool KeywordScanner::ScanStreams(const unsigned char *begin, const unsigned char
     Stream streams[kMaxStreams];
     KEYWORD_MATCH_SET later[kMaxStreams] = {};
     int count = CutStreams(begin, end, streams, later);
-    bool scanned;
-    switch (count) {
-    case 1:
-        scanned = ScanStream(streams[0], begin, end);
-        break;
-    case 2:
-        scanned = Interleave<2>(streams, begin, end);
-        break;
-    case 3:
-        scanned = Interleave<3>(streams, begin, end);
-        break;
-    default:
-        scanned = Interleave<kMaxStreams>(streams, begin, end);
-        break;
-    }
+    bool scanned = InterleaveUpTo<kMaxStreams>(count, streams, begin, end);
     for (int i = 1; i < count; ++i) {
         if (scanned)
             AppendKeywordMatchSet(m_matches, &later[i]);
@@ -171,9 +172,8 @@ bool KeywordScanner::StandsAlone(const unsigned char *begin, const unsigned char
 
 // Appends the outputs of the state reached at byte last: those of its output
 // suffixes, shortest first, then its own.
-bool KeywordScanner::Report(uint32_t encoded, const unsigned char *begin,
-                            const unsigned char *last, const unsigned char *end,
-                            KEYWORD_MATCH_SET *matches)
+bool KeywordScanner::Report(uint32_t encoded, const unsigned char *begin, const unsigned char *last,
+                            const unsigned char *end, KEYWORD_MATCH_SET *matches)
 {
     const KeywordStateOutputs *chain[OV_KEYWORD_DEPTH_LISTS];
     int links = 0;

@@ -11,7 +11,7 @@
 // such a boundary. Bytes are lowered through tolower unless the search is
 // case sensitive; the scanner never writes to the text.
 //
-// ScanStreams scans a stretch that starts in the empty state as up to four
+// ScanStreams scans a stretch that starts in the empty state as up to eight
 // streams at once, cut after bytes that occur in no keyword (every state
 // goes back to the empty state on those, so each stream may start there):
 // while one stream waits for memory the others step on. The hits of the
@@ -22,7 +22,8 @@
 
 #include "contscan/keyword_tree.h"
 
-class KeywordScanner {
+class KeywordScanner
+{
 public:
     KeywordScanner(const KEYWORDTREE *tree, bool caseSensitive, bool exactMatch,
                    KEYWORD_MATCH_SET *matches);
@@ -55,6 +56,9 @@ private:
     bool ScanStream(Stream &stream, const unsigned char *begin, const unsigned char *end);
     template <int N>
     bool Interleave(Stream *streams, const unsigned char *begin, const unsigned char *end);
+    template <int N>
+    bool InterleaveUpTo(int count, Stream *streams, const unsigned char *begin,
+                        const unsigned char *end);
     // Cuts [begin, end) into streams; returns how many.
     int CutStreams(const unsigned char *begin, const unsigned char *end, Stream *streams,
                    KEYWORD_MATCH_SET *later);

@@ -26,7 +26,8 @@
 #include "contscan/keyword_scanner.h"
 #include "contscan/keyword_tree.h"
 
-namespace {
+namespace
+{
 
 // Bytes read from the text file at a time.
 constexpr size_t kReadBlock = 256 * 1024;
@@ -45,7 +46,8 @@ int ScanMemory(KeywordScanner &scanner, MEMBUF *membuf, bool caseSensitive)
 
 // The text file in lines of at most OV_SCAN_LINE_LIMIT bytes. The read
 // buffer always holds the whole current piece.
-class LineScan {
+class LineScan
+{
 public:
     LineScan(FILE *file, KeywordScanner &scanner) : m_file(file), m_scanner(scanner) {}
 
@@ -54,8 +56,8 @@ public:
         m_buffer.reset(static_cast<unsigned char *>(std::malloc(kReadBlock)));
         if (!m_buffer)
             return -ENOMEM;
-        size_t pieceStart = 0;   // the piece [pieceStart, pieceStart + limit)
-        size_t scanFrom = 0;     // bytes before it were carried over
+        size_t pieceStart = 0; // the piece [pieceStart, pieceStart + limit)
+        size_t scanFrom = 0;   // bytes before it were carried over
         bool newlineResets = m_scanner.NewlineResets();
         for (;;) {
             Fill(pieceStart);
@@ -79,7 +81,8 @@ public:
             if (available == 0)
                 return 0;
             unsigned char *from = m_buffer.get() + scanFrom;
-            unsigned char *newline = static_cast<unsigned char *>(std::memchr(from, '\n', available));
+            unsigned char *newline =
+                static_cast<unsigned char *>(std::memchr(from, '\n', available));
             size_t pieceEnd = newline ? newline + 1 - m_buffer.get() : scanFrom + available;
             if (!m_scanner.Scan(m_buffer.get() + pieceStart, from, m_buffer.get() + pieceEnd))
                 return -ENOMEM;
@@ -87,7 +90,7 @@ public:
                 m_scanner.Reset();
                 pieceStart = scanFrom = pieceEnd;
             } else if (pieceEnd - pieceStart < OV_SCAN_LINE_LIMIT) {
-                return 0;   // the file ended without a newline
+                return 0; // the file ended without a newline
             } else {
                 pieceStart = pieceEnd - (m_scanner.Depth() + 1);
                 scanFrom = pieceEnd;
@@ -150,15 +153,15 @@ struct FileCloser {
 
 } // namespace
 
-int AhoCorasickStringSearch(KEYWORDTREE *tree, MEMBUF *membuf, const char *path,
-                            int caseSensitive, int exactMatch, KEYWORD_MATCH_SET *matches)
+int AhoCorasickStringSearch(KEYWORDTREE *tree, MEMBUF *membuf, const char *path, int caseSensitive,
+                            int exactMatch, KEYWORD_MATCH_SET *matches)
 {
     if (!tree || !tree->m_bBuilt || !matches)
         return -1;
     std::unique_ptr<FILE, FileCloser> file(path ? std::fopen(path, "rb") : nullptr);
     if (!file) {
-        ovux_log->start() << "AhoCorasickStringSearch: fopen(" << path << ") failed: "
-                          << Log::syserr() << Orvane::endl;
+        ovux_log->start() << "AhoCorasickStringSearch: fopen(" << path
+                          << ") failed: " << Log::syserr() << Orvane::endl;
         return -ENOENT;
     }
     KeywordScanner scanner(tree, caseSensitive != 0, exactMatch != 0, matches);

@@ -36,6 +36,7 @@
 #include <memory>
 #include <vector>
 
+#include "contscan/huge_page_array.h"
 #include "contscan/policy.h"
 #include "ov/contscan.h"
 
@@ -47,28 +48,28 @@ constexpr int OV_SCAN_LINE_LIMIT = 999;
 // A trie node while the automaton is built; nodes, like output records, are
 // numbered from 1 within the tree (0 means none).
 struct _KEYWORDTREE_NODE {
-    uint8_t m_cChar;          // the byte that leads into this node
-    uint8_t m_nDepth;         // length of the string it stands for
-    uint32_t m_nOutput;       // first output record
-    uint32_t m_nFirstChild;   // newest child first
+    uint8_t m_cChar;        // the byte that leads into this node
+    uint8_t m_nDepth;       // length of the string it stands for
+    uint32_t m_nOutput;     // first output record
+    uint32_t m_nFirstChild; // newest child first
     uint32_t m_nNextSibling;
-    uint32_t m_nState;        // its state in the search form, once numbered
+    uint32_t m_nState; // its state in the search form, once numbered
 };
 
 // One pattern ending at a node: the text and the records it stands for.
 struct _RESULT_NODE {
     const char *m_pszPattern;
     POLICY_STRU *m_pPolicy;
-    KEYWORDLIST_STRU *m_pKeywordList;   // null for a no-action keyword
-    void *m_pKeyword;   // KEYWORD_STRU (a synonym's owner) or NOACTION_KEYWORD_STRU
+    KEYWORDLIST_STRU *m_pKeywordList; // null for a no-action keyword
+    void *m_pKeyword;                 // KEYWORD_STRU (a synonym's owner) or NOACTION_KEYWORD_STRU
     uint32_t m_nNext;
 };
 
 // One hit of a search.
 struct KEYWORD_MATCH_INFO {
     POLICY_STRU *m_pPolicy;
-    KEYWORDLIST_STRU *m_pKeywordList;   // null for a no-action keyword
-    void *m_pKeyword;   // KEYWORD_STRU, or NOACTION_KEYWORD_STRU without a list
+    KEYWORDLIST_STRU *m_pKeywordList; // null for a no-action keyword
+    void *m_pKeyword;                 // KEYWORD_STRU, or NOACTION_KEYWORD_STRU without a list
     KEYWORD_MATCH_INFO *m_pNext;
 };
 
@@ -93,44 +94,46 @@ struct KeywordOutput {
 constexpr int OV_INLINE_LABELS = 6;
 struct alignas(16) KeywordState {
     uint32_t m_nFailure;
-    uint32_t m_nFirstChild;   // children are the states [first, first + count)
+    uint32_t m_nFirstChild; // children are the states [first, first + count)
     uint8_t m_nChildCount;
     uint8_t m_nDepth;
-    uint8_t m_Labels[OV_INLINE_LABELS];   // byte classes of the first children
+    uint8_t m_Labels[OV_INLINE_LABELS]; // byte classes of the first children
 };
 
 // What a state that reports something reports.
 struct KeywordStateOutputs {
-    uint32_t m_nFirst;        // own outputs: m_Outputs[first, first + count)
+    uint32_t m_nFirst; // own outputs: m_Outputs[first, first + count)
     uint32_t m_nCount;
-    uint32_t m_nSuffix;       // nearest shorter suffix state with own outputs, 0 none
+    uint32_t m_nSuffix; // nearest shorter suffix state with own outputs, 0 none
     uint32_t m_nDepth;
 };
 
 struct KEYWORDTREE {
     // Build form.
     uint32_t m_MasterNodes[256];
-    std::vector<_KEYWORDTREE_NODE> m_Nodes;       // [0] unused
-    std::vector<_RESULT_NODE> m_Results;          // [0] unused
-    std::vector<uint32_t> m_DepthNodes;           // trie node of each state, breadth first
+    std::vector<_KEYWORDTREE_NODE> m_Nodes; // [0] unused
+    std::vector<_RESULT_NODE> m_Results;    // [0] unused
+    std::vector<uint32_t> m_DepthNodes;     // trie node of each state, breadth first
+    const char *m_pszLastPattern = nullptr; // the pattern added last
+    bool m_bSortedInput = true;             // each pattern came after the one before
 
     // Search form. State 0 is the empty state (before any byte of a line).
     // A running state is encoded as (slot << 1) | has-output, where the slot
     // of a state below m_nDenseStates is the start of its row in m_Rows
     // (state * m_nClasses), and that of a deeper state its number plus
     // m_nSparseBias.
-    uint8_t m_ByteClass[256];                     // 0: in no pattern
+    uint8_t m_ByteClass[256]; // 0: in no pattern
     uint32_t m_nClasses = 1;
     uint32_t m_nDenseStates = 0;
     uint32_t m_nSparseBias = 0;
-    uint32_t m_nDenseLimit = 0;                   // 0: chosen by size
-    std::unique_ptr<uint32_t[]> m_Rows;           // m_nDenseStates * m_nClasses
-    std::vector<KeywordState> m_States;
-    std::vector<uint8_t> m_Labels;                // byte class leading into each state
-    std::vector<uint64_t> m_OutputBits;           // states that report something
-    std::vector<uint32_t> m_OutputRank;           // such states before each 64
-    std::vector<KeywordStateOutputs> m_StateOutputs;   // one per such state, in order
-    std::vector<KeywordOutput> m_Outputs;
+    uint32_t m_nDenseLimit = 0;     // 0: chosen by size
+    HugePageArray<uint32_t> m_Rows; // m_nDenseStates * m_nClasses
+    HugePageArray<KeywordState> m_States;
+    std::vector<uint8_t> m_Labels;                     // byte class leading into each state
+    std::vector<uint64_t> m_OutputBits;                // states that report something
+    std::vector<uint32_t> m_OutputRank;                // such states before each 64
+    HugePageArray<KeywordStateOutputs> m_StateOutputs; // one per such state, in order
+    HugePageArray<KeywordOutput> m_Outputs;
     bool m_bBuilt = false;
 };
 
@@ -150,8 +153,8 @@ inline const KeywordStateOutputs &KeywordStateOutputsOf(const KEYWORDTREE *tree,
 
 inline uint32_t EncodeKeywordState(const KEYWORDTREE *tree, uint32_t state)
 {
-    uint32_t slot = state < tree->m_nDenseStates ? state * tree->m_nClasses
-                                                 : state + tree->m_nSparseBias;
+    uint32_t slot =
+        state < tree->m_nDenseStates ? state * tree->m_nClasses : state + tree->m_nSparseBias;
     return (slot << 1) | (KeywordStateHasOutput(tree, state) ? 1 : 0);
 }
 
@@ -200,8 +203,8 @@ size_t KeywordTreeMemory(const KEYWORDTREE *tree);
 
 // 0 on success, -1 for a null tree, -ENOENT when the file at path cannot be
 // opened (also in memory mode). Hits are appended to matches.
-int AhoCorasickStringSearch(KEYWORDTREE *tree, MEMBUF *membuf, const char *path,
-                            int caseSensitive, int exactMatch, KEYWORD_MATCH_SET *matches);
+int AhoCorasickStringSearch(KEYWORDTREE *tree, MEMBUF *membuf, const char *path, int caseSensitive,
+                            int exactMatch, KEYWORD_MATCH_SET *matches);
 // Appends a copy of the output's three fields; 0 when memory failed.
 int AddKeywordMatchInfo(KEYWORD_MATCH_SET *matches, const KeywordOutput *output);
 // Moves the records of from behind those of to, leaving from empty.

@@ -22,7 +22,7 @@ KEYWORDTREE *InitKeywordTree()
     std::memset(tree->m_MasterNodes, 0, sizeof tree->m_MasterNodes);
     std::memset(tree->m_ByteClass, 0, sizeof tree->m_ByteClass);
     try {
-        tree->m_Nodes.resize(1);     // number 0 stands for "none"
+        tree->m_Nodes.resize(1); // number 0 stands for "none"
         tree->m_Results.resize(1);
     } catch (const std::bad_alloc &) {
         delete tree;
@@ -41,14 +41,15 @@ uint32_t FindChildNode(const KEYWORDTREE *tree, uint32_t node, unsigned char c)
     return child;
 }
 
-namespace {
+namespace
+{
 
 // Appends a node; 0 when memory fails.
 uint32_t NewNode(KEYWORDTREE *tree, unsigned char c, int depth)
 {
     try {
-        tree->m_Nodes.push_back(_KEYWORDTREE_NODE{static_cast<uint8_t>(c),
-                                                  static_cast<uint8_t>(depth), 0, 0, 0, 0});
+        tree->m_Nodes.push_back(
+            _KEYWORDTREE_NODE{static_cast<uint8_t>(c), static_cast<uint8_t>(depth), 0, 0, 0, 0});
     } catch (const std::bad_alloc &) {
         return 0;
     }
@@ -83,6 +84,9 @@ int AddPatternToKeywordTree(KEYWORDTREE *tree, const char *pattern, POLICY_STRU 
     size_t length = std::strlen(pattern);
     if (length >= static_cast<size_t>(OV_KEYWORD_DEPTH_LISTS))
         return 0;
+    if (tree->m_pszLastPattern && std::strcmp(pattern, tree->m_pszLastPattern) < 0)
+        tree->m_bSortedInput = false;
+    tree->m_pszLastPattern = pattern;
     const unsigned char *bytes = reinterpret_cast<const unsigned char *>(pattern);
     uint32_t node = tree->m_MasterNodes[bytes[0]];
     if (!node && !(node = CreateMasterNode(tree, bytes[0])))
@@ -94,8 +98,8 @@ int AddPatternToKeywordTree(KEYWORDTREE *tree, const char *pattern, POLICY_STRU 
         node = child;
     }
     try {
-        tree->m_Results.push_back(_RESULT_NODE{pattern, policy, list, keyword,
-                                               tree->m_Nodes[node].m_nOutput});
+        tree->m_Results.push_back(
+            _RESULT_NODE{pattern, policy, list, keyword, tree->m_Nodes[node].m_nOutput});
     } catch (const std::bad_alloc &) {
         return 0;
     }
@@ -103,17 +107,23 @@ int AddPatternToKeywordTree(KEYWORDTREE *tree, const char *pattern, POLICY_STRU 
     return 1;
 }
 
-namespace {
+namespace
+{
 
 struct PendingPattern {
     const char *text;
     POLICY_STRU *policy;
     KEYWORDLIST_STRU *list;
     void *keyword;
-    uint64_t key;   // the first eight bytes, for sorting
 };
 
-// The first eight bytes of a text as a number that sorts like the text.
+// A pattern's place in the sorted order: its first eight bytes as a number
+// that sorts like the text, and its place among the patterns.
+struct SortEntry {
+    uint64_t key;
+    uint32_t index;
+};
+
 uint64_t SortKey(const char *text)
 {
     uint64_t key = 0;
@@ -123,15 +133,6 @@ uint64_t SortKey(const char *text)
     return i == 0 ? 0 : key << (8 * (8 - i));
 }
 
-bool TextBefore(const PendingPattern &a, const PendingPattern &b)
-{
-    if (a.key != b.key)
-        return a.key < b.key;
-    if ((a.key & 0xff) == 0)   // both end within the first eight bytes
-        return false;
-    return std::strcmp(a.text + 8, b.text + 8) < 0;
-}
-
 // Collects every pattern of one enabled policy, in the order the automaton
 // reports patterns of the same text: each list's keywords (with their
 // synonyms when the policy has them on), then the no-action keywords.
@@ -139,55 +140,49 @@ void CollectPolicyPatterns(POLICY_STRU *policy, std::vector<PendingPattern> &pat
 {
     for (KEYWORDLIST_STRU *list = policy->m_pFirstKeywordList; list; list = list->m_pNext) {
         for (KEYWORD_STRU *keyword = list->m_pFirstKeyword; keyword; keyword = keyword->m_pNext) {
-            patterns.push_back({keyword->m_szText, policy, list, keyword, 0});
+            patterns.push_back({keyword->m_szText, policy, list, keyword});
             if (!policy->m_bSynonymEnabled)
                 continue;
             for (SYNONYM_STRU *synonym = keyword->m_pFirstSynonym; synonym;
                  synonym = synonym->m_pNext)
-                patterns.push_back({synonym->m_szText, policy, list, keyword, 0});
+                patterns.push_back({synonym->m_szText, policy, list, keyword});
         }
     }
     for (NOACTION_KEYWORD_STRU *word = policy->m_pFirstNoAction; word; word = word->m_pNext)
-        patterns.push_back({word->m_szText, policy, nullptr, word, 0});
+        patterns.push_back({word->m_szText, policy, nullptr, word});
 }
 
-// How many patterns the enabled policies of a set give.
-size_t CountPatterns(const POLICYSET *set)
+// Adds the patterns in byte order of their texts (patterns of the same text
+// keep their order): each pattern then shares its path with the one before,
+// whose nodes are the newest children along it, so that every child looked
+// up is the first of its list.
+void AddPatternsInOrder(KEYWORDTREE *tree, const std::vector<PendingPattern> &patterns)
 {
-    size_t count = 0;
-    for (const POLICY_STRU *policy = set->m_pFirstPolicy; policy; policy = policy->m_pNext) {
-        if (!policy->m_bEnabled)
-            continue;
-        for (const KEYWORDLIST_STRU *list = policy->m_pFirstKeywordList; list; list = list->m_pNext) {
-            for (const KEYWORD_STRU *k = list->m_pFirstKeyword; k; k = k->m_pNext) {
-                ++count;
-                for (const SYNONYM_STRU *s = k->m_pFirstSynonym; s && policy->m_bSynonymEnabled;
-                     s = s->m_pNext)
-                    ++count;
-            }
-        }
-        for (const NOACTION_KEYWORD_STRU *w = policy->m_pFirstNoAction; w; w = w->m_pNext)
-            ++count;
-    }
-    return count;
-}
-
-// Adds the patterns in byte order of their texts (keeping the order of equal
-// texts): each pattern then shares its path with the one before, whose nodes
-// are the newest children along it, so that every child looked up is the
-// first of its list.
-void AddPatternsInOrder(KEYWORDTREE *tree, std::vector<PendingPattern> &patterns)
-{
+    std::vector<SortEntry> order(patterns.size());
     size_t bytes = 0;
-    for (PendingPattern &p : patterns) {
-        p.key = SortKey(p.text);
-        bytes += strnlen(p.text, OV_KEYWORD_DEPTH_LISTS);
+    for (size_t i = 0; i < patterns.size(); ++i) {
+        order[i] = SortEntry{SortKey(patterns[i].text), static_cast<uint32_t>(i)};
+        bytes += strnlen(patterns[i].text, OV_KEYWORD_DEPTH_LISTS);
     }
-    std::stable_sort(patterns.begin(), patterns.end(), TextBefore);
+    std::sort(order.begin(), order.end(), [&patterns](const SortEntry &a, const SortEntry &b) {
+        if (a.key != b.key)
+            return a.key < b.key;
+        if ((a.key & 0xff) != 0) { // both go on past their first eight bytes
+            int byText = std::strcmp(patterns[a.index].text + 8, patterns[b.index].text + 8);
+            if (byText != 0)
+                return byText < 0;
+        }
+        return a.index < b.index;
+    });
     tree->m_Nodes.reserve(bytes + 1);
     tree->m_Results.reserve(patterns.size() + 1);
-    for (const PendingPattern &p : patterns)
+    constexpr size_t kLookAhead = 8; // texts are scattered: fetch them early
+    for (size_t i = 0; i < order.size(); ++i) {
+        if (i + kLookAhead < order.size())
+            __builtin_prefetch(patterns[order[i + kLookAhead].index].text);
+        const PendingPattern &p = patterns[order[i].index];
         AddPatternToKeywordTree(tree, p.text, p.policy, p.list, p.keyword);
+    }
 }
 
 } // namespace
@@ -205,7 +200,6 @@ int BuildKeywordTree(POLICYSET *set)
     }
     try {
         std::vector<PendingPattern> patterns;
-        patterns.reserve(CountPatterns(set));
         for (POLICY_STRU *policy = set->m_pFirstPolicy; policy; policy = policy->m_pNext) {
             if (policy->m_bEnabled)
                 CollectPolicyPatterns(policy, patterns);
@@ -255,9 +249,9 @@ size_t KeywordTreeMemory(const KEYWORDTREE *tree)
            tree->m_Results.capacity() * sizeof(_RESULT_NODE) +
            tree->m_DepthNodes.capacity() * sizeof(uint32_t) +
            size_t{tree->m_nDenseStates} * tree->m_nClasses * sizeof(uint32_t) +
-           tree->m_States.capacity() * sizeof(KeywordState) + tree->m_Labels.capacity() +
+           tree->m_States.size() * sizeof(KeywordState) + tree->m_Labels.capacity() +
            tree->m_OutputBits.capacity() * sizeof(uint64_t) +
            tree->m_OutputRank.capacity() * sizeof(uint32_t) +
-           tree->m_StateOutputs.capacity() * sizeof(KeywordStateOutputs) +
-           tree->m_Outputs.capacity() * sizeof(KeywordOutput);
+           tree->m_StateOutputs.size() * sizeof(KeywordStateOutputs) +
+           tree->m_Outputs.size() * sizeof(KeywordOutput);
 }

@@ -8,13 +8,17 @@
 
 #include "contscan/keyword_tree.h"
 
-namespace {
+namespace
+{
 
 // Next-state cells given to the rows when the tree does not fix a state
-// count: 1 M cells (4 MB) hold about the first four bytes of every keyword of
-// a set of 10 000 and the first three of a set of 100 000, where a scan
-// spends most of its time.
-constexpr size_t kDenseCellBudget = size_t{1} << 20;
+// count: eight per state (32 bytes), at least 256 K cells (1 MB: a small set
+// gets rows for all its states), at most 4 M (16 MB: the first five or so
+// bytes of every keyword of a set of 100 000, where a scan spends nearly all
+// its time).
+constexpr size_t kDenseCellsPerState = 8;
+constexpr size_t kMinDenseCells = size_t{1} << 18;
+constexpr size_t kMaxDenseCells = size_t{1} << 22;
 
 // Gives every byte that occurs in a pattern its own class (1, 2, ... in byte
 // order); bytes of no pattern share class 0, which always leads back to the
@@ -49,17 +53,49 @@ uint8_t AppendChildren(KEYWORDTREE *tree, uint32_t node)
     return count;
 }
 
-// Numbers the states breadth first: 0 is the empty state, then the master
-// nodes in byte order, then the children of each state in turn.
-void NumberStates(KEYWORDTREE *tree)
+// Gives a trie node its state number and the state what the node knows.
+void TakeNode(KEYWORDTREE *tree, uint32_t node, uint32_t state, std::vector<uint32_t> &heads)
 {
-    size_t count = tree->m_Nodes.size();   // the empty state takes number 0
-    tree->m_DepthNodes.clear();
-    tree->m_DepthNodes.reserve(count);
-    tree->m_DepthNodes.push_back(0);
-    tree->m_States.assign(count, KeywordState{});
-    tree->m_Labels.assign(count, 0);
+    const _KEYWORDTREE_NODE &n = tree->m_Nodes[node];
+    tree->m_DepthNodes[state] = node;
+    tree->m_States[state].m_nDepth = n.m_nDepth;
+    tree->m_Labels[state] = tree->m_ByteClass[n.m_cChar];
+    heads[state] = n.m_nOutput;
+}
 
+// Numbering for a trie whose patterns came in byte order: its nodes were then
+// made in the order of their strings, so the nodes of one depth, taken in the
+// order they were made, are already in breadth-first order, and a node's
+// children are made one after another. One pass in node order does it.
+void NumberStatesInOrder(KEYWORDTREE *tree, std::vector<uint32_t> &heads)
+{
+    uint32_t next[OV_KEYWORD_DEPTH_LISTS + 1] = {};
+    for (size_t node = 1; node < tree->m_Nodes.size(); ++node)
+        ++next[tree->m_Nodes[node].m_nDepth];
+    uint32_t start = 1;
+    for (uint32_t &first : next) {
+        uint32_t count = first;
+        first = start;
+        start += count;
+    }
+    uint32_t latest[OV_KEYWORD_DEPTH_LISTS] = {}; // the newest state of each depth
+    for (uint32_t node = 1; node < tree->m_Nodes.size(); ++node) {
+        int depth = tree->m_Nodes[node].m_nDepth;
+        uint32_t state = next[depth]++;
+        TakeNode(tree, node, state, heads);
+        tree->m_Nodes[node].m_nState = state;
+        KeywordState &parent = tree->m_States[latest[depth - 1]];
+        if (parent.m_nChildCount++ == 0)
+            parent.m_nFirstChild = state;
+        latest[depth] = state;
+    }
+}
+
+// Numbering for any trie: a breadth-first walk of the child lists.
+void NumberStatesByWalk(KEYWORDTREE *tree, std::vector<uint32_t> &heads)
+{
+    tree->m_DepthNodes.clear();
+    tree->m_DepthNodes.push_back(0);
     KeywordState &empty = tree->m_States[0];
     empty.m_nFirstChild = 1;
     for (int c = 0; c < 256; ++c) {
@@ -70,14 +106,31 @@ void NumberStates(KEYWORDTREE *tree)
         tree->m_DepthNodes.push_back(master);
         ++empty.m_nChildCount;
     }
-    for (size_t state = 1; state < tree->m_DepthNodes.size(); ++state) {
-        const _KEYWORDTREE_NODE &node = tree->m_Nodes[tree->m_DepthNodes[state]];
+    for (uint32_t state = 1; state < tree->m_DepthNodes.size(); ++state) {
+        TakeNode(tree, tree->m_DepthNodes[state], state, heads);
         KeywordState &info = tree->m_States[state];
-        info.m_nDepth = node.m_nDepth;
-        tree->m_Labels[state] = tree->m_ByteClass[node.m_cChar];
         info.m_nFirstChild = static_cast<uint32_t>(tree->m_DepthNodes.size());
         info.m_nChildCount = AppendChildren(tree, tree->m_DepthNodes[state]);
     }
+}
+
+// Numbers the states breadth first: 0 is the empty state, then the master
+// nodes in byte order, then the children of each state in turn, in byte
+// order. Notes each state's first own output record in heads.
+bool NumberStates(KEYWORDTREE *tree, std::vector<uint32_t> &heads)
+{
+    size_t count = tree->m_Nodes.size(); // the empty state takes number 0
+    if (!tree->m_States.Allocate(count))
+        return false;
+    std::fill(tree->m_States.begin(), tree->m_States.end(), KeywordState{});
+    tree->m_DepthNodes.assign(count, 0);
+    tree->m_Labels.assign(count, 0);
+    heads.assign(count, 0);
+    if (tree->m_bSortedInput)
+        NumberStatesInOrder(tree, heads);
+    else
+        NumberStatesByWalk(tree, heads);
+    return true;
 }
 
 // Copies the first children's byte classes into each state's record.
@@ -94,13 +147,14 @@ void InlineLabels(KEYWORDTREE *tree)
 bool ChooseDenseStates(KEYWORDTREE *tree)
 {
     size_t states = tree->m_DepthNodes.size();
-    size_t dense = tree->m_nDenseLimit ? tree->m_nDenseLimit : kDenseCellBudget / tree->m_nClasses;
+    size_t budget =
+        std::min(std::max(states * kDenseCellsPerState, kMinDenseCells), kMaxDenseCells);
+    size_t dense = tree->m_nDenseLimit ? tree->m_nDenseLimit : budget / tree->m_nClasses;
     dense = std::min(std::max<size_t>(dense, 1), states);
     size_t cells = dense * tree->m_nClasses;
     if (cells + states >= (size_t{1} << 31))
         return false;
-    tree->m_Rows.reset(new (std::nothrow) uint32_t[cells]);
-    if (!tree->m_Rows)
+    if (!tree->m_Rows.Allocate(cells))
         return false;
     tree->m_nDenseStates = static_cast<uint32_t>(dense);
     tree->m_nSparseBias = static_cast<uint32_t>(cells - dense);
@@ -121,22 +175,18 @@ uint32_t NextState(const KEYWORDTREE *tree, uint32_t state, uint32_t c)
     }
 }
 
-bool HasOwnOutputs(const KEYWORDTREE *tree, uint32_t state)
-{
-    return tree->m_Nodes[tree->m_DepthNodes[state]].m_nOutput != 0;
-}
-
 // Failure links of the children of state, their nearest suffix states with
 // own outputs (suffix), and their output bits.
-void LinkChildren(KEYWORDTREE *tree, uint32_t state, std::vector<uint32_t> &suffix)
+void LinkChildren(KEYWORDTREE *tree, uint32_t state, const std::vector<uint32_t> &heads,
+                  std::vector<uint32_t> &suffix)
 {
     const KeywordState &info = tree->m_States[state];
     for (uint32_t child = info.m_nFirstChild; child < info.m_nFirstChild + info.m_nChildCount;
          ++child) {
         uint32_t failure = state == 0 ? 0 : NextState(tree, info.m_nFailure, tree->m_Labels[child]);
         tree->m_States[child].m_nFailure = failure;
-        suffix[child] = HasOwnOutputs(tree, failure) ? failure : suffix[failure];
-        if (suffix[child] || HasOwnOutputs(tree, child))
+        suffix[child] = heads[failure] ? failure : suffix[failure];
+        if (suffix[child] || heads[child])
             tree->m_OutputBits[child >> 6] |= uint64_t{1} << (child & 63);
     }
 }
@@ -158,8 +208,10 @@ void FillRow(KEYWORDTREE *tree, uint32_t state)
 }
 
 // Lists, for every state that reports, its own output records (newest first,
-// as the trie node holds them), its suffix link and its depth.
-void CollectOutputs(KEYWORDTREE *tree, const std::vector<uint32_t> &suffix)
+// as the trie node holds them), its suffix link and its depth; false when
+// memory fails.
+bool CollectOutputs(KEYWORDTREE *tree, const std::vector<uint32_t> &heads,
+                    const std::vector<uint32_t> &suffix)
 {
     size_t words = tree->m_OutputBits.size();
     tree->m_OutputRank.assign(words, 0);
@@ -168,25 +220,24 @@ void CollectOutputs(KEYWORDTREE *tree, const std::vector<uint32_t> &suffix)
         tree->m_OutputRank[w] = reporting;
         reporting += static_cast<uint32_t>(__builtin_popcountll(tree->m_OutputBits[w]));
     }
-    tree->m_StateOutputs.clear();
-    tree->m_StateOutputs.reserve(reporting);
-    tree->m_Outputs.clear();
-    tree->m_Outputs.reserve(tree->m_Results.size());
-    uint32_t states = static_cast<uint32_t>(tree->m_DepthNodes.size());
+    if (!tree->m_StateOutputs.Allocate(reporting) ||
+        !tree->m_Outputs.Allocate(tree->m_Results.size() - 1))
+        return false;
+    uint32_t written = 0, listed = 0;
+    uint32_t states = static_cast<uint32_t>(tree->m_States.size());
     for (uint32_t state = 1; state < states; ++state) {
         if (!KeywordStateHasOutput(tree, state))
             continue;
-        KeywordStateOutputs outputs{static_cast<uint32_t>(tree->m_Outputs.size()), 0,
-                                    suffix[state], tree->m_States[state].m_nDepth};
-        for (uint32_t r = tree->m_Nodes[tree->m_DepthNodes[state]].m_nOutput; r;
-             r = tree->m_Results[r].m_nNext) {
+        KeywordStateOutputs &outputs = tree->m_StateOutputs[listed++];
+        outputs = KeywordStateOutputs{written, 0, suffix[state], tree->m_States[state].m_nDepth};
+        for (uint32_t r = heads[state]; r; r = tree->m_Results[r].m_nNext) {
             const _RESULT_NODE &result = tree->m_Results[r];
-            tree->m_Outputs.push_back(
-                KeywordOutput{result.m_pPolicy, result.m_pKeywordList, result.m_pKeyword});
+            tree->m_Outputs[written++] =
+                KeywordOutput{result.m_pPolicy, result.m_pKeywordList, result.m_pKeyword};
         }
-        outputs.m_nCount = static_cast<uint32_t>(tree->m_Outputs.size()) - outputs.m_nFirst;
-        tree->m_StateOutputs.push_back(outputs);
+        outputs.m_nCount = written - outputs.m_nFirst;
     }
+    return true;
 }
 
 } // namespace
@@ -197,7 +248,9 @@ int ConstructFailureLink(KEYWORDTREE *tree)
         return 0;
     try {
         AssignByteClasses(tree);
-        NumberStates(tree);
+        std::vector<uint32_t> heads;
+        if (!NumberStates(tree, heads))
+            return 0;
         InlineLabels(tree);
         if (!ChooseDenseStates(tree))
             return 0;
@@ -205,11 +258,12 @@ int ConstructFailureLink(KEYWORDTREE *tree)
         tree->m_OutputBits.assign(states / 64 + 1, 0);
         std::vector<uint32_t> suffix(states, 0);
         for (uint32_t state = 0; state < states; ++state) {
-            LinkChildren(tree, state, suffix);
+            LinkChildren(tree, state, heads, suffix);
             if (state < tree->m_nDenseStates)
                 FillRow(tree, state);
         }
-        CollectOutputs(tree, suffix);
+        if (!CollectOutputs(tree, heads, suffix))
+            return 0;
     } catch (const std::bad_alloc &) {
         return 0;
     }

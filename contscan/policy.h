@@ -41,8 +41,8 @@ struct NOACTION_KEYWORD_STRU {
     char m_szText[OV_POLICY_NAME_SIZE];
     uint8_t m_nCharset;
     NOACTION_KEYWORD_STRU *m_pNext;
-    void *m_pReserved1;   // zero
-    void *m_pReserved2;   // zero
+    void *m_pReserved1; // zero
+    void *m_pReserved2; // zero
 };
 
 // Appends a new enabled policy (synonyms off, both directions scanned). Null

@@ -12,7 +12,8 @@
 #include "contscan/policy.h"
 #include "contscan/policy_reader.h"
 
-namespace {
+namespace
+{
 
 const char kPolicyFileMagic[] = "CsConfig.dat2";
 // Buffer size of the switches read from the settings file.
@@ -55,7 +56,8 @@ struct PolicyCursor {
     KEYWORD_STRU *keyword = nullptr;
 };
 
-class PolicyReader {
+class PolicyReader
+{
 public:
     PolicyReader(POLICYSET *set, const char *settingsFile)
         : m_set(set), m_settingsFile(settingsFile)
@@ -88,8 +90,7 @@ public:
             return true;
         case TOKEN_IMPORT_FILE:
             if (policy->m_bEnabled)
-                AddKeywordFromImportFile(policy, argument, m_set->m_bCaseSensitive,
-                                         m_settingsFile);
+                AddKeywordFromImportFile(policy, argument, m_set->m_bCaseSensitive, m_settingsFile);
             return true;
         default:
             return true;
@@ -105,7 +106,8 @@ private:
             ovux_log->start() << "ReadPolicy: AddPolicy(" << name << ") failed!" << Orvane::endl;
             return false;
         }
-        policy->m_bInboundScan = ReadSwitch(m_settingsFile, policy->m_szName, "InboundMailScan", "yes");
+        policy->m_bInboundScan =
+            ReadSwitch(m_settingsFile, policy->m_szName, "InboundMailScan", "yes");
         policy->m_bOutboundScan =
             ReadSwitch(m_settingsFile, policy->m_szName, "OutboundMailScan", "yes");
         m_cursor.policy = policy;
@@ -200,7 +202,8 @@ int ReadPolicy(POLICYSET *set, const char *policyFile, const char *settingsFile)
     }
     char token[OV_POLICY_TOKEN_LIMIT + 1] = "";
     if (FgetTillTab(token, file.get()) <= 0 || std::strcmp(token, kPolicyFileMagic) != 0) {
-        ovux_log->start() << "ReadPolicy: " << policyFile << " is not a policy file" << Orvane::endl;
+        ovux_log->start() << "ReadPolicy: " << policyFile << " is not a policy file"
+                          << Orvane::endl;
         return -EAGAIN;
     }
     set->m_bCaseSensitive = ReadSwitch(settingsFile, "Content Filter", "CaseSensitive", "no");

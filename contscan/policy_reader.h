@@ -39,15 +39,15 @@
 constexpr int OV_POLICY_TOKEN_LIMIT = 259;
 
 enum PolicyTokenType {
-    TOKEN_POLICY_HEADER = 0,    // "sh"
-    TOKEN_SYNONYM_ENABLED = 1,  // "se"
-    TOKEN_POLICY_ENABLED = 2,   // "pe"
-    TOKEN_NOACTION = 3,         // "ew"
-    TOKEN_LIST_HEAD = 4,        // "wh"
-    TOKEN_KEYWORD = 5,          // "wd"
-    TOKEN_SYNONYM = 6,          // "sy"
-    TOKEN_RESERVED = 7,         // "sn"
-    TOKEN_IMPORT_FILE = 8,      // "sf"
+    TOKEN_POLICY_HEADER = 0,   // "sh"
+    TOKEN_SYNONYM_ENABLED = 1, // "se"
+    TOKEN_POLICY_ENABLED = 2,  // "pe"
+    TOKEN_NOACTION = 3,        // "ew"
+    TOKEN_LIST_HEAD = 4,       // "wh"
+    TOKEN_KEYWORD = 5,         // "wd"
+    TOKEN_SYNONYM = 6,         // "sy"
+    TOKEN_RESERVED = 7,        // "sn"
+    TOKEN_IMPORT_FILE = 8,     // "sf"
     TOKEN_OTHER = 9,
 };
 

@@ -7,12 +7,12 @@
 #include "contscan/policy.h"
 #include "mail/charset.h"
 
-namespace {
+namespace
+{
 
-constexpr size_t kTextLimit = OV_POLICY_NAME_SIZE;   // longest text accepted
+constexpr size_t kTextLimit = OV_POLICY_NAME_SIZE; // longest text accepted
 
-template <typename T>
-T *NewRecord()
+template <typename T> T *NewRecord()
 {
     return static_cast<T *>(std::calloc(1, sizeof(T)));
 }
@@ -24,8 +24,7 @@ bool IsBlank(char c)
 
 // Copies text (at most 80 characters) into a record's text field and notes
 // its character set.
-template <typename T>
-void SetText(T *record, const char *text, size_t length)
+template <typename T> void SetText(T *record, const char *text, size_t length)
 {
     size_t kept = length < kTextLimit ? length : kTextLimit - 1;
     std::memcpy(record->m_szText, text, kept);

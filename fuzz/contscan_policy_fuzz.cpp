@@ -17,7 +17,8 @@
 #include "contscan/policy.h"
 #include "contscan/policy_reader.h"
 
-namespace {
+namespace
+{
 
 std::string WriteFile(const std::string &path, const void *data, size_t size)
 {
@@ -39,13 +40,20 @@ struct Scratch {
     {
         char pattern[] = "/tmp/fuzz_contscan_policy_XXXXXX";
         dir = mkdtemp(pattern) ? pattern : "/tmp";
-        settings = WriteFile(dir + "/contscan.ini",
-                             "[Content Filter]\nExactMatch=no\n[Advanced Options]\nEx-AntiSpam=ex.txt\n"
-                             "[Out]\nOutboundMailScan=no\n");
+        settings =
+            WriteFile(dir + "/contscan.ini",
+                      "[Content Filter]\nExactMatch=no\n[Advanced Options]\nEx-AntiSpam=ex.txt\n"
+                      "[Out]\nOutboundMailScan=no\n");
         WriteFile(dir + "/ex.txt", "spam,ham\n");
         WriteFile(dir + "/words.txt", "free,money\nspam,ham\nwin\n");
         text = WriteFile(dir + "/DFI1", "Free money! You win spam and ham\nnext line\n");
         policy = dir + "/CsConfig.dat";
+    }
+    ~Scratch()
+    {
+        for (const char *name : {"contscan.ini", "ex.txt", "words.txt", "DFI1", "CsConfig.dat"})
+            std::remove((dir + "/" + name).c_str());
+        rmdir(dir.c_str());
     }
     std::string dir, settings, text, policy;
 };
@@ -71,7 +79,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         int result = ZWContScanScanFile(set, &membuf, &scratch.text[0],
                                         entries.empty() ? nullptr : &entries[0]);
         if (result < 0)
-            __builtin_trap();   // the text file is there: the scan must work
+            __builtin_trap(); // the text file is there: the scan must work
     }
     ZWContScanCleanUp(set);
     return 0;

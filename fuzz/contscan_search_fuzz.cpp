@@ -16,12 +16,30 @@
 #include "contscan/keyword_tree.h"
 #include "tests/support/contscan_naive_search.h"
 
-namespace {
+namespace
+{
 
 const std::vector<std::string> kPatterns = {
-    "a", "aa", "ab", "abc", "bca", "b c", "abcabcab", "c\n", "cab\n", "1a", "A", "Ab",
-    "\xa4\xa2", "\xa4\xa2\xa4", "\x82\xa0", "ab", "zzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzz",
-    std::string(80, 'q'), std::string(81, 'r'), "",
+    "a",
+    "aa",
+    "ab",
+    "abc",
+    "bca",
+    "b c",
+    "abcabcab",
+    "c\n",
+    "cab\n",
+    "1a",
+    "A",
+    "Ab",
+    "\xa4\xa2",
+    "\xa4\xa2\xa4",
+    "\x82\xa0",
+    "ab",
+    "zzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzzz",
+    std::string(80, 'q'),
+    std::string(81, 'r'),
+    "",
 };
 
 struct Automaton {
@@ -44,6 +62,12 @@ struct Automaton {
         close(fd);
         path = pattern;
     }
+    ~Automaton()
+    {
+        std::remove(path.c_str());
+        for (KEYWORDTREE *tree : trees)
+            FreeKeywordTree(tree);
+    }
     KEYWORDTREE *trees[2];
     std::vector<KEYWORD_STRU> keywords;
     std::string path;
@@ -53,7 +77,8 @@ std::vector<int> Hits(const Automaton &a, const KEYWORD_MATCH_SET &matches)
 {
     std::vector<int> hits;
     for (const KEYWORD_MATCH_INFO *m = matches.m_pFirst; m; m = m->m_pNext)
-        hits.push_back(static_cast<int>(static_cast<const KEYWORD_STRU *>(m->m_pKeyword) - &a.keywords[0]));
+        hits.push_back(
+            static_cast<int>(static_cast<const KEYWORD_STRU *>(m->m_pKeyword) - &a.keywords[0]));
     return hits;
 }
 

@@ -62,24 +62,24 @@ typedef struct POLICY_SETTINGS {
  * keywords within a list with AND) and no-action keywords. */
 typedef struct POLICY_STRU {
     char m_szName[OV_POLICY_NAME_SIZE];
-    int32_t m_bEnabled;                 /* "pe"; default 1 */
-    int32_t m_bSynonymEnabled;          /* "se"; default 0 */
+    int32_t m_bEnabled;        /* "pe"; default 1 */
+    int32_t m_bSynonymEnabled; /* "se"; default 0 */
     struct POLICY_STRU *m_pNext;
     struct KEYWORDLIST_STRU *m_pFirstKeywordList;
     struct KEYWORDLIST_STRU *m_pLastKeywordList;
     struct NOACTION_KEYWORD_STRU *m_pFirstNoAction;
     struct NOACTION_KEYWORD_STRU *m_pLastNoAction;
     POLICY_SETTINGS m_Settings;
-    int32_t m_bInboundScan;             /* "InboundMailScan" of its section */
-    int32_t m_bOutboundScan;            /* "OutboundMailScan" of its section */
+    int32_t m_bInboundScan;  /* "InboundMailScan" of its section */
+    int32_t m_bOutboundScan; /* "OutboundMailScan" of its section */
 } POLICY_STRU;
 
 /* All policies of a policy file, in file order, with the automaton. */
 typedef struct POLICYSET {
     POLICY_STRU *m_pFirstPolicy;
     POLICY_STRU *m_pLastPolicy;
-    int32_t m_bCaseSensitive;           /* "CaseSensitive" of "Content Filter" */
-    int32_t m_bExactMatch;              /* "ExactMatch" of "Content Filter" */
+    int32_t m_bCaseSensitive; /* "CaseSensitive" of "Content Filter" */
+    int32_t m_bExactMatch;    /* "ExactMatch" of "Content Filter" */
     struct KEYWORDTREE *m_pKeywordTree;
 } POLICYSET;
 
@@ -87,8 +87,8 @@ typedef struct POLICYSET {
  * chained in policy order, and clears both flags before each mail. */
 typedef struct _POLICY_MATCH_INFO {
     POLICY_STRU *m_pPolicy;
-    int32_t m_nMatched;                 /* a keyword list of the policy matched */
-    int32_t m_nNoAction;                /* a no-action keyword was found */
+    int32_t m_nMatched;  /* a keyword list of the policy matched */
+    int32_t m_nNoAction; /* a no-action keyword was found */
     struct _POLICY_MATCH_INFO *m_pNext;
 } _POLICY_MATCH_INFO;
 

@@ -9,18 +9,20 @@
 #include "contscan/content_scan.h"
 #include "support/contscan_fixtures.h"
 
-namespace {
+namespace
+{
 
 TEST(ContentScanConcurrency, ThreadsShareOnePolicySet)
 {
     BaseTempDir dir;
-    std::string policy = dir.write(
-        "CsConfig.dat", PolicyFileText({"shMoney", "whfree", "wdmoney", "shWin", "whwinner", "ewtest"}));
+    std::string policy =
+        dir.write("CsConfig.dat",
+                  PolicyFileText({"shMoney", "whfree", "wdmoney", "shWin", "whwinner", "ewtest"}));
     std::string ini = dir.write("contscan.ini", "");
     POLICYSET *set = ZWContScanInit(policy.c_str(), ini.c_str());
     ASSERT_NE(set, nullptr);
     const std::string texts[] = {"FREE money for the WINNER", "a test winner", "nothing here"};
-    const int expected[][2] = {{1, 1}, {0, 0}, {0, 0}};   // matched flags of Money, Win
+    const int expected[][2] = {{1, 1}, {0, 0}, {0, 0}}; // matched flags of Money, Win
 
     std::atomic<int> wrong{0};
     std::vector<std::thread> threads;

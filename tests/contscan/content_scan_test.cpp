@@ -10,7 +10,8 @@
 #include "contscan/policy.h"
 #include "support/contscan_fixtures.h"
 
-namespace {
+namespace
+{
 
 struct SetDeleter {
     void operator()(POLICYSET *set) const { ZWContScanCleanUp(set); }
@@ -18,7 +19,8 @@ struct SetDeleter {
 
 // A policy set from tokens and settings, scanning texts written under a
 // given file name.
-class ScanFixture {
+class ScanFixture
+{
 public:
     ScanFixture(const std::vector<std::string> &tokens, const std::string &settings = "")
     {
@@ -74,18 +76,24 @@ TEST(ContentScan, ListsCombineWithAndPoliciesWithOr)
         Flags expected;
     };
     const std::vector<std::string> freeMoney = {"shP", "whfree", "wdmoney"};
+    // clang-format off
     const ScanCase cases[] = {
         {"both keywords", freeMoney, "", "Get free money now", "DFI1", {"P:m"}},
         {"on different lines", freeMoney, "", "money\n\nis free\n", "DFI1", {"P:m"}},
         {"only one keyword", freeMoney, "", "free lunch", "DFI1", {"P:"}},
         {"a keyword split by a newline", freeMoney, "", "free mo\nney", "DFI1", {"P:"}},
-        {"any list of a policy", {"shP", "whfree", "wdmoney", "whwin"}, "", "you win", "DFI1", {"P:m"}},
+        {"any list of a policy", {"shP", "whfree", "wdmoney", "whwin"}, "", "you win", "DFI1",
+         {"P:m"}},
         {"a synonym stands for its keyword", {"shP", "se=t", "whfree", "wdmoney", "symoolah"}, "",
          "free moolah", "DFI1", {"P:m"}},
-        {"synonyms off", {"shP", "whfree", "wdmoney", "symoolah"}, "", "free moolah", "DFI1", {"P:"}},
+        {"synonyms off", {"shP", "whfree", "wdmoney", "symoolah"}, "", "free moolah", "DFI1",
+         {"P:"}},
+        {"an empty synonym is harmless", {"shP", "se=t", "whfree", "sy"}, "", "free", "DFI1",
+         {"P:m"}},
         {"a no-action keyword excuses the policy", {"shP", "whfree", "ewinternal"}, "",
          "internal: free", "DFI1", {"P:n"}},
-        {"no-action keyword alone", {"shP", "whfree", "ewinternal"}, "", "internal", "DFI1", {"P:n"}},
+        {"no-action keyword alone", {"shP", "whfree", "ewinternal"}, "", "internal", "DFI1",
+         {"P:n"}},
         {"outbound file skips inbound-only policy", freeMoney, "[P]\nOutboundMailScan=no\n",
          "free money", "DFO1", {"P:"}},
         {"lower-case o is outbound too", freeMoney, "[P]\nOutboundMailScan=no\n", "free money",
@@ -107,6 +115,7 @@ TEST(ContentScan, ListsCombineWithAndPoliciesWithOr)
          "DFI1", {"P:"}},
         {"case folded", {"shP", "whFree"}, "", "FREE", "DFI1", {"P:m"}},
     };
+    // clang-format on
     for (const ScanCase &c : cases) {
         ScanFixture scan(c.tokens, c.settings);
         ASSERT_NE(scan.set(), nullptr) << c.name;
@@ -123,7 +132,7 @@ TEST(ContentScan, ResultCodes)
     scan.Scan("free", "DFI1", false, &result);
     EXPECT_EQ(result, 1);
     scan.Scan("internal free", "DFI1", false, &result);
-    EXPECT_EQ(result, 0);   // no enabled policy left to judge
+    EXPECT_EQ(result, 0); // no enabled policy left to judge
 
     MEMBUF membuf{};
     _POLICY_MATCH_INFO info{scan.set()->m_pFirstPolicy, 0, 0, nullptr};
@@ -145,7 +154,7 @@ TEST(ContentScan, InitRefusesWhatIsNotAPolicyFile)
     EXPECT_EQ(ZWContScanInit(dir.path("missing").c_str(), ini.c_str()), nullptr);
     EXPECT_EQ(ZWContScanCleanUp(nullptr), 1);
 
-    std::string empty = dir.write("empty.dat", "CsConfig.dat2\t");   // no policy at all
+    std::string empty = dir.write("empty.dat", "CsConfig.dat2\t"); // no policy at all
     POLICYSET *set = ZWContScanInit(empty.c_str(), ini.c_str());
     ASSERT_NE(set, nullptr);
     ASSERT_NE(set->m_pKeywordTree, nullptr);
@@ -157,8 +166,9 @@ TEST(ContentScan, InitRefusesWhatIsNotAPolicyFile)
 TEST(ContentScan, DirectionComesFromTheThirdCharacterOfTheFileName)
 {
     const std::pair<const char *, TYPE_CS_MAIL> cases[] = {
-        {"/q/DFO123", CS_MAIL_OUTBOUND}, {"/q/dfo", CS_MAIL_OUTBOUND}, {"/q/DFI123", CS_MAIL_INBOUND},
-        {"/q/DF", CS_MAIL_INBOUND},      {"DFO123", CS_MAIL_INBOUND},  {"/O/DFX", CS_MAIL_INBOUND},
+        {"/q/DFO123", CS_MAIL_OUTBOUND}, {"/q/dfo", CS_MAIL_OUTBOUND},
+        {"/q/DFI123", CS_MAIL_INBOUND},  {"/q/DF", CS_MAIL_INBOUND},
+        {"DFO123", CS_MAIL_INBOUND},     {"/O/DFX", CS_MAIL_INBOUND},
         {"/q/", CS_MAIL_INBOUND},
     };
     for (const auto &c : cases)
@@ -177,7 +187,7 @@ TEST(ContentScan, HelpersOverTheMatchInfoList)
     EXPECT_TRUE(CheckIfNeedSearch(scan.set(), &ia));
     ia.m_nMatched = 1;
     ic.m_nNoAction = 1;
-    EXPECT_FALSE(CheckIfNeedSearch(scan.set(), &ia));   // B is disabled
+    EXPECT_FALSE(CheckIfNeedSearch(scan.set(), &ia)); // B is disabled
 
     KEYWORD_MATCH_SET matches = {};
     KeywordOutput hit{a, a->m_pFirstKeywordList, a->m_pFirstKeywordList->m_pFirstKeyword};

@@ -9,7 +9,8 @@
 #include "support/contscan_fixtures.h"
 #include "support/contscan_naive_search.h"
 
-namespace {
+namespace
+{
 
 std::string RandomText(std::mt19937 &random, const std::string &alphabet, size_t length)
 {
@@ -34,11 +35,11 @@ TEST(KeywordSearchNaive, RandomKeywordSetsAgreeWithAPlainSearch)
         for (int i = 0; i < keywords; ++i)
             patterns.push_back(RandomText(random, keywordBytes, length(random)));
         if (round % 10 == 0 && !patterns.empty())
-            patterns.push_back(patterns.front());   // the same text twice
+            patterns.push_back(patterns.front()); // the same text twice
         std::string text = RandomText(random, textBytes, textLength(random));
-        if (round % 7 == 0)   // lines long enough to be cut
+        if (round % 7 == 0) // lines long enough to be cut
             text = RandomText(random, "abc ", 2500) + "\n" + text;
-        if (round % 20 == 5)   // long enough to be scanned in streams
+        if (round % 20 == 5) // long enough to be scanned in streams
             text = RandomText(random, round % 40 == 5 ? textBytes : "abc", 12000) + text;
         bool exactMatch = round % 3 == 0;
         bool caseSensitive = round % 4 == 1;
@@ -47,7 +48,7 @@ TEST(KeywordSearchNaive, RandomKeywordSetsAgreeWithAPlainSearch)
         std::vector<int> expectedMemory = naive.Memory(text.substr(0, 99999));
         totalHits += expectedFile.size();
         for (uint32_t denseLimit : {0u, 1u, 4u}) {
-            PatternTree tree(patterns, denseLimit);
+            PatternTree tree(patterns, denseLimit, denseLimit != 1);
             ASSERT_TRUE(tree.built());
             ASSERT_EQ(tree.SearchFile(text, caseSensitive, exactMatch), expectedFile)
                 << "round " << round << " rows " << denseLimit;
@@ -57,7 +58,7 @@ TEST(KeywordSearchNaive, RandomKeywordSetsAgreeWithAPlainSearch)
         ++rounds;
     }
     EXPECT_EQ(rounds, 200);
-    EXPECT_GT(totalHits, 10000u);   // the check saw plenty of hits
+    EXPECT_GT(totalHits, 10000u); // the check saw plenty of hits
 }
 
 } // namespace

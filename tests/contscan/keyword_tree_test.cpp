@@ -5,7 +5,8 @@
 
 #include "support/contscan_fixtures.h"
 
-namespace {
+namespace
+{
 
 enum Mode { MEMORY, FILE_MODE };
 
@@ -15,7 +16,7 @@ struct SearchCase {
     std::string text;
     Mode mode;
     bool exactMatch;
-    std::vector<int> expected;   // pattern numbers in record order
+    std::vector<int> expected; // pattern numbers in record order
 };
 
 TEST(KeywordTree, SearchYieldsTheRecordsOfEveryHitInOrder)
@@ -23,8 +24,18 @@ TEST(KeywordTree, SearchYieldsTheRecordsOfEveryHitInOrder)
     const std::string longest(80, 'k');
     const SearchCase cases[] = {
         {"classic example", {"he", "she", "his", "hers"}, "ushers", MEMORY, false, {0, 1, 3}},
-        {"classic example from a file", {"he", "she", "his", "hers"}, "ushers\n", FILE_MODE, false, {0, 1, 3}},
-        {"suffixes shortest first", {"abcd", "bcd", "cd", "d"}, "abcd", MEMORY, false, {3, 2, 1, 0}},
+        {"classic example from a file",
+         {"he", "she", "his", "hers"},
+         "ushers\n",
+         FILE_MODE,
+         false,
+         {0, 1, 3}},
+        {"suffixes shortest first",
+         {"abcd", "bcd", "cd", "d"},
+         "abcd",
+         MEMORY,
+         false,
+         {3, 2, 1, 0}},
         {"overlapping hits", {"aa"}, "aaaa", MEMORY, false, {0, 0, 0}},
         {"same text twice, newest first", {"dup", "dup"}, "a dup", MEMORY, false, {1, 0}},
         {"inside words without exact match", {"cat"}, "bobcat cats", MEMORY, false, {0, 0}},
@@ -46,15 +57,21 @@ TEST(KeywordTree, SearchYieldsTheRecordsOfEveryHitInOrder)
         {"no patterns", {}, "anything at all", FILE_MODE, false, {}},
         {"bytes above 127", {"\xa4\xb3\xa4\xf3"}, "x\xa4\xb3\xa4\xf3y", MEMORY, false, {0}},
         {"text stops at its NUL", {"tail"}, std::string("head\0tail", 9), MEMORY, false, {}},
-        {"NUL bytes in a file are text", {"tail"}, std::string("head\0tail\n", 10), FILE_MODE, false, {0}},
+        {"NUL bytes in a file are text",
+         {"tail"},
+         std::string("head\0tail\n", 10),
+         FILE_MODE,
+         false,
+         {0}},
         {"last line without newline", {"last"}, "first\nlast", FILE_MODE, false, {0}},
     };
     for (const SearchCase &c : cases) {
         PatternTree tree(c.patterns);
         ASSERT_TRUE(tree.built()) << c.name;
         int result = 1;
-        std::vector<int> hits = c.mode == MEMORY ? tree.SearchText(c.text, false, c.exactMatch, &result)
-                                                 : tree.SearchFile(c.text, false, c.exactMatch, &result);
+        std::vector<int> hits = c.mode == MEMORY
+                                    ? tree.SearchText(c.text, false, c.exactMatch, &result)
+                                    : tree.SearchFile(c.text, false, c.exactMatch, &result);
         EXPECT_EQ(result, 0) << c.name;
         EXPECT_EQ(hits, c.expected) << c.name;
     }
@@ -64,7 +81,8 @@ TEST(KeywordTree, CaseFoldingLowersTheMemoryTextInPlace)
 {
     PatternTree tree({"money", "MONEY"});
     std::string lowered;
-    EXPECT_EQ(tree.SearchText("Free MONEY", false, false, nullptr, &lowered), (std::vector<int>{0}));
+    EXPECT_EQ(tree.SearchText("Free MONEY", false, false, nullptr, &lowered),
+              (std::vector<int>{0}));
     EXPECT_EQ(lowered, "free money");
     EXPECT_EQ(tree.SearchText("Free MONEY", true, false, nullptr, &lowered), (std::vector<int>{1}));
     EXPECT_EQ(lowered, "Free MONEY");
@@ -83,7 +101,8 @@ TEST(KeywordTree, ReturnCodes)
     membuf.m_bInMemory = 1;
     std::strcpy(membuf.m_szData, "money");
     std::string missing = dir.path("missing");
-    EXPECT_EQ(AhoCorasickStringSearch(tree.tree(), &membuf, missing.c_str(), 0, 0, &matches), -ENOENT);
+    EXPECT_EQ(AhoCorasickStringSearch(tree.tree(), &membuf, missing.c_str(), 0, 0, &matches),
+              -ENOENT);
     EXPECT_EQ(AhoCorasickStringSearch(tree.tree(), nullptr, nullptr, 0, 0, &matches), -ENOENT);
     EXPECT_EQ(matches.m_pFirst, nullptr);
 }
@@ -97,7 +116,7 @@ TEST(KeywordTree, FullMemoryBufferWithoutTerminatorStaysInside)
     BaseTempDir dir;
     std::string file = dir.write("text", "");
     std::vector<int> hits = tree.Search(membuf.get(), file.c_str(), false, true, nullptr);
-    EXPECT_TRUE(hits.empty());   // exact matching: no hit stands alone
+    EXPECT_TRUE(hits.empty()); // exact matching: no hit stands alone
     hits = tree.Search(membuf.get(), file.c_str(), false, false, nullptr);
     EXPECT_EQ(hits.size(), sizeof membuf->m_szData - 1);
 }
@@ -148,7 +167,8 @@ TEST(KeywordTree, RowsAndChildListsGiveTheSameRecords)
     ASSERT_EQ(expected.size(), 20u);
     for (uint32_t limit : {1u, 2u, 3u, 8u}) {
         PatternTree tree(patterns, limit);
-        EXPECT_EQ(tree.SearchFile(text, false, false), expected) << "rows for " << limit << " states";
+        EXPECT_EQ(tree.SearchFile(text, false, false), expected)
+            << "rows for " << limit << " states";
     }
 }
 

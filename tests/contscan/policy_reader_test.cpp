@@ -8,9 +8,11 @@
 #include "contscan/policy.h"
 #include "contscan/policy_reader.h"
 #include "mail/charset.h"
+#include "support/base_log_capture.h"
 #include "support/contscan_fixtures.h"
 
-namespace {
+namespace
+{
 
 struct SetDeleter {
     void operator()(POLICYSET *set) const { FreePolicySet(set); }
@@ -66,7 +68,8 @@ TEST(PolicyReader, FgetTillTabSplitsTokensAtTabs)
         {"two tokens", "ab\tc\nd\t", {{2, "ab"}, {3, "c\nd"}, {0, ""}}},
         {"tab after tab keeps the buffer", "ab\t\tcd\t", {{2, "ab"}, {-1, "ab"}, {2, "cd"}}},
         {"a last token without tab", "ab\tcd", {{2, "ab"}, {0, "cd"}}},
-        {"long tokens are split", std::string(300, 'x') + "\t",
+        {"long tokens are split",
+         std::string(300, 'x') + "\t",
          {{259, std::string(259, 'x')}, {41, std::string(41, 'x')}, {0, ""}}},
         {"empty file", "", {{0, ""}}},
     };
@@ -85,8 +88,9 @@ TEST(PolicyReader, FgetTillTabSplitsTokensAtTabs)
 TEST(PolicyReader, GetTokenTypeLooksAtTwoLetters)
 {
     const std::pair<const char *, int> cases[] = {
-        {"shName", 0}, {"se=t", 1}, {"pe=f", 2}, {"ewword", 3}, {"whword", 4}, {"wdword", 5},
-        {"syword", 6}, {"sn", 7}, {"sffile", 8}, {"SHName", 9}, {"s", 9}, {"", 9}, {"xx", 9},
+        {"shName", 0}, {"se=t", 1},   {"pe=f", 2}, {"ewword", 3}, {"whword", 4},
+        {"wdword", 5}, {"syword", 6}, {"sn", 7},   {"sffile", 8}, {"SHName", 9},
+        {"s", 9},      {"", 9},       {"xx", 9},
     };
     for (const auto &c : cases)
         EXPECT_EQ(GetTokenType(c.first), c.second) << c.first;
@@ -102,16 +106,21 @@ TEST(PolicyReader, TextRulesOfTheRecords)
     const std::string k80(80, 'k'), k81(81, 'k'), k82(82, 'k');
 
     EXPECT_EQ(AddKeywordList(policy, k82.c_str()), nullptr);
-    EXPECT_EQ(policy->m_pFirstKeywordList, nullptr);   // nothing appended
+    EXPECT_EQ(policy->m_pFirstKeywordList, nullptr); // nothing appended
     KEYWORDLIST_STRU *list = AddKeywordList(policy, "  first\t");
     ASSERT_NE(list, nullptr);
     struct KeywordCase {
         std::string text;
-        const char *stored;   // null: refused
+        const char *stored; // null: refused
     };
     const KeywordCase keywords[] = {
-        {k80, k80.c_str()}, {k81, k80.c_str()}, {k82, nullptr}, {" " + k81 + " ", k80.c_str()},
-        {"  \r\n", nullptr}, {"", nullptr}, {"in the middle", "in the middle"},
+        {k80, k80.c_str()},
+        {k81, k80.c_str()},
+        {k82, nullptr},
+        {" " + k81 + " ", k80.c_str()},
+        {"  \r\n", nullptr},
+        {"", nullptr},
+        {"in the middle", "in the middle"},
     };
     for (const KeywordCase &c : keywords) {
         KEYWORD_STRU *keyword = AddKeyword(list, c.text.c_str());
@@ -135,7 +144,8 @@ TEST(PolicyReader, TextRulesOfTheRecords)
     EXPECT_EQ(list->m_pFirstKeyword->m_nCharset, CHARSET_PLAIN);
 }
 
-class PolicyFileTest : public ::testing::Test {
+class PolicyFileTest : public ::testing::Test
+{
 protected:
     // Reads tokens (after the magic one) with the given settings file text.
     int Read(const std::vector<std::string> &tokens, const std::string &settings = "")
@@ -191,21 +201,30 @@ TEST_F(PolicyFileTest, BuildsPoliciesListsKeywordsAndSynonyms)
          {"Off[si]"}},
         {"synonyms off by default", {"shP", "whfree", "syfreebie"}, "", {"P[eio] free"}},
         {"=t anywhere else does not count", {"shP", "se=x=t", "pe=true"}, "", {"P[eio]"}},
-        {"double tab repeats the previous entry", {"shP", "whfree", "wdmoney", "", "ewx", ""}, "",
+        {"double tab repeats the previous entry",
+         {"shP", "whfree", "wdmoney", "", "ewx", ""},
+         "",
          {"P[eio] free+money+money !x !x"}},
         {"a refused list takes no keywords",
-         {"shP", "wh" + std::string(82, 'k'), "wdlost", "syalso", "whkept", "wdtoo"}, "",
+         {"shP", "wh" + std::string(82, 'k'), "wdlost", "syalso", "whkept", "wdtoo"},
+         "",
          {"P[eio] kept+too"}},
-        {"tokens before a policy are ignored", {"whfree", "wdmoney", "shP", "whwin"}, "",
+        {"tokens before a policy are ignored",
+         {"whfree", "wdmoney", "shP", "whwin"},
+         "",
          {"P[eio] win"}},
-        {"unknown and reserved tokens are ignored", {"shP", "snx", "zzfree", "whwin"}, "",
+        {"unknown and reserved tokens are ignored",
+         {"shP", "snx", "zzfree", "whwin"},
+         "",
          {"P[eio] win"}},
         {"newlines belong to tokens", {"shP", "whfree\n", "\nwdmoney"}, "", {"P[eio] free"}},
         {"two policies, directions from their sections",
          {"shIn", "whfree", "shOut", "whwin"},
          "[In]\nInboundMailScan=yes\nOutboundMailScan=no\n[Out]\nInboundMailScan=never\n",
          {"In[ei] free", "Out[eo] win"}},
-        {"a policy name is cut to 80", {"sh" + std::string(90, 'n')}, "",
+        {"a policy name is cut to 80",
+         {"sh" + std::string(90, 'n')},
+         "",
          {std::string(80, 'n') + "[eio]"}},
     };
     for (const FileCase &c : cases) {
@@ -223,7 +242,7 @@ TEST_F(PolicyFileTest, SwitchesOfTheContentFilterSection)
     EXPECT_TRUE(m_set->m_bCaseSensitive);
     EXPECT_TRUE(m_set->m_bExactMatch);
     EXPECT_EQ(Read({"shP"}, "[Content Filter]\nExactMatch=Yes\n"), 1);
-    EXPECT_FALSE(m_set->m_bExactMatch);   // "yes" as written
+    EXPECT_FALSE(m_set->m_bExactMatch); // "yes" as written
 }
 
 TEST_F(PolicyFileTest, EmptyPolicyNameStopsTheReadKeepingEarlierPolicies)
@@ -236,7 +255,7 @@ TEST_F(PolicyFileTest, ImportFilesAddOneListPerLine)
 {
     std::string longLine;
     for (int i = 0; i < 60; ++i)
-        longLine += "word" + std::to_string(1000 + i) + ",";   // 9 bytes each, 540 in all
+        longLine += "word" + std::to_string(1000 + i) + ","; // 9 bytes each, 540 in all
     struct ImportCase {
         const char *name;
         std::string policy;
@@ -274,7 +293,7 @@ TEST_F(PolicyFileTest, ImportFilesAddOneListPerLine)
     int keywords = 0;
     for (const KEYWORD_STRU *k = p->m_pFirstKeywordList->m_pFirstKeyword; k; k = k->m_pNext)
         ++keywords;
-    EXPECT_EQ(keywords, 61);   // 60 words, one of them cut in two
+    EXPECT_EQ(keywords, 61); // 60 words, one of them cut in two
     ASSERT_NE(p->m_pFirstKeywordList->m_pNext, nullptr);
     EXPECT_STREQ(p->m_pFirstKeywordList->m_pNext->m_pFirstKeyword->m_szText, "next");
     EXPECT_EQ(p->m_pFirstKeywordList->m_pNext->m_pNext, nullptr);
@@ -282,9 +301,17 @@ TEST_F(PolicyFileTest, ImportFilesAddOneListPerLine)
 
 TEST_F(PolicyFileTest, MissingImportFileOnlySkipsItsKeywords)
 {
-    EXPECT_EQ(Read({"shP", "whfree", "sfmissing.txt", "wdmoney"}), 1);
+    BaseLogCapture log;
+    EXPECT_EQ(Read({"shP", "whfree", "sfmissing.txt", "wdmoney", "sf/dev/zero"}), 1);
     EXPECT_EQ(DescribeSet(m_set.get()), (std::vector<std::string>{"P[eio] free+money"}));
-    EXPECT_EQ(AddKeywordFromImportFile(m_set->m_pFirstPolicy, "missing.txt", 0, m_settings.c_str()), 0);
+    EXPECT_EQ(AddKeywordFromImportFile(m_set->m_pFirstPolicy, "missing.txt", 0, m_settings.c_str()),
+              0);
+    std::vector<std::string> lines = log.lines();
+    ASSERT_GE(lines.size(), 2u);
+    EXPECT_EQ(lines[0], "AddKeywordFromImportFile: Policy[P]: (missing.txt) -> (" +
+                            m_dir.path("missing.txt") + ")");
+    EXPECT_EQ(lines[1],
+              "AddKeywordFromImportFile: Open ImportFile Error: No such file or directory");
 }
 
 TEST(PolicyReader, ProgramDirectoryIsTheSettingsFilesDirectory)

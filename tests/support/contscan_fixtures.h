@@ -20,18 +20,27 @@
 #include "support/base_temp_dir.h"
 
 // An automaton over a list of patterns, each with its own keyword record;
-// denseLimit 0 lets the tree choose how many states get rows.
-class PatternTree {
+// denseLimit 0 lets the tree choose how many states get rows. With inOrder
+// the patterns are added sorted by text, as BuildKeywordTree adds them.
+class PatternTree
+{
 public:
-    explicit PatternTree(const std::vector<std::string> &patterns, uint32_t denseLimit = 0)
-        : m_patterns(patterns), m_tree(InitKeywordTree())
+    explicit PatternTree(const std::vector<std::string> &patterns, uint32_t denseLimit = 0,
+                         bool inOrder = false)
+        : m_patterns(patterns), m_keywords(patterns.size()), m_tree(InitKeywordTree())
     {
         m_tree->m_nDenseLimit = denseLimit;
-        for (const std::string &pattern : m_patterns) {
-            m_keywords.emplace_back();
-            AddPatternToKeywordTree(m_tree.get(), pattern.c_str(), nullptr, &m_list,
-                                    &m_keywords.back());
+        std::vector<size_t> order(m_patterns.size());
+        for (size_t i = 0; i < order.size(); ++i)
+            order[i] = i;
+        if (inOrder) {
+            std::stable_sort(order.begin(), order.end(), [this](size_t a, size_t b) {
+                return std::strcmp(m_patterns[a].c_str(), m_patterns[b].c_str()) < 0;
+            });
         }
+        for (size_t i : order)
+            AddPatternToKeywordTree(m_tree.get(), m_patterns[i].c_str(), nullptr, &m_list,
+                                    &m_keywords[i]);
         m_built = ConstructFailureLink(m_tree.get()) == 1;
         FreeDepthNodes(m_tree.get());
         FreeTreeNode(m_tree.get());
@@ -47,10 +56,12 @@ public:
     {
         std::unique_ptr<MEMBUF> membuf(new MEMBUF{});
         membuf->m_bInMemory = 1;
-        std::memcpy(membuf->m_szData, text.data(), std::min(text.size(), sizeof membuf->m_szData - 1));
+        std::memcpy(membuf->m_szData, text.data(),
+                    std::min(text.size(), sizeof membuf->m_szData - 1));
         membuf->m_nLength = static_cast<int32_t>(text.size());
         std::string path = m_dir.write("empty.txt", "");
-        std::vector<int> hits = Search(membuf.get(), path.c_str(), caseSensitive, exactMatch, result);
+        std::vector<int> hits =
+            Search(membuf.get(), path.c_str(), caseSensitive, exactMatch, result);
         if (lowered)
             *lowered = membuf->m_szData;
         return hits;

@@ -15,7 +15,8 @@
 // (file mode) are scanned in pieces as the search reads them; at a cut, the
 // carried bytes are as many as the longest keyword prefix ending there, plus
 // one.
-class NaiveSearch {
+class NaiveSearch
+{
 public:
     NaiveSearch(const std::vector<std::string> &patterns, bool exactMatch,
                 bool caseSensitive = false)
@@ -55,7 +56,8 @@ private:
         return text;
     }
 
-    void Line(const std::string &text, size_t lineStart, size_t lineEnd, std::vector<int> &hits) const
+    void Line(const std::string &text, size_t lineStart, size_t lineEnd,
+              std::vector<int> &hits) const
     {
         size_t pieceStart = lineStart;
         size_t scanFrom = lineStart;
@@ -97,7 +99,8 @@ private:
                 if (m_exactMatch && !StandsAlone(text, pieceStart, start, last, pieceEnd))
                     continue;
                 for (size_t i = m_patterns.size(); i-- > 0;) {
-                    if (m_patterns[i].size() == length && text.compare(start, length, m_patterns[i]) == 0)
+                    if (m_patterns[i].size() == length &&
+                        text.compare(start, length, m_patterns[i]) == 0)
                         hits.push_back(static_cast<int>(i));
                 }
             }
@@ -107,7 +110,9 @@ private:
     static bool StandsAlone(const std::string &text, size_t pieceStart, size_t start, size_t last,
                             size_t pieceEnd)
     {
-        auto word = [&](size_t i) { return std::isalnum(static_cast<unsigned char>(text[i])) != 0; };
+        auto word = [&](size_t i) {
+            return std::isalnum(static_cast<unsigned char>(text[i])) != 0;
+        };
         if (start > pieceStart && word(start - 1))
             return false;
         return last + 1 >= pieceEnd || !word(last + 1);

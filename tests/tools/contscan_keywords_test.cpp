@@ -8,7 +8,8 @@
 
 #include "support/base_temp_dir.h"
 
-namespace {
+namespace
+{
 
 struct OvctlRun {
     int status;
@@ -33,12 +34,14 @@ OvctlRun Ovctl(const std::string &dir, const std::string &words)
     return run;
 }
 
-class OvctlKeywordsTest : public ::testing::Test {
+class OvctlKeywordsTest : public ::testing::Test
+{
 protected:
     void SetUp() override
     {
-        m_dir.write("CsConfig.dat", "CsConfig.dat2\tshMoney\tse=t\twhfree\twdmoney\tsycash\twhwinner\t"
-                                    "shSpam\tewinternal\twhoffer\t");
+        m_dir.write("CsConfig.dat",
+                    "CsConfig.dat2\tshMoney\tse=t\twhfree\twdmoney\tsycash\twhwinner\t"
+                    "shSpam\tewinternal\twhoffer\t");
         m_dir.write("contscan.ini", "[Spam]\nOutboundMailScan=no\n");
         m_dir.write("DFI1", "Free CASH offer\n");
         m_dir.write("DFO2", "special offer\n");
@@ -50,14 +53,16 @@ protected:
 
 TEST_F(OvctlKeywordsTest, PrintsMatchedPoliciesPerFile)
 {
-    OvctlRun run = Ovctl(m_dir.dir(), "keywords --policy CsConfig.dat --settings contscan.ini DFI1 DFO2 DFI3");
+    OvctlRun run =
+        Ovctl(m_dir.dir(), "keywords --policy CsConfig.dat --settings contscan.ini DFI1 DFO2 DFI3");
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.output, "DFI1\tMoney\nDFI1\tSpam\nDFO2\tpass\nDFI3\tMoney\n");
 }
 
 TEST_F(OvctlKeywordsTest, ExplainNamesTheListsAndNoActionWords)
 {
-    OvctlRun run = Ovctl(m_dir.dir(), "keywords --explain --policy CsConfig.dat --settings contscan.ini DFI1 DFI3");
+    OvctlRun run = Ovctl(
+        m_dir.dir(), "keywords --explain --policy CsConfig.dat --settings contscan.ini DFI1 DFI3");
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.output, "DFI1\tMoney\tfree+money\nDFI1\tSpam\toffer\n"
                           "DFI3\tMoney\twinner\nDFI3\tSpam (no action)\tinternal\n");
@@ -74,9 +79,10 @@ TEST_F(OvctlKeywordsTest, ExitCodes)
     };
     for (const auto &c : cases)
         EXPECT_EQ(Ovctl(m_dir.dir(), c.first).status, c.second) << c.first;
-    OvctlRun run = Ovctl(m_dir.dir(), "keywords --policy CsConfig.dat --settings contscan.ini missing DFI1");
+    OvctlRun run =
+        Ovctl(m_dir.dir(), "keywords --policy CsConfig.dat --settings contscan.ini missing DFI1");
     EXPECT_NE(run.output.find("ovctl: cannot scan missing: "), std::string::npos);
-    EXPECT_NE(run.output.find("DFI1\tMoney\n"), std::string::npos);   // the other file still scanned
+    EXPECT_NE(run.output.find("DFI1\tMoney\n"), std::string::npos); // the other file still scanned
 }
 
 } // namespace

@@ -25,7 +25,8 @@
 #include "contscan/policy.h"
 #include "tools/ovctl/command.h"
 
-namespace {
+namespace
+{
 
 struct KeywordsOptions {
     std::string policy;
@@ -116,7 +117,8 @@ bool ScanOne(POLICYSET *set, const std::string &file, bool explain)
     // treats a path without one as inbound; a bare name is given its "./"
     // so that its own third character decides here too.
     std::string path = file.find('/') == std::string::npos ? "./" + file : file;
-    int result = ZWContScanScanFile(set, membuf.get(), &path[0], entries.empty() ? nullptr : &entries[0]);
+    int result =
+        ZWContScanScanFile(set, membuf.get(), &path[0], entries.empty() ? nullptr : &entries[0]);
     if (result < 0) {
         ovctl_fail("cannot scan " + file + ": " + std::strerror(result == -1 ? EINVAL : -result));
         return false;
@@ -136,7 +138,8 @@ bool ScanOne(POLICYSET *set, const std::string &file, bool explain)
                 output += "\t" + FoundLists(entry.m_pPolicy, &matches);
             output += "\n";
         } else if (explain && entry.m_nNoAction) {
-            output += file + "\t" + name + " (no action)\t" + FoundNoActionWords(entry.m_pPolicy, matches) + "\n";
+            output += file + "\t" + name + " (no action)\t" +
+                      FoundNoActionWords(entry.m_pPolicy, matches) + "\n";
         }
     }
     if (!matched)
