@@ -8,40 +8,9 @@
 #include <gtest/gtest.h>
 
 #include "support/rules_fixtures.h"
+#include "support/tools_ovctl.h"
 
 namespace {
-
-struct CmdRun {
-    int status;
-    std::string out;   // standard output and error together
-};
-
-std::string quoted(const std::string &word)
-{
-    std::string text = "'";
-    for (char c : word)
-        text += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    return text + "'";
-}
-
-CmdRun ovctl(const std::vector<std::string> &words)
-{
-    std::string command = quoted(OV_OVCTL_PATH);
-    for (const std::string &word : words)
-        command += " " + quoted(word);
-    command += " 2>&1 </dev/null";
-    CmdRun run{-1, ""};
-    FILE *pipe = popen(command.c_str(), "r");
-    if (!pipe)
-        return run;
-    char block[512];
-    size_t got;
-    while ((got = fread(block, 1, sizeof block, pipe)) > 0)
-        run.out.append(block, got);
-    int status = pclose(pipe);
-    run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return run;
-}
 
 const char kMessage[] =
     "Received: from relay.example.org\r\n\tby mx.example.net\r\n"
@@ -71,30 +40,30 @@ TEST(OvctlRules, CheckReportsEachRejectedLine)
                           "R5\\A\\FOO\\DEL\r\n"
                           "plain text\n");
     rules_write_file(good, "R1\\C\\SIZE>1\\DELETE\n\nR2\\B\\DOM=\"x\"\\QUAR\n");
-    CmdRun run = ovctl({"rules", "check", bad});
+    OvctlRun run = run_ovctl({"rules", "check", bad});
     EXPECT_EQ(run.status, 1);
-    EXPECT_EQ(run.out, bad + ":2: No Action Error!\n" + bad + ":3: Mail Type Error!\n" + bad +
+    EXPECT_EQ(run.output, bad + ":2: No Action Error!\n" + bad + ":3: Mail Type Error!\n" + bad +
                            ":4: Action Error!\n" + bad + ":6: Sentence Syntax Error!\n" + bad +
                            ":7: No Rule Name Error!\n");
-    run = ovctl({"rules", "check", good});
+    run = run_ovctl({"rules", "check", good});
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.out, "");
-    EXPECT_EQ(ovctl({"rules", "check", dir.file("missing")}).status, 1);
-    EXPECT_EQ(ovctl({"rules", "check"}).status, 2);
+    EXPECT_EQ(run.output, "");
+    EXPECT_EQ(run_ovctl({"rules", "check", dir.file("missing")}).status, 1);
+    EXPECT_EQ(run_ovctl({"rules", "check"}).status, 2);
 }
 
 TEST(OvctlRules, SealAndUnseal)
 {
     RulesTempDir dir;
     rules_write_file(dir.file("plain"), "V1\\C\\SIZE>1\\DEL\n");
-    EXPECT_EQ(ovctl({"rules", "seal", dir.file("plain"), dir.file("sealed")}).status, 0);
-    EXPECT_EQ(ovctl({"rules", "unseal", dir.file("sealed"), dir.file("back")}).status, 0);
+    EXPECT_EQ(run_ovctl({"rules", "seal", dir.file("plain"), dir.file("sealed")}).status, 0);
+    EXPECT_EQ(run_ovctl({"rules", "unseal", dir.file("sealed"), dir.file("back")}).status, 0);
     EXPECT_EQ(rules_read_file(dir.file("back")), "V1\\C\\SIZE>1\\DEL\n");
     rules_write_file(dir.file("sealed"), rules_read_file(dir.file("sealed")) + "x");
-    CmdRun run = ovctl({"rules", "unseal", dir.file("sealed"), dir.file("again")});
+    OvctlRun run = run_ovctl({"rules", "unseal", dir.file("sealed"), dir.file("again")});
     EXPECT_EQ(run.status, 1);
-    EXPECT_EQ(run.out.rfind("ovctl: ", 0), 0u);
-    EXPECT_EQ(ovctl({"rules", "seal", dir.file("missing"), dir.file("x")}).status, 1);
+    EXPECT_EQ(run.output.rfind("ovctl: ", 0), 0u);
+    EXPECT_EQ(run_ovctl({"rules", "seal", dir.file("missing"), dir.file("x")}).status, 1);
 }
 
 TEST(OvctlRules, ScanPrintsTheVerdictAndThePicks)
@@ -107,18 +76,18 @@ TEST(OvctlRules, ScanPrintsTheVerdictAndThePicks)
     rules_write_file(dir.file("none.txt"), "x\\C\\SUBJ=\"other\"\\DEL\n");
     rules_write_file(dir.file("SFRule.txt"), "<RULE NAME>exe</RULE NAME><MAIL TYPE>C</MAIL TYPE>"
                                              "<ATTACH><NAME>*.exe</NAME></ATTACH>\r\n");
-    CmdRun run = ovctl({"rules", "scan", "--rules", dir.file("rules.txt"), af, df});
+    OvctlRun run = run_ovctl({"rules", "scan", "--rules", dir.file("rules.txt"), af, df});
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.out, "rule\trelay\tARCH\t0\n");
+    EXPECT_EQ(run.output, "rule\trelay\tARCH\t0\n");
 
-    run = ovctl({"rules", "scan", "--sfrule", dir.file("SFRule.txt"), "--rules",
+    run = run_ovctl({"rules", "scan", "--sfrule", dir.file("SFRule.txt"), "--rules",
                  dir.file("none.txt"), af, df});
     EXPECT_EQ(run.status, 0);
-    ASSERT_EQ(run.out.rfind("pass\nreplace\ttool.exe\t", 0), 0u) << run.out;
+    ASSERT_EQ(run.output.rfind("pass\nreplace\ttool.exe\t", 0), 0u) << run.output;
 
-    EXPECT_EQ(ovctl({"rules", "scan", af, df}).status, 2);
-    EXPECT_EQ(ovctl({"rules", "scan", "--rules", dir.file("none.txt"), af}).status, 2);
-    EXPECT_EQ(ovctl({"rules", "scan", "--rules", dir.file("missing"), af, df}).status, 1);
+    EXPECT_EQ(run_ovctl({"rules", "scan", af, df}).status, 2);
+    EXPECT_EQ(run_ovctl({"rules", "scan", "--rules", dir.file("none.txt"), af}).status, 2);
+    EXPECT_EQ(run_ovctl({"rules", "scan", "--rules", dir.file("missing"), af, df}).status, 1);
 }
 
 TEST(OvctlSfrule, ListShowsLoadedRules)
@@ -131,12 +100,12 @@ TEST(OvctlSfrule, ListShowsLoadedRules)
                      "EXCLUDE</NAME></ATTR>\r\n"
                      "<RULE NAME>no type</RULE NAME>\r\n"
                      "<MAIL TYPE>A</MAIL TYPE><RULE NAME>bare</RULE NAME>\r\n");
-    CmdRun run = ovctl({"sfrule", "list", dir.file("SFRule.txt")});
+    OvctlRun run = run_ovctl({"sfrule", "list", dir.file("SFRule.txt")});
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.out, "exe\tB\tEXCLUDE\tall,video/\t*.exe,re*me.txt\n"
+    EXPECT_EQ(run.output, "exe\tB\tEXCLUDE\tall,video/\t*.exe,re*me.txt\n"
                        "bare\tA\tINCLUDE\t\t\n");
-    EXPECT_EQ(ovctl({"sfrule", "list", dir.file("missing")}).status, 1);
-    EXPECT_EQ(ovctl({"sfrule", "show", dir.file("SFRule.txt")}).status, 2);
+    EXPECT_EQ(run_ovctl({"sfrule", "list", dir.file("missing")}).status, 1);
+    EXPECT_EQ(run_ovctl({"sfrule", "show", dir.file("SFRule.txt")}).status, 2);
 }
 
 } // namespace
