@@ -63,32 +63,33 @@ char *fromANYEx(const char *text, int target, int arg)
     return FinishFromIso2022(toISO2022(text, code, arg), target);
 }
 
-char *toKNJ(const char *text, int from)
+namespace {
+
+// From one code to another by way of ISO-2022-JP.
+char *ConvertViaJis(const char *text, int from, int to)
 {
     if (!text)
         return nullptr;
     if (!*text)
         return toJIS(text, from);
-    if (from == _kanji)
+    if (from == to)
         return MallocCopy(text);
     if (from == CHARSET_JIS)
-        return fromJIS(text, _kanji);
+        return fromJIS(text, to);
     Buffer jis(toJIS(text, from));
-    return jis ? fromJIS(jis.get(), _kanji) : nullptr;
+    return jis ? fromJIS(jis.get(), to) : nullptr;
+}
+
+} // namespace
+
+char *toKNJ(const char *text, int from)
+{
+    return ConvertViaJis(text, from, _kanji);
 }
 
 char *fromKNJ(const char *text, int to)
 {
-    if (!text)
-        return nullptr;
-    if (!*text)
-        return toJIS(text, _kanji);
-    if (to == _kanji)
-        return MallocCopy(text);
-    if (_kanji == CHARSET_JIS)
-        return fromJIS(text, to);
-    Buffer jis(toJIS(text, _kanji));
-    return jis ? fromJIS(jis.get(), to) : nullptr;
+    return ConvertViaJis(text, _kanji, to);
 }
 
 char *toISO2022(const char *text, int from, int arg)
