@@ -1,7 +1,7 @@
 // The envelope that ovctl writes for a mail, as a gateway would.
 #include <gtest/gtest.h>
 
-#include "tools/ovctl/spool.h"
+#include "tools/hostkit/spool.h"
 
 namespace {
 

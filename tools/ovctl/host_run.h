@@ -11,8 +11,8 @@
 #include <string>
 #include <vector>
 
-#include "tools/ovctl/plugin_host.h"
-#include "tools/ovctl/spool.h"
+#include "tools/hostkit/plugin_host.h"
+#include "tools/hostkit/spool.h"
 
 struct MailVerdict {
     std::string label;       // what the user named (mail file or AF path)

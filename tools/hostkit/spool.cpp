@@ -1,4 +1,4 @@
-#include "tools/ovctl/spool.h"
+#include "tools/hostkit/spool.h"
 
 #include <dirent.h>
 

@@ -14,6 +14,7 @@
 
 #include <string>
 
+#include "ov/contscan.h"
 #include "ov/host.h"
 
 class PluginHost {
@@ -34,6 +35,9 @@ public:
     int command(const char *text) const { return m_command(text); }
     const char *version() const { return m_version(); }
     const char *build_date() const { return m_buildDate(); }
+    // True when the keyword policies of these files load (they are freed
+    // again at once): what a reload of the settings will need.
+    bool policies_load(const char *policyFile, const char *settingsFile) const;
 
 private:
     void *m_handle = nullptr;
@@ -44,6 +48,8 @@ private:
     int (*m_command)(const char *) = nullptr;
     const char *(*m_version)() = nullptr;
     const char *(*m_buildDate)() = nullptr;
+    POLICYSET *(*m_contScanInit)(const char *, const char *) = nullptr;
+    int (*m_contScanCleanUp)(POLICYSET *) = nullptr;
 };
 
 // The libov.so that lies beside the running ovctl binary.

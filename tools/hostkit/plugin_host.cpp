@@ -1,4 +1,4 @@
-#include "tools/ovctl/plugin_host.h"
+#include "tools/hostkit/plugin_host.h"
 
 #include <dlfcn.h>
 #include <limits.h>
@@ -41,7 +41,18 @@ bool PluginHost::load(const std::string &path, std::string *error)
            resolve(m_handle, "_Z19ZWEmailPluginUpdatev", &m_update, error) &&
            resolve(m_handle, "ZWEmailPluginCommand", &m_command, error) &&
            resolve(m_handle, "ZWEmailPluginGetCMVersion", &m_version, error) &&
-           resolve(m_handle, "ZWEmailPluginGetCMBuildDate", &m_buildDate, error);
+           resolve(m_handle, "ZWEmailPluginGetCMBuildDate", &m_buildDate, error) &&
+           resolve(m_handle, "ZWContScanInit", &m_contScanInit, error) &&
+           resolve(m_handle, "ZWContScanCleanUp", &m_contScanCleanUp, error);
+}
+
+bool PluginHost::policies_load(const char *policyFile, const char *settingsFile) const
+{
+    POLICYSET *policies = m_contScanInit(policyFile, settingsFile);
+    if (!policies)
+        return false;
+    m_contScanCleanUp(policies);
+    return true;
 }
 
 std::string default_plugin_path()

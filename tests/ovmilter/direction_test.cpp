@@ -1,0 +1,86 @@
+// Telling outbound mail from inbound: the sender's domain against the local
+// domains, the client's address against the local networks.
+#include "tools/ovmilter/direction.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+TEST(MailDirection, SenderDomains)
+{
+    MailDirection direction;
+    std::string error;
+    ASSERT_TRUE(direction.configure({"Example.COM", "@corp.example"}, {}, &error)) << error;
+    struct Row {
+        const char *sender;
+        bool outbound;
+    } rows[] = {
+        {"<alice@example.com>", true},
+        {"alice@example.com", true},
+        {"<Alice@EXAMPLE.com>", true},
+        {"bob@mail.Example.com", true},
+        {"carol@corp.example", true},
+        {"<a@notexample.com>", false},
+        {"a@example.com.evil.test", false},
+        {"a@xexample.com", false},
+        {"example.com", false},
+        {"<>", false},
+        {"", false},
+        {"\"a@example.com\"@other.test", false},
+    };
+    for (const Row &row : rows)
+        EXPECT_EQ(direction.is_outbound(row.sender, ""), row.outbound) << row.sender;
+}
+
+TEST(MailDirection, ClientNetworks)
+{
+    MailDirection direction;
+    std::string error;
+    ASSERT_TRUE(direction.configure({"example.com"},
+                                    {"192.0.2.0/24", "198.51.100.128/25", "203.0.113.7/32",
+                                     "203.0.113.9", "2001:db8::/32", "::1"},
+                                    &error))
+        << error;
+    struct Row {
+        const char *client;
+        bool outbound;
+    } rows[] = {
+        {"192.0.2.1", true},
+        {"192.0.2.255", true},
+        {"192.0.3.1", false},
+        {"198.51.100.200", true},
+        {"198.51.100.127", false},
+        {"203.0.113.7", true},
+        {"203.0.113.8", false},
+        {"203.0.113.9", true},
+        {"2001:db8:1::5", true},
+        {"2001:db9::1", false},
+        {"::1", true},
+        {"::2", false},
+        {"", false},
+        {"unknown", false},
+        {"192.0.2", false},
+    };
+    for (const Row &row : rows)
+        EXPECT_EQ(direction.is_outbound("<x@other.test>", row.client), row.outbound) << row.client;
+    // Either test makes the mail outbound.
+    EXPECT_TRUE(direction.is_outbound("<x@example.com>", "198.18.0.1"));
+
+    ASSERT_TRUE(direction.configure({}, {"0.0.0.0/0"}, &error)) << error;
+    EXPECT_TRUE(direction.is_outbound("<x@other.test>", "198.18.0.1"));
+    EXPECT_FALSE(direction.is_outbound("<x@other.test>", "2001:db8::1"));
+    EXPECT_FALSE(direction.is_outbound("<x@example.com>", "")); // the old domains are gone
+}
+
+TEST(MailDirection, RefusesBadNetworks)
+{
+    for (const char *network : {"10.0.0.0/33", "host.example", "1.2.3.4/x", "1.2.3.4/",
+                                "1.2.3.4/-1", "1.2.3.4/24x", "::1/129", "/24", "10.0.0/8", ""}) {
+        MailDirection direction;
+        std::string error;
+        EXPECT_FALSE(direction.configure({}, {"192.0.2.0/24", network}, &error)) << network;
+        EXPECT_NE(error.find(std::string("\"") + network + "\""), std::string::npos) << error;
+    }
+}
+
+} // namespace

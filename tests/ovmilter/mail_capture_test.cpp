@@ -1,0 +1,179 @@
+// One mail captured into the spool: the data file byte for byte, the
+// envelope file as text and as the plug-in reads it, the pair's names by
+// direction, and the removal of the pair with the capture.
+#include "tools/ovmilter/mail_capture.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+
+#include "mail/mail_info.h"
+#include "support/base_temp_dir.h"
+
+namespace {
+
+// "日本" as an ISO-2022-JP encoded word, and in EUC-JP, the plug-in's host code.
+const char kEncodedNihon[] = "=?ISO-2022-JP?B?GyRCRnxLXBsoQg==?=";
+const char kEucNihon[] = "\xC6\xFC\xCB\xDC";
+
+std::unique_ptr<MailCapture> Start(const std::string &spool, const std::string &id,
+                                   bool outbound = false)
+{
+    std::string error;
+    auto mail =
+        MailCapture::start(spool, id, outbound, "<alice@partner.example>", 1054599164, &error);
+    EXPECT_TRUE(mail) << error;
+    return mail;
+}
+
+TEST(MailCapture, WritesTheDataAndEnvelopeFiles)
+{
+    BaseTempDir spool;
+    auto mail = Start(spool.dir(), "0001");
+    ASSERT_TRUE(mail);
+    std::string error;
+    mail->add_recipient("<bob@corp.example>");
+    mail->add_recipient(" carol@corp.example ");
+    const std::pair<const char *, std::string> headers[] = {
+        {"From", std::string(kEncodedNihon) + " <ja@partner.example>"},
+        {"To", "bob@corp.example"},
+        {"Cc", "carol@corp.example"},
+        {"Reply-To", "<help@partner.example>"},
+        {"Subject", "Quarterly\n\tfigures"},
+        {"Content-Type", "text/plain"}};
+    for (const auto &header : headers)
+        ASSERT_TRUE(mail->add_header(header.first, header.second, &error)) << error;
+    ASSERT_TRUE(mail->end_headers(&error));
+    ASSERT_TRUE(mail->add_body("line one\r\nli", 12, &error));
+    ASSERT_TRUE(mail->add_body("ne two\r\n", 8, &error));
+    ASSERT_TRUE(mail->finish(&error)) << error;
+
+    EXPECT_EQ(BaseTempDir::read(mail->pair().dfPath),
+              std::string("From: ") + kEncodedNihon +
+                  " <ja@partner.example>\r\n"
+                  "To: bob@corp.example\r\nCc: carol@corp.example\r\n"
+                  "Reply-To: <help@partner.example>\r\nSubject: Quarterly\r\n\tfigures\r\n"
+                  "Content-Type: text/plain\r\n\r\nline one\r\nline two\r\n");
+    EXPECT_EQ(BaseTempDir::read(mail->pair().afPath),
+              std::string("F<alice@partner.example>\nT<bob@corp.example>\nT<carol@corp.example>\n"
+                          "O") +
+                  kEncodedNihon +
+                  " <ja@partner.example>\n"
+                  "Dbob@corp.example\nCcarol@corp.example\nP<help@partner.example>\n"
+                  "SQuarterly figures\nR1054599164\n");
+    EXPECT_EQ(mail->headers()[4].value, "Quarterly\r\n\tfigures");
+
+    // ... and as the plug-in reads it (raw, as its pipeline does).
+    CMailInfo info;
+    info.ParseAFInfo(mail->pair().afPath.c_str(), true);
+    EXPECT_EQ(info.m_strEnvelopeFrom, "<alice@partner.example>");
+    EXPECT_EQ(info.m_strEnvelopeTo, "<carol@corp.example>"); // the last T line
+    EXPECT_EQ(info.m_strFrom, std::string(kEucNihon) + " <ja@partner.example>");
+    EXPECT_EQ(info.m_strTo, "bob@corp.example");
+    EXPECT_EQ(info.m_strCc, "carol@corp.example");
+    EXPECT_EQ(info.m_strReplyTo, "<help@partner.example>");
+    EXPECT_EQ(info.m_strSubject, "Quarterly figures");
+    EXPECT_EQ(info.m_lReceivedTime, 1054599164);
+}
+
+TEST(MailCapture, NamesThePairByDirectionAndRemovesItWhenDestroyed)
+{
+    struct Row {
+        bool outbound;
+        bool finished;
+        const char *af, *df;
+    } rows[] = {
+        {false, true, "AFI42", "DFI42"},
+        {true, true, "AFO42", "DFO42"},
+        {true, false, "AFO42", "DFO42"}, // answered before its end
+    };
+    for (const Row &row : rows) {
+        BaseTempDir spool;
+        auto mail = Start(spool.dir(), "42", row.outbound);
+        ASSERT_TRUE(mail);
+        EXPECT_EQ(mail->outbound(), row.outbound);
+        EXPECT_EQ(mail->pair().afPath, spool.path(row.af));
+        EXPECT_EQ(mail->pair().dfPath, spool.path(row.df));
+        std::string error;
+        ASSERT_TRUE(mail->add_header("Subject", "hi", &error));
+        if (row.finished) {
+            ASSERT_TRUE(mail->finish(&error)) << error;
+        }
+        EXPECT_EQ(BaseTempDir::exists(spool.path(row.af)), row.finished);
+        EXPECT_TRUE(BaseTempDir::exists(spool.path(row.df)));
+        mail.reset();
+        EXPECT_FALSE(BaseTempDir::exists(spool.path(row.af))) << row.af;
+        EXPECT_FALSE(BaseTempDir::exists(spool.path(row.df))) << row.df;
+    }
+}
+
+TEST(MailCapture, StartFailsWithAReason)
+{
+    BaseTempDir spool;
+    std::string error;
+    EXPECT_FALSE(MailCapture::start(spool.path("missing"), "1", false, "<a@b>", 0, &error));
+    EXPECT_NE(error.find(spool.path("missing") + "/DFI1"), std::string::npos) << error;
+    EXPECT_NE(error.find("No such file"), std::string::npos) << error;
+
+    // A pair of the same name is never overwritten, nor removed by the failure.
+    auto first = Start(spool.dir(), "7");
+    error.clear();
+    EXPECT_FALSE(MailCapture::start(spool.dir(), "7", false, "<a@b>", 0, &error));
+    EXPECT_FALSE(error.empty());
+    EXPECT_TRUE(BaseTempDir::exists(spool.path("DFI7")));
+}
+
+TEST(MailCapture, TheBlankLineIsWrittenOnceAndTheDataFileClosesAtFinish)
+{
+    struct Row {
+        bool header, endHeaders, body;
+        std::string df;
+    } rows[] = {
+        {true, false, true, "A: b\r\n\r\nbody"}, {true, true, true, "A: b\r\n\r\nbody"},
+        {true, false, false, "A: b\r\n\r\n"},    {false, false, false, "\r\n"},
+        {false, false, true, "\r\nbody"},
+    };
+    for (const Row &row : rows) {
+        BaseTempDir spool;
+        auto mail = Start(spool.dir(), "1");
+        ASSERT_TRUE(mail);
+        std::string error;
+        EXPECT_TRUE(!row.header || mail->add_header("A", "b", &error));
+        EXPECT_TRUE(!row.endHeaders || mail->end_headers(&error));
+        EXPECT_TRUE(!row.body || mail->add_body("body", 4, &error));
+        ASSERT_TRUE(mail->finish(&error)) << error;
+        EXPECT_EQ(BaseTempDir::read(mail->pair().dfPath), row.df);
+        EXPECT_FALSE(mail->add_body("late", 4, &error));
+        EXPECT_NE(error.find("closed"), std::string::npos) << error;
+    }
+}
+
+TEST(MailCapture, SpoolIdsAreDistinct)
+{
+    std::set<std::string> ids;
+    for (int i = 0; i < 5000; ++i) {
+        std::string id = make_spool_id();
+        EXPECT_EQ(id.find_first_not_of("0123456789abcdef"), std::string::npos) << id;
+        ids.insert(id);
+    }
+    EXPECT_EQ(ids.size(), 5000u);
+}
+
+TEST(MailCapture, AddressesAndLineBreaks)
+{
+    const std::pair<const char *, const char *> addresses[] = {
+        {"<a@b>", "a@b"}, {" <a@b> ", "a@b"}, {"a@b", "a@b"},   {"<>", ""},
+        {"", ""},         {" \t", ""},        {"<a@b", "<a@b"}, {"a@b>", "a@b>"},
+    };
+    for (const auto &row : addresses)
+        EXPECT_EQ(strip_angle_brackets(row.first), row.second) << row.first;
+    const std::pair<const char *, const char *> values[] = {
+        {"one", "one"},         {"a\n\tb", "a\r\n\tb"},     {"a\r\n\tb", "a\r\n\tb"},
+        {"a\r\tb", "a\r\n\tb"}, {"a\n\n b", "a\r\n\r\n b"}, {"a\r\n\r\n b", "a\r\n\r\n b"},
+        {"end\n", "end\r\n"},
+    };
+    for (const auto &row : values)
+        EXPECT_EQ(crlf_line_breaks(row.first), row.second) << row.first;
+}
+
+} // namespace

@@ -1,0 +1,108 @@
+#!/usr/bin/env bash
+# End-to-end: a private Postfix instance hands mail to ovmilter, which runs
+# the plug-in on the example installation. Mails go in with swaks; what
+# arrives in the mailboxes and the quarantine is checked.
+#
+#   tests/ovmilter/postfix_e2e.sh BUILD_DIR
+#
+# Exit 77 (skipped) when Postfix, swaks or root rights are missing.
+set -euo pipefail
+here=$(cd "$(dirname "$0")" && pwd)
+src=$(cd "$here/../.." && pwd)
+build=$(cd "${1:?usage: postfix_e2e.sh BUILD_DIR}" && pwd)
+source "$here/postfix_instance.sh"
+source "$here/ovmilter_setup.sh"
+pf_available || { echo "SKIP: cannot run a private Postfix here"; exit 77; }
+
+work=$(mktemp -d /tmp/ovmilter-e2e.XXXXXX)
+chmod 755 "$work"   # the postfix user and the delivery user pass through it
+PF_DIR=$work/postfix
+cleanup() { om_stop || true; pf_stop "$PF_DIR" || true; }
+trap cleanup EXIT
+
+milter_port=$(om_pick_port $((20000 + RANDOM % 20000)))
+smtp_port=$(om_pick_port $((milter_port + 1)))
+root=$work/root
+quarantine=$root/Plug-Ins/OV/Quarantine
+om_make_root "$src" "$root"
+om_write_ini "$work/ovmilter.ini" "inet:$milter_port@127.0.0.1" "$root" "$work/spool" 2 "$(pf_sendmail_command "$PF_DIR")"
+om_start "$build" "$work/ovmilter.ini" "$work/ovmilter.log" || om_fail "ovmilter did not start"
+pf_setup "$PF_DIR" "$smtp_port" "inet:127.0.0.1:$milter_port"
+pf_start "$PF_DIR" || om_fail "postfix did not start"
+
+send() {   # send MAILFILE ENVELOPE_TO
+  swaks --silent 2 --server "127.0.0.1:$smtp_port" --from sender@partner.example --to "$2" \
+        --data "$1" >"$work/swaks.log" 2>&1 || { cat "$work/swaks.log" >&2; om_fail "swaks could not send $1"; }
+}
+settle() { pf_wait_idle "$PF_DIR" 30 || om_fail "postfix queue not empty after 30 s"; }
+mailbox() { pf_mailbox_files "$PF_DIR" "$1" | head -n 1; }
+expect_count() { [ "$(pf_count "$PF_DIR" "$1")" -eq "$2" ] || om_fail "mailbox $1 holds $(pf_count "$PF_DIR" "$1") mails, expected $2"; }
+
+# 1. A clean mail is delivered unchanged, with the verdict header.
+send "$src/examples/mail/01-plain.eml" alice@example.net
+settle
+expect_count alice 1
+grep -q '^X-Content-Verdict: pass' "$(mailbox alice)" || om_fail "no pass verdict header"
+body_sent=$(sed '1,/^\r\{0,1\}$/d' "$src/examples/mail/01-plain.eml" | tr -d '\r')
+body_got=$(sed '1,/^\r\{0,1\}$/d' "$(mailbox alice)" | tr -d '\r')
+[ "$body_sent" = "$body_got" ] || om_fail "the clean mail's body changed on the way"
+echo "ok: clean mail delivered unchanged"
+
+# 2. A mail that a rule quarantines is not delivered; its copy is in the quarantine.
+send "$src/examples/mail/13-lottery.eml" bob@example.net
+settle
+expect_count bob 0
+ls "$quarantine/Anti-Spam/Vendor lottery/"* >/dev/null 2>&1 || om_fail "no quarantined copy under Vendor lottery"
+grep -q 'verdict=quarantined.*reply=discard' "$work/ovmilter.log" || om_fail "no discard logged"
+echo "ok: rule-quarantined mail held back, copy in quarantine"
+
+# 3. A mail with an .exe attachment arrives with the attachment replaced by the text,
+# 4. and the administrator's notification reaches the administrator's mailbox.
+send "$src/examples/mail/02-invoice-exe.eml" carol@example.net
+settle
+expect_count other 1
+replaced=$(mailbox other)
+grep -q '^X-Content-Verdict: replaced' "$replaced" || om_fail "no replaced verdict header"
+grep -q 'An attachment of this mail was removed by the content filter.' "$replaced" || om_fail "replacement text missing"
+grep -q '\[Filename: invoice.exe' "$replaced" || om_fail "replacement does not name invoice.exe"
+grep -qi 'filename="\{0,1\}invoice.exe' "$replaced" && om_fail "the .exe part is still in the mail"
+echo "ok: .exe attachment replaced by the text"
+expect_count admin 1
+grep -q 'invoice.exe' "$(mailbox admin)" || om_fail "admin notification does not name the attachment"
+echo "ok: administrator notification delivered"
+
+# 5. SIGHUP reloads the settings: a rule added now acts on the next mail,
+#    and the daemon keeps running.
+printf '%s\n' 'Reload check\A\SUBJ=IS"*reload marker*"\QUAR' >>"$root/Plug-Ins/OV/spamrule/spamrule.txt"
+printf '1' >>"$root/Plug-Ins/OV/spamrule/spamruleEnable.txt"
+kill -HUP "$OM_PID"
+om_wait_for 1 'settings reloaded' "$work/ovmilter.log" 20 || om_fail "no reload after SIGHUP"
+kill -0 "$OM_PID" || om_fail "ovmilter ended on SIGHUP"
+sed 's/^Subject: .*/Subject: reload marker/' "$src/examples/mail/01-plain.eml" >"$work/marker.eml"
+send "$work/marker.eml" alice@example.net
+settle
+expect_count alice 1
+ls "$quarantine/Anti-Spam/Reload check/"* >/dev/null 2>&1 || om_fail "the reloaded rule did not act"
+echo "ok: SIGHUP reloaded the rules"
+
+# 6. SIGTERM ends the daemon cleanly and leaves the spool empty.
+om_stop || om_fail "ovmilter did not stop cleanly"
+grep -q 'stopped' "$work/ovmilter.log" || om_fail "no stop line in the log"
+[ -z "$(ls -A "$work/spool")" ] || om_fail "spool not empty: $(ls "$work/spool")"
+grep -q 'tempfail' "$work/ovmilter.log" && om_fail "a mail got a tempfail"
+echo "ok: SIGTERM stopped ovmilter, spool empty"
+
+# 7. Restarted with OnBlock=reject, a blocked mail is refused with the 5xx text.
+om_write_ini "$work/ovmilter.ini" "inet:$milter_port@127.0.0.1" "$root" "$work/spool" 2 \
+  "$(pf_sendmail_command "$PF_DIR")" OnBlock=reject "RejectText=Refused by the content filter"
+om_start "$build" "$work/ovmilter.ini" "$work/ovmilter2.log" || om_fail "ovmilter did not start again"
+swaks --server "127.0.0.1:$smtp_port" --from sender@partner.example --to bob@example.net \
+      --data "$src/examples/mail/13-lottery.eml" >"$work/swaks.log" 2>&1 && om_fail "the blocked mail was accepted"
+grep -q '550 5.7.1 Refused by the content filter' "$work/swaks.log" || om_fail "no 550 reply: $(grep -- '<-' "$work/swaks.log" | tail -n 3)"
+expect_count bob 0
+om_stop || om_fail "ovmilter did not stop cleanly"
+echo "ok: OnBlock=reject refuses with the configured text"
+
+pf_stop "$PF_DIR"
+[ -n "${OV_KEEP_WORK:-}" ] && echo "kept $work" || rm -rf "$work"
+echo "postfix e2e: all passed"

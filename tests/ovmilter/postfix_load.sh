@@ -1,0 +1,106 @@
+#!/usr/bin/env bash
+# Load: 1000 mails through a private Postfix and ovmilter with 4 workers,
+# sent by smtp-source in parallel sessions, while the plug-in's settings are
+# reloaded (SIGHUP) every 100 mails. Every mail must be accounted for:
+# delivered, held in the quarantine or delivered with its attachment
+# replaced. Prints mails per second.
+#
+#   tests/ovmilter/postfix_load.sh BUILD_DIR [MAILS]
+#
+# Exit 77 (skipped) when Postfix, swaks or root rights are missing.
+set -euo pipefail
+here=$(cd "$(dirname "$0")" && pwd)
+src=$(cd "$here/../.." && pwd)
+build=$(cd "${1:?usage: postfix_load.sh BUILD_DIR [MAILS]}" && pwd)
+total=${2:-1000}
+source "$here/postfix_instance.sh"
+source "$here/ovmilter_setup.sh"
+pf_available || { echo "SKIP: cannot run a private Postfix here"; exit 77; }
+
+work=$(mktemp -d /tmp/ovmilter-load.XXXXXX)
+chmod 755 "$work"   # the postfix user and the delivery user pass through it
+PF_DIR=$work/postfix
+hup_loop=
+cleanup() { [ -n "$hup_loop" ] && kill "$hup_loop" 2>/dev/null; om_stop || true; pf_stop "$PF_DIR" || true; }
+trap cleanup EXIT
+
+smtp_port=$(om_pick_port $((20000 + RANDOM % 20000)))
+root=$work/root
+socket=$work/ovmilter.sock
+om_make_root "$src" "$root"
+# A unix socket, as on a production host: over TCP the MTA's milter client
+# waits for delayed acknowledgements and the round trips dominate.
+om_write_ini "$work/ovmilter.ini" "unix:$socket" "$root" "$work/spool" 4 \
+  "$(pf_sendmail_command "$PF_DIR")" SocketMode=0666
+om_start "$build" "$work/ovmilter.ini" "$work/ovmilter.log" || om_fail "ovmilter did not start"
+pf_setup "$PF_DIR" "$smtp_port" "unix:$socket"
+pf_start "$PF_DIR" || om_fail "postfix did not start"
+
+# The mix: 70% clean, 20% quarantined by the vendor rule, 10% with an .exe.
+clean=$((total * 7 / 10)); held=$((total * 2 / 10)); exe=$((total - clean - held))
+log=$work/ovmilter.log
+
+send_mix() {  # LABEL: the three kinds of mail at once, 2 sessions each
+  source_mails "$src/examples/mail/01-plain.eml" "$clean" alice@example.net "$1" &
+  local p1=$!
+  source_mails "$src/examples/mail/13-lottery.eml" "$held" bob@example.net "$1" &
+  local p2=$!
+  source_mails "$src/examples/mail/02-invoice-exe.eml" "$exe" carol@example.net "$1" &
+  local p3=$!
+  wait "$p1" "$p2" "$p3" || om_fail "smtp-source failed: $(cat "$work"/source-*.log)"
+  pf_wait_idle "$PF_DIR" 300 || om_fail "postfix queue not empty after 300 s"
+}
+source_mails() {  # FILE COUNT RCPT LABEL
+  smtp-source -s 2 -m "$2" -f sender@partner.example -t "$3" -F "$1" "127.0.0.1:$smtp_port" \
+    >"$work/source-$4-$3.log" 2>&1
+}
+
+# SIGHUP at every 100th verdict, while the mails flow.
+(
+  next=100
+  while [ "$next" -lt "$total" ]; do
+    if [ "$(grep -c 'verdict=' "$log" || true)" -ge "$next" ]; then
+      kill -HUP "$OM_PID"
+      next=$((next + 100))
+    fi
+    sleep 0.05
+  done
+) &
+hup_loop=$!
+
+started=$(date +%s.%N)
+send_mix milter
+finished=$(date +%s.%N)
+kill "$hup_loop" 2>/dev/null || true
+wait "$hup_loop" 2>/dev/null || true
+hup_loop=
+
+delivered=$(pf_count "$PF_DIR" alice)
+replaced=$(pf_count "$PF_DIR" other)
+quarantined=$(find "$root/Plug-Ins/OV/Quarantine/Anti-Spam/Vendor lottery" -type f 2>/dev/null | wc -l)
+with_text=$(pf_mailbox_files "$PF_DIR" other | xargs -r grep -l 'removed by the content filter' | wc -l)
+reloads=$(grep -c 'settings reloaded' "$log" || true)
+tempfails=$(grep -c 'tempfail' "$log" || true)
+notified=$(pf_count "$PF_DIR" admin)
+printf 'load: delivered %d/%d, quarantined %d/%d, replaced %d/%d (%d with the text), %d admin notices, %d reloads, %d tempfails\n' \
+  "$delivered" "$clean" "$quarantined" "$held" "$replaced" "$exe" "$with_text" "$notified" "$reloads" "$tempfails"
+[ "$delivered" -eq "$clean" ] || om_fail "clean mails delivered: $delivered of $clean"
+[ "$quarantined" -eq "$held" ] || om_fail "mails quarantined: $quarantined of $held"
+[ "$replaced" -eq "$exe" ] && [ "$with_text" -eq "$exe" ] || om_fail "mails replaced: $replaced ($with_text with text) of $exe"
+[ "$tempfails" -eq 0 ] || om_fail "$tempfails mails got a tempfail"
+[ "$reloads" -ge $(((total - 1) / 100)) ] || om_fail "only $reloads reloads"
+om_stop || om_fail "ovmilter did not stop cleanly"
+[ -z "$(ls -A "$work/spool")" ] || om_fail "spool not empty after the run"
+
+# Baseline: the same mails through the same Postfix without the milter.
+pf_stop "$PF_DIR" && pf_setup "$PF_DIR" "$smtp_port" "" && pf_start "$PF_DIR" || om_fail "cannot restart postfix without the milter"
+base_started=$(date +%s.%N)
+send_mix baseline
+base_finished=$(date +%s.%N)
+[ "$(pf_count "$PF_DIR" alice)" -eq $((2 * clean)) ] || om_fail "baseline run lost mail"
+awk -v n="$total" -v a="$started" -v b="$finished" -v c="$base_started" -v d="$base_finished" 'BEGIN {
+  printf "load: %d mails in %.1f s = %.0f mails/s through Postfix + ovmilter (4 workers)\n", n, b - a, n / (b - a)
+  printf "load: baseline Postfix alone %.1f s = %.0f mails/s; with ovmilter it takes %.1fx as long\n", d - c, n / (d - c), (b - a) / (d - c) }'
+pf_stop "$PF_DIR"
+[ -n "${OV_KEEP_WORK:-}" ] && echo "kept $work" || rm -rf "$work"
+echo "postfix load: all $total mails accounted for"

@@ -1,0 +1,168 @@
+#include "tools/ovmilter/mail_capture.h"
+
+#include <strings.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+
+namespace {
+
+std::string io_error(const std::string &path)
+{
+    return "cannot write " + path + ": " + std::strerror(errno);
+}
+
+// The first value of header `name`, unfolded into one line as envelope
+// files need it.
+std::string first_header_line(const std::vector<HeaderField> &headers, const char *name)
+{
+    for (const HeaderField &header : headers) {
+        if (strcasecmp(header.name.c_str(), name) != 0)
+            continue;
+        std::string line;
+        for (size_t i = 0; i < header.value.size(); ++i) {
+            char c = header.value[i];
+            if (c == '\r' || c == '\n') {
+                while (i + 1 < header.value.size() &&
+                       (header.value[i + 1] == '\r' || header.value[i + 1] == '\n' ||
+                        header.value[i + 1] == ' ' || header.value[i + 1] == '\t'))
+                    ++i;
+                line += ' ';
+            } else {
+                line += c;
+            }
+        }
+        size_t begin = line.find_first_not_of(" \t");
+        size_t end = line.find_last_not_of(" \t");
+        return begin == std::string::npos ? "" : line.substr(begin, end - begin + 1);
+    }
+    return "";
+}
+
+} // namespace
+
+std::string make_spool_id()
+{
+    static std::atomic<unsigned> counter{0};
+    char id[64];
+    std::snprintf(id, sizeof id, "%08lx%06x%06x", static_cast<unsigned long>(time(nullptr)),
+                  static_cast<unsigned>(getpid()), counter++ & 0xFFFFFF);
+    return id;
+}
+
+std::string strip_angle_brackets(const std::string &address)
+{
+    size_t begin = address.find_first_not_of(" \t");
+    if (begin == std::string::npos)
+        return "";
+    size_t end = address.find_last_not_of(" \t");
+    std::string bare = address.substr(begin, end - begin + 1);
+    if (bare.size() >= 2 && bare.front() == '<' && bare.back() == '>')
+        bare = bare.substr(1, bare.size() - 2);
+    return bare;
+}
+
+std::string crlf_line_breaks(const std::string &value)
+{
+    std::string text;
+    text.reserve(value.size());
+    for (size_t i = 0; i < value.size(); ++i) {
+        if (value[i] == '\r' && i + 1 < value.size() && value[i + 1] == '\n')
+            continue;   // the LF that follows writes the pair
+        if (value[i] == '\n' || value[i] == '\r')
+            text += "\r\n";
+        else
+            text += value[i];
+    }
+    return text;
+}
+
+std::unique_ptr<MailCapture> MailCapture::start(const std::string &spool, const std::string &id,
+                                                bool outbound, const std::string &sender,
+                                                time_t received, std::string *error)
+{
+    std::unique_ptr<MailCapture> mail(new MailCapture);
+    const char direction = outbound ? 'O' : 'I';
+    mail->m_outbound = outbound;
+    mail->m_pair.afPath = spool + "/AF" + direction + id;
+    mail->m_pair.dfPath = spool + "/DF" + direction + id;
+    mail->m_envelope.envelopeFrom = strip_angle_brackets(sender);
+    mail->m_envelope.receivedTime = static_cast<long>(received);
+    mail->m_data = std::fopen(mail->m_pair.dfPath.c_str(), "wbx");
+    if (!mail->m_data) {
+        *error = io_error(mail->m_pair.dfPath);
+        mail->m_pair = SpoolPair{};   // not ours: the destructor must leave them alone
+        return nullptr;
+    }
+    return mail;
+}
+
+MailCapture::~MailCapture()
+{
+    if (m_data)
+        std::fclose(m_data);
+    std::remove(m_pair.dfPath.c_str());
+    std::remove(m_pair.afPath.c_str());
+}
+
+void MailCapture::add_recipient(const std::string &address)
+{
+    m_envelope.recipients.push_back(strip_angle_brackets(address));
+}
+
+bool MailCapture::write(const void *data, size_t size, std::string *error)
+{
+    if (!m_data) {
+        *error = "data file " + m_pair.dfPath + " is already closed";
+        return false;
+    }
+    if (size != 0 && std::fwrite(data, 1, size, m_data) != size) {
+        *error = io_error(m_pair.dfPath);
+        return false;
+    }
+    return true;
+}
+
+bool MailCapture::add_header(const std::string &name, const std::string &value,
+                             std::string *error)
+{
+    HeaderField header{name, crlf_line_breaks(value)};
+    std::string line = header.name + ": " + header.value + "\r\n";
+    m_headers.push_back(std::move(header));
+    return write(line.data(), line.size(), error);
+}
+
+bool MailCapture::end_headers(std::string *error)
+{
+    m_headersEnded = true;
+    return write("\r\n", 2, error);
+}
+
+bool MailCapture::add_body(const void *data, size_t size, std::string *error)
+{
+    if (!m_headersEnded && !end_headers(error))
+        return false;
+    return write(data, size, error);
+}
+
+bool MailCapture::finish(std::string *error)
+{
+    if (!m_headersEnded && !end_headers(error))
+        return false;
+    FILE *data = m_data;
+    m_data = nullptr;
+    // No fsync: the pair is a working copy; until the mail is answered the
+    // sending server keeps its own.
+    if (std::fclose(data) != 0) {
+        *error = io_error(m_pair.dfPath);
+        return false;
+    }
+    m_envelope.from = first_header_line(m_headers, "From");
+    m_envelope.to = first_header_line(m_headers, "To");
+    m_envelope.cc = first_header_line(m_headers, "Cc");
+    m_envelope.replyTo = first_header_line(m_headers, "Reply-To");
+    m_envelope.subject = first_header_line(m_headers, "Subject");
+    return write_file(m_pair.afPath, format_envelope(m_envelope), error);
+}

@@ -1,0 +1,37 @@
+#include "tools/ovmilter/mail_judge.h"
+
+#include <cstring>
+
+MailOutcome MailJudge::judge(const MailCapture &mail) const
+{
+    MailOutcome outcome;
+    ZWHostCall call{};
+    call.enque_mail = m_enqueue;
+    const std::string &afPath = mail.pair().afPath;
+    if (afPath.size() >= sizeof call.af_path) {
+        outcome.error = "spool path too long: " + afPath;
+        return outcome;
+    }
+    std::memcpy(call.af_path, afPath.c_str(), afPath.size() + 1);
+
+    bool ran = m_pool.run([&] { outcome.code = m_process(&call, &outcome.result); });
+    if (!ran) {
+        outcome.error = "the plug-in is stopping or failed";
+        return outcome;
+    }
+    outcome.verdict = decide_verdict(outcome.code, outcome.result, m_onBlock);
+    if (outcome.verdict.reply == MilterReply::Tempfail) {
+        outcome.error = "plug-in answered " + std::to_string(outcome.code);
+        return outcome;
+    }
+    if (outcome.verdict.replaceBody) {
+        RewrittenMail rewritten;
+        if (!read_rewritten_mail(mail.pair().dfPath, &rewritten, &outcome.error)) {
+            outcome.verdict = MilterVerdict{};
+            return outcome;
+        }
+        outcome.headerEdits = header_edits(mail.headers(), rewritten.headers);
+        outcome.newBody = std::move(rewritten.body);
+    }
+    return outcome;
+}

@@ -1,0 +1,25 @@
+// Reloading the plug-in's settings on SIGHUP. The plug-in holds new mail
+// while it reloads, and a reload that fails on an unreadable contscan.ini or
+// on keyword policies that do not load keeps holding it. So ovmilter first
+// checks those two on the files as they are now and refuses the reload, with
+// the reason in the log, when either would fail; mail keeps flowing on the
+// old settings until the administrator mends the files and signals again.
+//
+//   std::string error;
+//   int code = reload_settings(host, config.root, &error);   // 0, or why not
+#pragma once
+
+#include <string>
+
+#include "tools/hostkit/plugin_host.h"
+
+// The plug-in's program directory under an installation root, with the
+// trailing slash: "/opt/gw//\n" gives "/opt/gw/Plug-Ins/OV/".
+std::string program_directory(const std::string &root);
+
+// False with a reason when a reload would fail and hold mail.
+bool reload_would_succeed(const PluginHost &host, const std::string &root, std::string *error);
+
+// Checks, then runs the plug-in's "update" command: its result, or 1 when the
+// check refused (the reason in *error).
+int reload_settings(const PluginHost &host, const std::string &root, std::string *error);

@@ -1,0 +1,27 @@
+// The milter's answer to the plug-in's verdict on one mail.
+//
+//   result of ZWEmailPluginProcess        answer
+//   negative (file, preparation errors)   tempfail: the sender retries
+//   2, blocked, or action 1-3             discard or reject (OnBlock); the
+//                                         plug-in already kept the copy it
+//                                         was asked to quarantine or archive
+//   action 4 (attachments replaced)       accept with the rewritten body
+//   anything else                         accept unchanged
+#pragma once
+
+#include "ov/host.h"
+#include "tools/ovmilter/milter_config.h"
+
+enum class MilterReply { Accept, Discard, Reject, Tempfail };
+
+struct MilterVerdict {
+    MilterReply reply = MilterReply::Tempfail;
+    bool replaceBody = false;
+    // One word for logs and the verdict header: pass, replaced, deleted,
+    // quarantined, archived, blocked or error.
+    const char *word = "error";
+};
+
+MilterVerdict decide_verdict(int code, const ZWMailResult &result, BlockReply onBlock);
+
+const char *reply_word(MilterReply reply);
