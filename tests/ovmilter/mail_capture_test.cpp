@@ -4,6 +4,8 @@
 #include "tools/ovmilter/mail_capture.h"
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <set>
 
@@ -157,6 +159,34 @@ TEST(MailCapture, SpoolIdsAreDistinct)
         ids.insert(id);
     }
     EXPECT_EQ(ids.size(), 5000u);
+}
+
+TEST(MailCapture, StalePairsOfAnEarlierRunAreRemoved)
+{
+    BaseTempDir spool;
+    spool.write("AFI1", "F<a@b>\n");
+    spool.write("DFI1", "Subject: x\r\n\r\n");
+    spool.write("AFO2", "F<a@b>\n");   // its data file never came
+    spool.write("notes.txt", "kept");
+    EXPECT_EQ(remove_stale_pairs(spool.dir()), 2);
+    EXPECT_EQ(access(spool.path("DFI1").c_str(), F_OK), -1);
+    EXPECT_EQ(BaseTempDir::read(spool.path("notes.txt")), "kept");
+    EXPECT_EQ(remove_stale_pairs(spool.dir()), 0);
+}
+
+TEST(MailCapture, OneDaemonPerSpool)
+{
+    BaseTempDir spool;
+    std::string error;
+    ASSERT_TRUE(lock_spool(spool.dir(), &error)) << error;
+    // A second daemon on the same spool, played by a child process.
+    pid_t child = fork();
+    if (child == 0)
+        _exit(lock_spool(spool.dir(), &error) ? 1 : error.find("in use") != std::string::npos ? 0 : 2);
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    EXPECT_FALSE(lock_spool(spool.dir() + "/missing", &error));
 }
 
 TEST(MailCapture, AddressesAndLineBreaks)

@@ -32,17 +32,20 @@ pf_start "$PF_DIR" || om_fail "postfix did not start"
 
 send() {   # send MAILFILE ENVELOPE_TO
   swaks --silent 2 --server "127.0.0.1:$smtp_port" --from sender@partner.example --to "$2" \
-        --data "$1" >"$work/swaks.log" 2>&1 || { cat "$work/swaks.log" >&2; om_fail "swaks could not send $1"; }
+        --data "@$1" >"$work/swaks.log" 2>&1 || { cat "$work/swaks.log" >&2; om_fail "swaks could not send $1"; }
 }
 settle() { pf_wait_idle "$PF_DIR" 30 || om_fail "postfix queue not empty after 30 s"; }
 mailbox() { pf_mailbox_files "$PF_DIR" "$1" | head -n 1; }
 expect_count() { [ "$(pf_count "$PF_DIR" "$1")" -eq "$2" ] || om_fail "mailbox $1 holds $(pf_count "$PF_DIR" "$1") mails, expected $2"; }
 
-# 1. A clean mail is delivered unchanged, with the verdict header.
-send "$src/examples/mail/01-plain.eml" alice@example.net
+# 1. A clean mail is delivered unchanged, with the verdict header in place of
+#    the one its sender forged.
+sed '0,/^Subject:/s//X-Content-Verdict: forged\nSubject:/' "$src/examples/mail/01-plain.eml" >"$work/forged.eml"
+send "$work/forged.eml" alice@example.net
 settle
 expect_count alice 1
 grep -q '^X-Content-Verdict: pass' "$(mailbox alice)" || om_fail "no pass verdict header"
+grep -q 'forged' "$(mailbox alice)" && om_fail "the forged verdict header was kept"
 body_sent=$(sed '1,/^\r\{0,1\}$/d' "$src/examples/mail/01-plain.eml" | tr -d '\r')
 body_got=$(sed '1,/^\r\{0,1\}$/d' "$(mailbox alice)" | tr -d '\r')
 [ "$body_sent" = "$body_got" ] || om_fail "the clean mail's body changed on the way"
@@ -97,7 +100,7 @@ om_write_ini "$work/ovmilter.ini" "inet:$milter_port@127.0.0.1" "$root" "$work/s
   "$(pf_sendmail_command "$PF_DIR")" OnBlock=reject "RejectText=Refused by the content filter"
 om_start "$build" "$work/ovmilter.ini" "$work/ovmilter2.log" || om_fail "ovmilter did not start again"
 swaks --server "127.0.0.1:$smtp_port" --from sender@partner.example --to bob@example.net \
-      --data "$src/examples/mail/13-lottery.eml" >"$work/swaks.log" 2>&1 && om_fail "the blocked mail was accepted"
+      --data "@$src/examples/mail/13-lottery.eml" >"$work/swaks.log" 2>&1 && om_fail "the blocked mail was accepted"
 grep -q '550 5.7.1 Refused by the content filter' "$work/swaks.log" || om_fail "no 550 reply: $(grep -- '<-' "$work/swaks.log" | tail -n 3)"
 expect_count bob 0
 om_stop || om_fail "ovmilter did not stop cleanly"

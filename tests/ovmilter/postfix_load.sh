@@ -5,14 +5,17 @@
 # delivered, held in the quarantine or delivered with its attachment
 # replaced. Prints mails per second.
 #
-#   tests/ovmilter/postfix_load.sh BUILD_DIR [MAILS]
+#   tests/ovmilter/postfix_load.sh BUILD_DIR [MAILS [unix|inet]]
+#
+# The milter socket is a unix socket unless "inet" is asked for.
 #
 # Exit 77 (skipped) when Postfix, swaks or root rights are missing.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 src=$(cd "$here/../.." && pwd)
-build=$(cd "${1:?usage: postfix_load.sh BUILD_DIR [MAILS]}" && pwd)
+build=$(cd "${1:?usage: postfix_load.sh BUILD_DIR [MAILS [unix|inet]]}" && pwd)
 total=${2:-1000}
+transport=${3:-unix}
 source "$here/postfix_instance.sh"
 source "$here/ovmilter_setup.sh"
 pf_available || { echo "SKIP: cannot run a private Postfix here"; exit 77; }
@@ -26,14 +29,19 @@ trap cleanup EXIT
 
 smtp_port=$(om_pick_port $((20000 + RANDOM % 20000)))
 root=$work/root
-socket=$work/ovmilter.sock
 om_make_root "$src" "$root"
-# A unix socket, as on a production host: over TCP the MTA's milter client
-# waits for delayed acknowledgements and the round trips dominate.
-om_write_ini "$work/ovmilter.ini" "unix:$socket" "$root" "$work/spool" 4 \
+# A unix socket by default, as on a production host: over TCP the MTA's
+# milter client waits for delayed acknowledgements and round trips dominate.
+if [ "$transport" = inet ]; then
+  milter_port=$(om_pick_port $((smtp_port + 1)))
+  milter_socket=inet:$milter_port@127.0.0.1 postfix_milter=inet:127.0.0.1:$milter_port
+else
+  milter_socket=unix:$work/ovmilter.sock postfix_milter=unix:$work/ovmilter.sock
+fi
+om_write_ini "$work/ovmilter.ini" "$milter_socket" "$root" "$work/spool" 4 \
   "$(pf_sendmail_command "$PF_DIR")" SocketMode=0666
 om_start "$build" "$work/ovmilter.ini" "$work/ovmilter.log" || om_fail "ovmilter did not start"
-pf_setup "$PF_DIR" "$smtp_port" "unix:$socket"
+pf_setup "$PF_DIR" "$smtp_port" "$postfix_milter"
 pf_start "$PF_DIR" || om_fail "postfix did not start"
 
 # The mix: 70% clean, 20% quarantined by the vendor rule, 10% with an .exe.
@@ -98,8 +106,8 @@ base_started=$(date +%s.%N)
 send_mix baseline
 base_finished=$(date +%s.%N)
 [ "$(pf_count "$PF_DIR" alice)" -eq $((2 * clean)) ] || om_fail "baseline run lost mail"
-awk -v n="$total" -v a="$started" -v b="$finished" -v c="$base_started" -v d="$base_finished" 'BEGIN {
-  printf "load: %d mails in %.1f s = %.0f mails/s through Postfix + ovmilter (4 workers)\n", n, b - a, n / (b - a)
+awk -v n="$total" -v a="$started" -v b="$finished" -v c="$base_started" -v d="$base_finished" -v t="$transport" 'BEGIN {
+  printf "load: %d mails in %.1f s = %.0f mails/s through Postfix + ovmilter (4 workers, %s socket)\n", n, b - a, n / (b - a), t
   printf "load: baseline Postfix alone %.1f s = %.0f mails/s; with ovmilter it takes %.1fx as long\n", d - c, n / (d - c), (b - a) / (d - c) }'
 pf_stop "$PF_DIR"
 [ -n "${OV_KEEP_WORK:-}" ] && echo "kept $work" || rm -rf "$work"

@@ -105,9 +105,12 @@ TEST_F(PluginConcurrencyTest, CleanupWhileMailsKeepComing)
     std::atomic<bool> stopped{false};
     std::atomic<int> processed{0}, badCodes{0}, lateSuccesses{0};
     std::vector<std::thread> workers;
-    for (int t = 0; t < 3; ++t) {
+    // Each thread keeps to mails of its own, as a host never hands one mail
+    // to two threads: a mail whose attachment is replaced is rewritten in place.
+    const size_t threads = 3;
+    for (size_t t = 0; t < threads; ++t) {
         workers.emplace_back([&, t] {
-            for (size_t i = static_cast<size_t>(t);; i = (i + 1) % mails.size()) {
+            for (size_t i = t;; i = i + threads < mails.size() ? i + threads : t) {
                 const bool afterStop = stopped;
                 ZWHostCall call = PluginCall(mails[i].af);
                 ZWMailResult result{};

@@ -58,7 +58,7 @@ DaemonStart::~DaemonStart()
 bool DaemonStart::detach(std::string *error)
 {
     int fds[2];
-    if (pipe(fds) != 0) {
+    if (pipe2(fds, O_CLOEXEC) != 0) {
         *error = std::string("cannot make a pipe: ") + std::strerror(errno);
         return false;
     }

@@ -1,6 +1,8 @@
 #include "tools/ovmilter/mail_capture.h"
 
+#include <fcntl.h>
 #include <strings.h>
+#include <sys/file.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -42,6 +44,33 @@ std::string first_header_line(const std::vector<HeaderField> &headers, const cha
 }
 
 } // namespace
+
+bool lock_spool(const std::string &spool, std::string *error)
+{
+    std::string path = spool + "/ovmilter.lock";
+    int fd = open(path.c_str(), O_CREAT | O_RDWR | O_CLOEXEC, 0600);
+    if (fd < 0) {
+        *error = "cannot open " + path + ": " + std::strerror(errno);
+        return false;
+    }
+    if (flock(fd, LOCK_EX | LOCK_NB) != 0) {
+        *error = "spool " + spool + " is in use by another ovmilter";
+        close(fd);
+        return false;
+    }
+    return true;   // the descriptor stays open: the lock lasts as long as the process
+}
+
+int remove_stale_pairs(const std::string &spool)
+{
+    int removed = 0;
+    for (const SpoolPair &pair : list_spool_pairs(spool)) {
+        std::remove(pair.dfPath.c_str());
+        if (std::remove(pair.afPath.c_str()) == 0)
+            ++removed;
+    }
+    return removed;
+}
 
 std::string make_spool_id()
 {

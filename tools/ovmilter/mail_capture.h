@@ -65,6 +65,15 @@ private:
     FILE *m_data = nullptr;
 };
 
+// Takes the spool for this process (a lock on "ovmilter.lock" in it, held
+// until the process ends), so that two daemons never share one spool; false
+// with a reason when another one holds it.
+bool lock_spool(const std::string &spool, std::string *error);
+
+// Removes the pairs a previous run left in the spool (it ended before it
+// answered those mails, so their senders still hold them); how many.
+int remove_stale_pairs(const std::string &spool);
+
 // A name for a new pair, unique within this host: time, process and a counter.
 std::string make_spool_id();
 

@@ -23,6 +23,7 @@
 #include "tools/hostkit/plugin_host.h"
 #include "tools/ovmilter/daemon_start.h"
 #include "tools/ovmilter/direction.h"
+#include "tools/ovmilter/mail_capture.h"
 #include "tools/ovmilter/mail_judge.h"
 #include "tools/ovmilter/milter_config.h"
 #include "tools/ovmilter/milter_log.h"
@@ -148,6 +149,11 @@ int main(int argc, char **argv)
         start.failed(reason);
         return 1;
     };
+    if (!lock_spool(config.spool, &error))
+        return fail(error);
+    if (int stale = remove_stale_pairs(config.spool))
+        milter_log(LOG_WARNING, "removed %d spool pairs of mails a previous run left unanswered",
+                   stale);
     PluginHost plugin;
     if (!plugin.load(config.plugin, &error))
         return fail(error);

@@ -3,6 +3,7 @@
 #include <arpa/inet.h>
 #include <libmilter/mfapi.h>
 #include <netinet/in.h>
+#include <strings.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -125,6 +126,24 @@ bool replace_message(SMFICTX *context, const MailOutcome &outcome, std::string *
     return true;
 }
 
+const char kVerdictHeader[] = "X-Content-Verdict";
+
+// Replaces any verdict header the mail came with by ours, so that nobody
+// downstream trusts a verdict the sender wrote.
+bool set_verdict_header(SMFICTX *context, const MailCapture &mail, const char *word)
+{
+    int present = 0;
+    for (const HeaderField &header : mail.headers())
+        present += strcasecmp(header.name.c_str(), kVerdictHeader) == 0;
+    std::string name = kVerdictHeader;
+    for (int index = present; index >= 1; --index) {
+        if (smfi_chgheader(context, &name[0], index, nullptr) != MI_SUCCESS)
+            return false;
+    }
+    std::string value = word;
+    return smfi_addheader(context, &name[0], &value[0]) == MI_SUCCESS;
+}
+
 sfsistat answer(SMFICTX *context, Session *session, const MailOutcome &outcome)
 {
     const MilterConfig &config = *g_setup.config;
@@ -145,12 +164,8 @@ sfsistat answer(SMFICTX *context, Session *session, const MailOutcome &outcome)
     std::string error;
     if (outcome.verdict.replaceBody && !replace_message(context, outcome, &error))
         return tempfail(context, session, error);
-    if (config.verdictHeader) {
-        char name[] = "X-Content-Verdict";
-        std::string value = outcome.verdict.word;
-        if (smfi_addheader(context, name, &value[0]) != MI_SUCCESS)
-            return tempfail(context, session, "the MTA refused the verdict header");
-    }
+    if (config.verdictHeader && !set_verdict_header(context, *session->mail, outcome.verdict.word))
+        return tempfail(context, session, "the MTA refused the verdict header");
     return SMFIS_ACCEPT;
 }
 
