@@ -6,8 +6,8 @@
 #
 #   . tests/ovmilter/postfix_instance.sh
 #   pf_available || { echo "SKIP"; exit 77; }
-#   dir=$(mktemp -d) port=$(pf_free_port)
-#   trap 'pf_destroy "$dir"' EXIT
+#   dir=$(mktemp -d) port=2525
+#   trap 'pf_stop "$dir"' EXIT
 #   pf_setup "$dir" "$port" "inet:127.0.0.1:$milter_port"
 #   pf_start "$dir"
 #   swaks --server 127.0.0.1 --port "$port" --to alice@example.net ...
@@ -25,9 +25,7 @@
 # notifications that way cannot loop through itself.
 #
 # Running pf_setup again on an existing DIR rewrites the configuration and
-# keeps the queue and the delivered mail. pf_config + pf_reload change
-# main.cf parameters of a running instance (e.g. point smtpd_milters at
-# another port). The milter sees the client as "[127.0.0.1]" (no reverse
+# keeps the queue and the delivered mail. The milter sees the client as "[127.0.0.1]" (no reverse
 # lookup) and the MTA name "gw.ovtest.example".
 #
 # Requirements: root (Postfix insists on root for an alternate config
@@ -42,8 +40,7 @@
 #   PF_START_TIMEOUT  seconds pf_start waits for the SMTP port (default 20)
 #   PF_STOP_TIMEOUT   seconds pf_stop waits for the master to exit (default 10)
 
-# First line of every main.cf written here; pf_destroy removes only
-# directories that carry it.
+# First line of every main.cf written here.
 PF__MARK="Private Postfix instance for the ovmilter tests, written by postfix_instance.sh."
 
 # pf__args COUNT WANTED USAGE: fails with USAGE on stderr when the caller got
@@ -192,7 +189,7 @@ EOF
 
 # pf_config DIR [name=value ...]: changes main.cf parameters of the instance
 # (e.g. "smtpd_milters=inet:127.0.0.1:8891") and checks the result; a running
-# instance picks them up after pf_reload.
+# instance picks them up after "postfix -c DIR/etc reload".
 pf_config() {
     local dir
     pf__args $# 1 "pf_config DIR [name=value ...]" || return 1
@@ -212,12 +209,6 @@ pf_config() {
         return 1
     fi
     return 0
-}
-
-# pf_reload DIR: makes the running instance re-read its configuration.
-pf_reload() {
-    pf__args $# 1 "pf_reload DIR" || return 1
-    postfix -c "$(pf__abs_dir "$1")/etc" reload >/dev/null 2>&1
 }
 
 # Writes DIR/etc/main.cf.
@@ -364,14 +355,14 @@ pf_start() {
     if ! postfix -c "$dir/etc" start >"$dir/start.out" 2>&1; then
         echo "pf_start: postfix start failed:" >&2
         cat "$dir/start.out" >&2
-        pf_log_tail "$dir" 20 >&2
+        tail -n 20 "$dir/maillog" >&2 2>/dev/null
         return 1
     fi
     deadline=$(( $(pf__now_us) + $(pf__seconds_to_us "${PF_START_TIMEOUT:-20}") ))
     until pf__port_listening "$port"; do
         if [ "$(pf__now_us)" -ge "$deadline" ] || ! pf_running "$dir"; then
             echo "pf_start: port $port did not open; log:" >&2
-            pf_log_tail "$dir" 20 >&2
+            tail -n 20 "$dir/maillog" >&2 2>/dev/null
             pf_stop "$dir"
             return 1
         fi
@@ -408,17 +399,6 @@ pf_stop() {
         return 1
     fi
     return 0
-}
-
-# pf_destroy DIR: pf_stop, then removes DIR, but only when DIR holds an
-# instance written by pf_setup. Meant for an EXIT trap; safe to repeat.
-pf_destroy() {
-    local dir
-    [ -n "${1:-}" ] || return 0
-    dir=$(pf__abs_dir "$1")
-    grep -qsF "$PF__MARK" "$dir/etc/main.cf" || return 0
-    pf_stop "$dir" || return 1
-    rm -rf -- "$dir"
 }
 
 # pf_sendmail_command DIR: prints the sendmail-compatible command line that
@@ -465,12 +445,6 @@ pf_wait_idle() {
     return 0
 }
 
-# pf_flush DIR: asks the instance to retry deferred mail now.
-pf_flush() {
-    pf__args $# 1 "pf_flush DIR" || return 1
-    postqueue -c "$(pf__abs_dir "$1")/etc" -f
-}
-
 # pf_mailbox_files DIR USER: lists the delivered message files of USER
 # (DIR/mail/USER/new and cur), oldest first, one path a line.
 pf_mailbox_files() {
@@ -493,43 +467,4 @@ pf_count() {
     else
         echo 0
     fi
-}
-
-# pf_log_tail DIR [LINES]: prints the last LINES (default 50) lines of the
-# instance's log.
-pf_log_tail() {
-    local dir
-    pf__args $# 1 "pf_log_tail DIR [LINES]" || return 1
-    dir=$(pf__abs_dir "$1")
-    [ -f "$dir/maillog" ] && tail -n "${2:-50}" "$dir/maillog"
-    return 0
-}
-
-# pf_wait_log DIR REGEX TIMEOUT: waits until the instance's log has a line
-# matching the extended REGEX; returns 1 after TIMEOUT seconds without one.
-pf_wait_log() {
-    local dir deadline
-    pf__args $# 3 "pf_wait_log DIR REGEX TIMEOUT" || return 1
-    dir=$(pf__abs_dir "$1")
-    deadline=$(( $(pf__now_us) + $(pf__seconds_to_us "${3:-10}") ))
-    until grep -Eq -- "$2" "$dir/maillog" 2>/dev/null; do
-        [ "$(pf__now_us)" -ge "$deadline" ] && return 1
-        sleep 0.1
-    done
-    return 0
-}
-
-# pf_free_port [LOW [HIGH]]: prints the first TCP port in LOW..HIGH
-# (default 2525..2599) nobody listens on; returns 1 when all are taken.
-pf_free_port() {
-    local p=${1:-2525} high=${2:-2599}
-    while [ "$p" -le "$high" ]; do
-        if ! pf__port_listening "$p"; then
-            printf '%s\n' "$p"
-            return 0
-        fi
-        p=$(( p + 1 ))
-    done
-    echo "pf_free_port: no free port in ${1:-2525}..$high" >&2
-    return 1
 }

@@ -98,7 +98,7 @@ printf 'load: delivered %d/%d, quarantined %d/%d, replaced %d/%d (%d with the te
 [ "$tempfails" -eq 0 ] || om_fail "$tempfails mails got a tempfail"
 [ "$reloads" -ge $(((total - 1) / 100)) ] || om_fail "only $reloads reloads"
 om_stop || om_fail "ovmilter did not stop cleanly"
-[ -z "$(ls -A "$work/spool")" ] || om_fail "spool not empty after the run"
+[ -z "$(ls "$work/spool" | grep -E "^(AF|DF)")" ] || om_fail "spool not empty after the run"
 
 # Baseline: the same mails through the same Postfix without the milter.
 pf_stop "$PF_DIR" && pf_setup "$PF_DIR" "$smtp_port" "" && pf_start "$PF_DIR" || om_fail "cannot restart postfix without the milter"
