@@ -167,8 +167,9 @@ TEST(MailCapture, StalePairsOfAnEarlierRunAreRemoved)
     spool.write("AFI1", "F<a@b>\n");
     spool.write("DFI1", "Subject: x\r\n\r\n");
     spool.write("AFO2", "F<a@b>\n");   // its data file never came
+    spool.write("DFO3", "Subj");        // cut off before its envelope
     spool.write("notes.txt", "kept");
-    EXPECT_EQ(remove_stale_pairs(spool.dir()), 2);
+    EXPECT_EQ(remove_stale_pairs(spool.dir()), 4);
     EXPECT_EQ(access(spool.path("DFI1").c_str(), F_OK), -1);
     EXPECT_EQ(BaseTempDir::read(spool.path("notes.txt")), "kept");
     EXPECT_EQ(remove_stale_pairs(spool.dir()), 0);
@@ -199,8 +200,13 @@ TEST(MailCapture, AddressesAndLineBreaks)
         EXPECT_EQ(strip_angle_brackets(row.first), row.second) << row.first;
     const std::pair<const char *, const char *> values[] = {
         {"one", "one"},         {"a\n\tb", "a\r\n\tb"},     {"a\r\n\tb", "a\r\n\tb"},
-        {"a\r\tb", "a\r\n\tb"}, {"a\n\n b", "a\r\n\r\n b"}, {"a\r\n\r\n b", "a\r\n\r\n b"},
-        {"end\n", "end\r\n"},
+        // Nothing in a value may start a header field the MTA did not see,
+        // nor end the header block early.
+        {"end\n", "end"}, {"end\r\n\r\n", "end"}, {"\n", ""},
+        {"a\r\tb", "a \tb"},
+        {"a\rContent-Type: text/plain", "a Content-Type: text/plain"},
+        {"a\nX-Forged: 1", "a\r\n X-Forged: 1"},
+        {"a\n\n b", "a\r\n \r\n b"},
     };
     for (const auto &row : values)
         EXPECT_EQ(crlf_line_breaks(row.first), row.second) << row.first;

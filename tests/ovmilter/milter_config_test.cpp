@@ -71,6 +71,7 @@ TEST(MilterConfig, ReadsTheKeysOfItsSection)
 
 TEST(MilterConfig, ErrorsNameTheBadKeyAndLeaveTheSettingsAlone)
 {
+    const std::string longReject = "[milter]\nRoot=/gw\nRejectText=" + std::string(901, 'x') + "\n";
     struct Row {
         const char *text; // null: no file at all
         const char *named;
@@ -89,6 +90,10 @@ TEST(MilterConfig, ErrorsNameTheBadKeyAndLeaveTheSettingsAlone)
         {"[milter]\nSpool=/var/spool/ovm\n", "Root"},
         {"[other]\nRoot=/gw\n", "Root"},
         {"[milter]\nRoot=/gw\nSpool=spool/ovm\n", "Spool"},
+        {"[milter]\nRoot=/gw\nSocket=unix:ovm.sock\n", "Socket"},
+        {"[milter]\nRoot=/gw\nSocketMode=0999\n", "SocketMode"},
+        {"[milter]\nRoot=/gw\nSocketMode=rw\n", "SocketMode"},
+        {longReject.c_str(), "RejectText"},
     };
     for (const Row &row : rows) {
         BaseTempDir dir;

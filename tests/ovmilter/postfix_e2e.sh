@@ -88,12 +88,37 @@ expect_count alice 1
 ls "$quarantine/Anti-Spam/Reload check/"* >/dev/null 2>&1 || om_fail "the reloaded rule did not act"
 echo "ok: SIGHUP reloaded the rules"
 
-# 6. SIGTERM ends the daemon cleanly and leaves the spool empty.
+# 6. SIGTERM while a message is on its way: the message is still judged and
+#    delivered, then the daemon ends cleanly and leaves the spool empty.
+smtp_reply() {   # the last line of the server's reply on fd 5
+  local line
+  while IFS= read -r -t 20 line <&5; do
+    case $line in [0-9][0-9][0-9]-*) ;; *) echo "${line%$'\r'}"; return 0 ;; esac
+  done
+  return 1
+}
+exec 5<>"/dev/tcp/127.0.0.1/$smtp_port"
+smtp_reply >/dev/null
+for command in "EHLO client.partner.example" "MAIL FROM:<sender@partner.example>" \
+               "RCPT TO:<alice@example.net>" "DATA"; do
+  printf '%s\r\n' "$command" >&5
+  smtp_reply >/dev/null || om_fail "no reply to $command"
+done
+printf 'From: sender@partner.example\r\nSubject: sent while stopping\r\n\r\nfirst line\r\n' >&5
+kill -TERM "$OM_PID"
+om_wait_for 1 'stopping' "$work/ovmilter.log" 10 || om_fail "no stop after SIGTERM"
+printf 'last line\r\n.\r\n' >&5
+reply=$(smtp_reply) || om_fail "no reply to the end of the message"
+printf 'QUIT\r\n' >&5
+exec 5>&-
+case $reply in 250*) ;; *) om_fail "the message sent while stopping got: $reply" ;; esac
 om_stop || om_fail "ovmilter did not stop cleanly"
+settle
+expect_count alice 2
 grep -q 'stopped' "$work/ovmilter.log" || om_fail "no stop line in the log"
 [ -z "$(ls "$work/spool" | grep -E "^(AF|DF)")" ] || om_fail "spool not empty: $(ls "$work/spool")"
 grep -q 'tempfail' "$work/ovmilter.log" && om_fail "a mail got a tempfail"
-echo "ok: SIGTERM stopped ovmilter, spool empty"
+echo "ok: SIGTERM let the open message finish, then stopped ovmilter; spool empty"
 
 # 7. Restarted with OnBlock=reject, a blocked mail is refused with the 5xx text.
 om_write_ini "$work/ovmilter.ini" "inet:$milter_port@127.0.0.1" "$root" "$work/spool" 2 \

@@ -38,10 +38,6 @@ TEST(Verdict, AnswerForEachResult)
             EXPECT_STREQ(verdict.word, row.word);
         }
     }
-    EXPECT_STREQ(reply_word(A), "accept");
-    EXPECT_STREQ(reply_word(D), "discard");
-    EXPECT_STREQ(reply_word(R), "reject");
-    EXPECT_STREQ(reply_word(T), "tempfail");
 }
 
 } // namespace

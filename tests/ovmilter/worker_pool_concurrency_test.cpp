@@ -109,4 +109,24 @@ TEST(WorkerPool, AThrowingJobFailsAloneAndThePoolGoesOn)
     EXPECT_EQ(ran, 80);
 }
 
+// A caller waiting for a slow job keeps doing its own small work meanwhile
+// (telling the MTA the mail is still being judged), on its own thread.
+TEST(WorkerPool, TheCallerKeepsBusyWhileItsJobRuns)
+{
+    WorkerPool pool(1);
+    std::atomic<bool> release{false};
+    const std::thread::id caller = std::this_thread::get_id();
+    int calls = 0;
+    bool onCaller = true;
+    EXPECT_TRUE(pool.run([&] { while (!release) std::this_thread::yield(); },
+                         [&] {
+                             onCaller = onCaller && std::this_thread::get_id() == caller;
+                             if (++calls == 3)
+                                 release = true;
+                         },
+                         std::chrono::milliseconds(1)));
+    EXPECT_EQ(calls, 3);
+    EXPECT_TRUE(onCaller);
+}
+
 } // namespace

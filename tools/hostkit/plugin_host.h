@@ -1,6 +1,6 @@
 // PluginHost: loads libov.so with dlopen and drives it through its exported
 // C entry points, exactly as a mail gateway does. Used by the ovctl commands
-// that act as a host (scan, spool, update).
+// that act as a host (scan, spool, update) and by ovmilter.
 //
 //   PluginHost host;
 //   if (!host.load(path, &error)) ...

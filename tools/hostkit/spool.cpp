@@ -32,6 +32,17 @@ std::string trim(const std::string &text)
     return text.substr(begin, end - begin + 1);
 }
 
+// A value on one envelope line: a line break in it would start another.
+std::string one_line(const std::string &value)
+{
+    std::string line = value;
+    for (char &c : line) {
+        if (c == '\r' || c == '\n')
+            c = ' ';
+    }
+    return line;
+}
+
 } // namespace
 
 std::string header_value(const std::string &message, const char *name)
@@ -145,12 +156,12 @@ MailEnvelope envelope_from_message(const std::string &message, time_t now)
 
 std::string format_envelope(const MailEnvelope &envelope)
 {
-    std::string text = "F<" + envelope.envelopeFrom + ">\n";
+    std::string text = "F<" + one_line(envelope.envelopeFrom) + ">\n";
     for (const std::string &recipient : envelope.recipients)
-        text += "T<" + recipient + ">\n";
+        text += "T<" + one_line(recipient) + ">\n";
     auto line = [&text](char letter, const std::string &value) {
         if (!value.empty())
-            text += letter + value + "\n";
+            text += letter + one_line(value) + "\n";
     };
     line('O', envelope.from);
     line('D', envelope.to);

@@ -1,5 +1,6 @@
 #include "tools/ovmilter/mail_capture.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <strings.h>
 #include <sys/file.h>
@@ -64,11 +65,17 @@ bool lock_spool(const std::string &spool, std::string *error)
 int remove_stale_pairs(const std::string &spool)
 {
     int removed = 0;
-    for (const SpoolPair &pair : list_spool_pairs(spool)) {
-        std::remove(pair.dfPath.c_str());
-        if (std::remove(pair.afPath.c_str()) == 0)
+    DIR *directory = opendir(spool.c_str());
+    if (!directory)
+        return 0;
+    while (dirent *entry = readdir(directory)) {
+        std::string name = entry->d_name;
+        bool pairFile = name.size() > 2 && (name.compare(0, 2, "AF") == 0 ||
+                                            name.compare(0, 2, "DF") == 0);
+        if (pairFile && std::remove((spool + "/" + name).c_str()) == 0)
             ++removed;
     }
+    closedir(directory);
     return removed;
 }
 
@@ -95,15 +102,25 @@ std::string strip_angle_brackets(const std::string &address)
 
 std::string crlf_line_breaks(const std::string &value)
 {
+    // Line breaks at the end would leave an empty line: the end of the
+    // header block, with the fields after it taken for the body.
+    size_t length = value.find_last_not_of("\r\n");
+    length = length == std::string::npos ? 0 : length + 1;
     std::string text;
-    text.reserve(value.size());
-    for (size_t i = 0; i < value.size(); ++i) {
-        if (value[i] == '\r' && i + 1 < value.size() && value[i + 1] == '\n')
+    text.reserve(length);
+    for (size_t i = 0; i < length; ++i) {
+        char c = value[i];
+        if (c == '\r' && i + 1 < length && value[i + 1] == '\n')
             continue;   // the LF that follows writes the pair
-        if (value[i] == '\n' || value[i] == '\r')
+        if (c == '\n') {
             text += "\r\n";
-        else
-            text += value[i];
+            // A line that does not start with a blank would begin a header
+            // field of its own, one the MTA never saw.
+            if (value[i + 1] != ' ' && value[i + 1] != '\t')
+                text += ' ';
+        } else {
+            text += c == '\r' ? ' ' : c;   // a bare CR breaks no line
+        }
     }
     return text;
 }
@@ -119,7 +136,7 @@ std::unique_ptr<MailCapture> MailCapture::start(const std::string &spool, const 
     mail->m_pair.dfPath = spool + "/DF" + direction + id;
     mail->m_envelope.envelopeFrom = strip_angle_brackets(sender);
     mail->m_envelope.receivedTime = static_cast<long>(received);
-    mail->m_data = std::fopen(mail->m_pair.dfPath.c_str(), "wbx");
+    mail->m_data = std::fopen(mail->m_pair.dfPath.c_str(), "wbxe");
     if (!mail->m_data) {
         *error = io_error(mail->m_pair.dfPath);
         mail->m_pair = SpoolPair{};   // not ours: the destructor must leave them alone

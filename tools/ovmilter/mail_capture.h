@@ -70,8 +70,9 @@ private:
 // with a reason when another one holds it.
 bool lock_spool(const std::string &spool, std::string *error);
 
-// Removes the pairs a previous run left in the spool (it ended before it
-// answered those mails, so their senders still hold them); how many.
+// Removes the AF and DF files a previous run left in the spool (it ended
+// before it answered those mails, so their senders still hold them); how
+// many files went.
 int remove_stale_pairs(const std::string &spool);
 
 // A name for a new pair, unique within this host: time, process and a counter.
@@ -80,5 +81,7 @@ std::string make_spool_id();
 // "<a@b>" -> "a@b"; other text unchanged but for surrounding blanks.
 std::string strip_angle_brackets(const std::string &address);
 
-// Line breaks of a header value as the MTA passed it (LF or CRLF) made CRLF.
+// A header value as the MTA passed it, made fit for the data file: LF and
+// CRLF become CRLF followed by a blank (a folded line), a bare CR a blank,
+// and line breaks at the end go.
 std::string crlf_line_breaks(const std::string &value);

@@ -2,7 +2,8 @@
 
 #include <cstring>
 
-MailOutcome MailJudge::judge(const MailCapture &mail) const
+MailOutcome MailJudge::judge(const MailCapture &mail,
+                             const std::function<void()> &whileWaiting) const
 {
     MailOutcome outcome;
     ZWHostCall call{};
@@ -14,7 +15,7 @@ MailOutcome MailJudge::judge(const MailCapture &mail) const
     }
     std::memcpy(call.af_path, afPath.c_str(), afPath.size() + 1);
 
-    bool ran = m_pool.run([&] { outcome.code = m_process(&call, &outcome.result); });
+    bool ran = m_pool.run([&] { outcome.code = m_process(&call, &outcome.result); }, whileWaiting);
     if (!ran) {
         outcome.error = "the plug-in is stopping or failed";
         return outcome;

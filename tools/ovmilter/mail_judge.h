@@ -5,7 +5,7 @@
 //
 //   MailJudge judge(pool, [&](ZWHostCall *c, ZWMailResult *r) { return host.process(c, r); },
 //                   ovmilter_enque_mail, config.onBlock);
-//   MailOutcome outcome = judge.judge(*capture);   // capture already finished
+//   MailOutcome outcome = judge.judge(*capture, [&] { smfi_progress(context); });
 #pragma once
 
 #include <functional>
@@ -36,7 +36,8 @@ public:
     {
     }
 
-    MailOutcome judge(const MailCapture &mail) const;
+    // `whileWaiting` runs every few seconds until the plug-in has answered.
+    MailOutcome judge(const MailCapture &mail, const std::function<void()> &whileWaiting = {}) const;
 
 private:
     WorkerPool &m_pool;

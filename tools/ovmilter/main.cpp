@@ -13,6 +13,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <climits>
 #include <cstdio>
@@ -118,12 +119,32 @@ void reload(const PluginHost &plugin, const MilterConfig &config)
 {
     std::string error;
     int code = reload_settings(plugin, config.root, &error);
-    if (code == 1)
-        milter_log(LOG_ERR, "reload refused, old settings stay in force: %s", error.c_str());
-    else if (code != 0)
-        milter_log(LOG_ERR, "reload failed: %s", describe_plugin_code(code).c_str());
-    else
+    if (code == 0) {
         milter_log(LOG_INFO, "settings reloaded from %s", program_directory(config.root).c_str());
+    } else if (code == 1) {
+        milter_log(LOG_ERR, "reload refused, old settings stay in force: %s", error.c_str());
+    } else if (code == -10 || code == -7) {
+        // The plug-in now holds every mail for good; the MTA defers mail
+        // while the filter is away, so end here rather than let mail hang.
+        milter_log(LOG_CRIT, "reload failed: %s; the plug-in takes no more mail, stopping",
+                   describe_plugin_code(code).c_str());
+        if (!config.pidFile.empty())
+            std::remove(config.pidFile.c_str());
+        _exit(1);
+    } else {
+        milter_log(LOG_ERR, "reload failed: %s", describe_plugin_code(code).c_str());
+    }
+}
+
+// Stops taking new mail, lets the open messages finish (libmilter serves
+// sessions only while its loop runs), then ends the loop.
+void drain_and_stop()
+{
+    milter_log(LOG_INFO, "stopping: no new mail, finishing the mails in flight");
+    stop_taking_mail();
+    if (!wait_for_open_messages(kDrainSeconds))
+        milter_log(LOG_WARNING, "mails still open after %d s; they get a tempfail", kDrainSeconds);
+    smfi_stop();
 }
 
 } // namespace
@@ -180,20 +201,21 @@ int main(int argc, char **argv)
                config.workers);
     start.ready();
 
-    std::thread milter([&relay] {
-        int rc = smfi_main();
-        milter_log(rc == MI_SUCCESS ? LOG_INFO : LOG_ERR, "milter loop ended (%s)",
-                   rc == MI_SUCCESS ? "ok" : "failure");
+    std::atomic<int> milterResult{MI_SUCCESS};
+    std::thread milter([&relay, &milterResult] {
+        milterResult = smfi_main();
         relay.post(SignalRelay::MilterEnded);
     });
+    bool stopAsked = false;
     for (bool running = true; running;) {
         switch (relay.wait()) {
         case SignalRelay::Reload:
             reload(plugin, config);
             break;
         case SignalRelay::Stop:
-            milter_log(LOG_INFO, "stopping: no new mail, finishing the mails in flight");
-            smfi_stop();
+            if (!stopAsked)
+                drain_and_stop();
+            stopAsked = true;
             break;
         case SignalRelay::MilterEnded:
             running = false;
@@ -201,13 +223,22 @@ int main(int argc, char **argv)
         }
     }
     milter.join();
-    if (!wait_for_mails_in_flight(kDrainSeconds))
-        milter_log(LOG_WARNING, "mails still in flight after %d s; they get a tempfail",
-                   kDrainSeconds);
+    bool clean = stopAsked && milterResult == MI_SUCCESS;
+    if (!clean)
+        milter_log(LOG_ERR, "the milter loop ended on its own (%s); stopping",
+                   milterResult == MI_SUCCESS ? "a signal reached libmilter" : "failure");
+    stop_taking_mail();
+    if (!wait_for_open_messages(0)) {
+        // libmilter serves no session once its loop has ended, so an open
+        // message never finishes, and its callback may still use what main
+        // owns. Its session ends with the process; the MTA keeps the mail.
+        milter_log(LOG_ERR, "mails still open; exiting without stopping the plug-in");
+        _exit(1);
+    }
     workers.stop();
     plugin.cleanup();
     if (!config.pidFile.empty())
         std::remove(config.pidFile.c_str());
     milter_log(LOG_INFO, "stopped");
-    return 0;
+    return clean ? 0 : 1;
 }

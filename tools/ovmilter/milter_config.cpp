@@ -21,6 +21,7 @@ std::string unix_socket_path(const std::string &socket)
 namespace {
 
 const char kSection[] = "milter";
+const size_t kMaxReplyText = 900;
 
 std::string trim(const std::string &text)
 {
@@ -98,6 +99,11 @@ bool load_milter_config(const std::string &path, MilterConfig *config, std::stri
     read.localDomains = split_list(lower(read_key(path, "LocalDomains", "")), ',');
     read.localNetworks = split_list(read_key(path, "LocalNetworks", ""), ',');
     read.rejectText = read_key(path, "RejectText", read.rejectText);
+    if (read.rejectText.size() > kMaxReplyText) {
+        *error = path + ": RejectText is longer than " + std::to_string(kMaxReplyText) +
+                 " characters, more than an SMTP reply line holds";
+        return false;
+    }
     read.pidFile = read_key(path, "PidFile", "");
     read.verdictHeader = lower(read_key(path, "VerdictHeader", "no")) == "yes";
 

@@ -7,8 +7,11 @@
 //
 //   MilterSetup setup{&config, &direction, &judge};
 //   if (!register_milter(setup, &error)) ...   // before smfi_main()
-//   smfi_main();
-//   wait_for_mails_in_flight(60);            // after it returned
+//   smfi_main();                    // in its own thread; to stop:
+//   stop_taking_mail();             // new messages get a tempfail
+//   wait_for_open_messages(60);     // libmilter serves sessions only while
+//   smfi_stop();                    // its loop runs, so drain first
+//   if (wait_for_open_messages(0)) ...the setup may go now...
 #pragma once
 
 #include <string>
@@ -27,6 +30,10 @@ struct MilterSetup {
 // setup must outlive smfi_main().
 bool register_milter(const MilterSetup &setup, std::string *error);
 
-// Waits until no message is between its end and its answer, at most
-// `seconds`; false when some still are.
-bool wait_for_mails_in_flight(int seconds);
+// From now on a new message gets a tempfail; the ones already open go on.
+void stop_taking_mail();
+
+// Waits until no message is open (between MAIL FROM and its answer), at
+// most `seconds`. True means no callback will use the setup any more; false
+// that some message still may.
+bool wait_for_open_messages(int seconds);

@@ -5,7 +5,11 @@
 // signals blocked, and only the main thread unblocks them, with handlers
 // that write one byte into a pipe. Linux offers a signal sent to the process
 // first to its main thread when that thread does not block it, so the main
-// thread gets them and libmilter's thread does not.
+// thread gets them and libmilter's thread does not. The one exception: a
+// second, different signal that arrives while the main thread has the first
+// pending and has not run yet may go to libmilter, which then ends its loop;
+// the daemon notices the loop ended unasked, finishes the open mails and
+// exits with status 1.
 //
 //   SignalRelay::block_in_this_thread();     // first thing, before any thread
 //   ... start threads ...

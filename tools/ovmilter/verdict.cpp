@@ -33,14 +33,3 @@ MilterVerdict decide_verdict(int code, const ZWMailResult &result, BlockReply on
     }
     return verdict;
 }
-
-const char *reply_word(MilterReply reply)
-{
-    switch (reply) {
-    case MilterReply::Accept: return "accept";
-    case MilterReply::Discard: return "discard";
-    case MilterReply::Reject: return "reject";
-    case MilterReply::Tempfail: return "tempfail";
-    }
-    return "tempfail";
-}

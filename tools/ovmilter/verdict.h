@@ -3,8 +3,9 @@
 //   result of ZWEmailPluginProcess        answer
 //   negative (file, preparation errors)   tempfail: the sender retries
 //   2, blocked, or action 1-3             discard or reject (OnBlock); the
-//                                         plug-in already kept the copy it
-//                                         was asked to quarantine or archive
+//                                         plug-in has made the quarantine or
+//                                         archive copy it was told to make
+//                                         (a failed copy is in its event log)
 //   action 4 (attachments replaced)       accept with the rewritten body
 //   anything else                         accept unchanged
 #pragma once
@@ -23,5 +24,3 @@ struct MilterVerdict {
 };
 
 MilterVerdict decide_verdict(int code, const ZWMailResult &result, BlockReply onBlock);
-
-const char *reply_word(MilterReply reply);

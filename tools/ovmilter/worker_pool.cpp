@@ -18,7 +18,8 @@ WorkerPool::~WorkerPool()
     stop();
 }
 
-bool WorkerPool::run(const std::function<void()> &job)
+bool WorkerPool::run(const std::function<void()> &job, const std::function<void()> &whileWaiting,
+                     std::chrono::milliseconds interval)
 {
     Job entry;
     entry.task = &job;
@@ -27,7 +28,16 @@ bool WorkerPool::run(const std::function<void()> &job)
         return false;
     m_queue.push_back(&entry);
     m_wake.notify_one();
-    entry.finished.wait(lock, [&entry] { return entry.done; });
+    auto done = [&entry] { return entry.done; };
+    while (!done()) {
+        if (!whileWaiting) {
+            entry.finished.wait(lock, done);
+        } else if (!entry.finished.wait_for(lock, interval, done)) {
+            lock.unlock();
+            whileWaiting();
+            lock.lock();
+        }
+    }
     return !entry.failed;
 }
 
