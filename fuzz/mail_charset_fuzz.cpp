@@ -7,23 +7,10 @@
 #include <cstring>
 #include <string>
 
+#include "fuzz_buffers.h"
 #include "mail/charset.h"
 
 namespace {
-
-void Check(bool ok)
-{
-    if (!ok)
-        std::abort();
-}
-
-std::string Take(char *p)
-{
-    Check(p != nullptr);
-    std::string s = p;
-    std::free(p);
-    return s;
-}
 
 bool SevenBit(const std::string &s)
 {
@@ -45,32 +32,32 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *bytes, size_t size)
     _language = selector & 3;
     const int target = (selector >> 2) & 7;   // 0 to 7: 6 and 7 are not codes
     const int code = AutoDetect(t);
-    Check(code >= 0 && code <= 6);
+    fuzz_check(code >= 0 && code <= 6);
     switch (selector >> 5) {
     case 0:
-        Take(fromANY(t, target));
+        fuzz_take(fromANY(t, target));
         break;
     case 1:
-        Take(fromANYEx(t, target, _language));
+        fuzz_take(fromANYEx(t, target, _language));
         break;
     case 2:
-        Check(SevenBit(Take(toJIS(t, CHARSET_SJIS))));
-        Check(SevenBit(Take(toJIS(t, CHARSET_EUC))));
+        fuzz_check(SevenBit(fuzz_take(toJIS(t, CHARSET_SJIS))));
+        fuzz_check(SevenBit(fuzz_take(toJIS(t, CHARSET_EUC))));
         break;
     case 3:
-        Check(SevenBit(Take(toCNforPRC(t))));
-        Check(SevenBit(Take(toCNforTWN(t))));
+        fuzz_check(SevenBit(fuzz_take(toCNforPRC(t))));
+        fuzz_check(SevenBit(fuzz_take(toCNforTWN(t))));
         break;
     case 4:
-        Take(fromJISEx(t, target, selector & 1));
-        Take(fromISO2022(t, CHARSET_SJIS));
+        fuzz_take(fromJISEx(t, target, selector & 1));
+        fuzz_take(fromISO2022(t, CHARSET_SJIS));
         break;
     case 5:
-        Take(toKNJ(t, target));
-        Take(fromKNJ(t, target));
+        fuzz_take(toKNJ(t, target));
+        fuzz_take(fromKNJ(t, target));
         break;
     default:
-        Take(toISO2022(t, target, _language));
+        fuzz_take(toISO2022(t, target, _language));
         break;
     }
     return 0;

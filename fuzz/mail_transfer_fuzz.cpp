@@ -5,22 +5,17 @@
 #include <cstring>
 #include <string>
 
+#include "fuzz_buffers.h"
 #include "mail/decode_master.h"
 #include "mail/transfer_codecs.h"
 
 namespace {
 
-void Check(bool ok)
-{
-    if (!ok)
-        std::abort();
-}
-
 void FreeChecked(char *p, int n)
 {
-    Check(p == nullptr ? n == 0 : n >= 0);
+    fuzz_check(p == nullptr ? n == 0 : n >= 0);
     if (p)
-        Check(p[n] == '\0');
+        fuzz_check(p[n] == '\0');
     std::free(p);
 }
 
@@ -29,22 +24,22 @@ void RoundTrips(const std::string &data)
     const int len = static_cast<int>(data.size());
     int n = 0;
     char *b64 = to_base64(data.data(), len, &n);
-    Check(b64 != nullptr);
+    fuzz_check(b64 != nullptr);
     int m = 0;
     char *back = from_base64(b64, n, &m);
-    Check(back && std::string(back, static_cast<size_t>(m)) == data);
+    fuzz_check(back && std::string(back, static_cast<size_t>(m)) == data);
     std::free(back);
     CDecodeMaster dm;
     back = dm.from_base64(b64, n, &m);
-    Check(back && std::string(back, static_cast<size_t>(m)) == data);
+    fuzz_check(back && std::string(back, static_cast<size_t>(m)) == data);
     std::free(back);
     std::free(b64);
 
     const std::string text = data.substr(0, data.find('\0'));
     char *qp = to_qprint(text.data(), static_cast<int>(text.size()), &n);
-    Check(qp != nullptr);
+    fuzz_check(qp != nullptr);
     back = from_qprint(qp, n, &m);
-    Check(back && std::string(back, static_cast<size_t>(m)) == text);
+    fuzz_check(back && std::string(back, static_cast<size_t>(m)) == text);
     std::free(back);
     std::free(qp);
 }

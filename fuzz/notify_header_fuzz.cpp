@@ -2,8 +2,6 @@
 // cut from a blocked mail (header lines, encoded words decoded for the host
 // language) and the conversion of header values and body texts. The first
 // byte picks the host language and code; the rest is the blocked mail.
-#include <unistd.h>
-
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -12,23 +10,9 @@
 #include "mail/charset.h"
 #include "notify/notify_attachment.h"
 #include "notify/notify_text.h"
+#include "fuzz_files.h"
 
 namespace {
-
-// A file name that lives as long as the object.
-struct TempFile {
-    TempFile()
-    {
-        const char *dir = std::getenv("TMPDIR");
-        std::snprintf(path, sizeof path, "%s/ov_notify_fuzz_XXXXXX", dir ? dir : "/tmp");
-        int fd = mkstemp(path);
-        if (fd < 0)
-            std::abort();
-        close(fd);
-    }
-    ~TempFile() { unlink(path); }
-    char path[512];
-};
 
 std::string read_all(FILE *file)
 {
@@ -51,11 +35,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     _kanji = (data[0] >> 2) & 1 ? CHARSET_SJIS : CHARSET_EUC;
     const std::string mail(reinterpret_cast<const char *>(data) + 1, size - 1);
 
-    TempFile blocked;
-    if (FILE *in = std::fopen(blocked.path, "wb")) {
-        std::fwrite(mail.data(), 1, mail.size(), in);
-        std::fclose(in);
-    }
+    FuzzTempFile blocked("notify");
+    fuzz_write_file(blocked.path, mail.data(), mail.size());
     FILE *out = std::tmpfile();
     if (!out)
         return 0;

@@ -15,28 +15,12 @@
 
 namespace {
 
-const char kMessage[] =
-    "Received: from relay.example.org by mx.example.net\r\n"
-    "Subject: figures\r\n"
-    "Content-Type: multipart/mixed; boundary=\"B\"\r\n"
-    "\r\n"
-    "--B\r\n"
-    "Content-Type: text/plain\r\n"
-    "\r\n"
-    "text\r\n"
-    "--B\r\n"
-    "Content-Type: application/octet-stream; name=\"tool.exe\"\r\n"
-    "Content-Transfer-Encoding: base64\r\n"
-    "\r\n"
-    "TVqQAAMAAAAEAAAA\r\n"
-    "--B--\r\n";
-
 TEST(RulesConcurrency, ScansWhileReloading)
 {
     RulesTempDir dir;
     const std::string af = dir.file("AFI0001"), df = dir.file("DFI0001");
     rules_write_file(af, "Sfigures\nOa@example.org\n");
-    rules_write_file(df, kMessage);
+    rules_write_file(df, kRulesExeMail);
     const std::string first = dir.file("first.txt"), second = dir.file("second.txt");
     rules_write_file(first, "a\\C\\DOM=\"mx.example.net\"\\QUAR\n");
     rules_write_file(second, "b\\C\\SIZE>-1\\DEL\nc\\C\\SIZE>-1\\DEL\n");

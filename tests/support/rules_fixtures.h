@@ -89,3 +89,21 @@ inline void rules_set_users(CMailInfo &info, const char *from, const char *to,
         *field.view = field.text->c_str();
     }
 }
+
+// A mail relayed by mx.example.net, subject "figures", with a text part and
+// the attachment tool.exe (base64).
+inline const char kRulesExeMail[] =
+    "Received: from relay.example.org\r\n\tby mx.example.net\r\n"
+    "Subject: figures\r\n"
+    "Content-Type: multipart/mixed; boundary=\"B\"\r\n"
+    "\r\n"
+    "--B\r\n"
+    "Content-Type: text/plain\r\n"
+    "\r\n"
+    "text\r\n"
+    "--B\r\n"
+    "Content-Type: application/octet-stream; name=\"tool.exe\"\r\n"
+    "Content-Transfer-Encoding: base64\r\n"
+    "\r\n"
+    "TVqQAAMAAAAEAAAA\r\n"
+    "--B--\r\n";

@@ -21,13 +21,22 @@ inline std::string ovctl_shell_quote(const std::string &word)
     return text + "'";
 }
 
-// mergeStderr: standard error joins the output; otherwise it is discarded.
-inline OvctlRun run_ovctl(const std::vector<std::string> &words, bool mergeStderr = true)
+struct OvctlOptions {
+    bool mergeStderr = true;   // standard error joins the output, else it is dropped
+    std::string stdinFile;     // standard input; empty: /dev/null
+    std::string workDir;       // where ovctl runs; empty: here
+};
+
+inline OvctlRun run_ovctl(const std::vector<std::string> &words, const OvctlOptions &options)
 {
     std::string command = ovctl_shell_quote(OV_OVCTL_PATH);
     for (const std::string &word : words)
         command += " " + ovctl_shell_quote(word);
-    command += mergeStderr ? " 2>&1 </dev/null" : " 2>/dev/null </dev/null";
+    command += options.mergeStderr ? " 2>&1" : " 2>/dev/null";
+    command += " <" + (options.stdinFile.empty() ? std::string("/dev/null")
+                                                 : ovctl_shell_quote(options.stdinFile));
+    if (!options.workDir.empty())
+        command = "cd " + ovctl_shell_quote(options.workDir) + " && " + command;
     OvctlRun run;
     FILE *pipe = popen(command.c_str(), "r");
     if (!pipe)
@@ -39,4 +48,27 @@ inline OvctlRun run_ovctl(const std::vector<std::string> &words, bool mergeStder
     int status = pclose(pipe);
     run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     return run;
+}
+
+inline OvctlRun run_ovctl(const std::vector<std::string> &words, bool mergeStderr = true)
+{
+    OvctlOptions options;
+    options.mergeStderr = mergeStderr;
+    return run_ovctl(words, options);
+}
+
+// The words of a command line written with single blanks between them.
+inline std::vector<std::string> ovctl_words(const std::string &line)
+{
+    std::vector<std::string> words;
+    size_t start = 0;
+    while (start < line.size()) {
+        size_t end = line.find(' ', start);
+        if (end == std::string::npos)
+            end = line.size();
+        if (end > start)
+            words.push_back(line.substr(start, end - start));
+        start = end + 1;
+    }
+    return words;
 }

@@ -1,9 +1,6 @@
 // ovctl decode / encode / charset / header-decode on generated files: the
 // bytes of the decoders and converters, the exit codes, and the host
 // language option.
-#include <sys/wait.h>
-
-#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -18,23 +15,10 @@ namespace {
 // when one is given (the commands read "-" or no FILE from it).
 OvctlRun Ovctl(const std::vector<std::string> &words, const std::string &stdinFile = "")
 {
-    if (stdinFile.empty())
-        return run_ovctl(words, false);
-    std::string command = ovctl_shell_quote(OV_OVCTL_PATH);
-    for (const std::string &word : words)
-        command += " " + ovctl_shell_quote(word);
-    command += " 2>/dev/null <" + ovctl_shell_quote(stdinFile);
-    OvctlRun run;
-    FILE *pipe = popen(command.c_str(), "r");
-    if (!pipe)
-        return run;
-    char block[4096];
-    size_t got;
-    while ((got = fread(block, 1, sizeof block, pipe)) > 0)
-        run.output.append(block, got);
-    const int status = pclose(pipe);
-    run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return run;
+    OvctlOptions options;
+    options.mergeStderr = false;
+    options.stdinFile = stdinFile;
+    return run_ovctl(words, options);
 }
 
 TEST(CodecCommands, DecodeEncodeAndConvert)

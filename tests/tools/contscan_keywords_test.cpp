@@ -1,37 +1,20 @@
 // ovctl keywords: verdict lines, --explain, exit codes.
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
-
-#include <cstdio>
 #include <string>
 
 #include "support/base_temp_dir.h"
+#include "support/tools_ovctl.h"
 
 namespace
 {
 
-struct OvctlRun {
-    int status;
-    std::string output;
-};
-
-// Runs ovctl in dir with the words (shell-quoted by the caller), stderr into
-// the output too.
-OvctlRun Ovctl(const std::string &dir, const std::string &words)
+// Runs ovctl in dir with the words of a command line, stderr into the output.
+OvctlRun Ovctl(const std::string &dir, const std::string &line)
 {
-    std::string command = "cd '" + dir + "' && '" OV_OVCTL_PATH "' " + words + " 2>&1";
-    FILE *pipe = popen(command.c_str(), "r");
-    OvctlRun run{-1, ""};
-    if (!pipe)
-        return run;
-    char buffer[4096];
-    size_t got;
-    while ((got = std::fread(buffer, 1, sizeof buffer, pipe)) > 0)
-        run.output.append(buffer, got);
-    int status = pclose(pipe);
-    run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return run;
+    OvctlOptions options;
+    options.workDir = dir;
+    return run_ovctl(ovctl_words(line), options);
 }
 
 class OvctlKeywordsTest : public ::testing::Test

@@ -12,22 +12,6 @@
 
 namespace {
 
-const char kMessage[] =
-    "Received: from relay.example.org\r\n\tby mx.example.net\r\n"
-    "Subject: figures\r\n"
-    "Content-Type: multipart/mixed; boundary=\"B\"\r\n"
-    "\r\n"
-    "--B\r\n"
-    "Content-Type: text/plain\r\n"
-    "\r\n"
-    "text\r\n"
-    "--B\r\n"
-    "Content-Type: application/octet-stream; name=\"tool.exe\"\r\n"
-    "Content-Transfer-Encoding: base64\r\n"
-    "\r\n"
-    "TVqQAAMAAAAEAAAA\r\n"
-    "--B--\r\n";
-
 TEST(OvctlRules, CheckReportsEachRejectedLine)
 {
     RulesTempDir dir;
@@ -71,7 +55,7 @@ TEST(OvctlRules, ScanPrintsTheVerdictAndThePicks)
     RulesTempDir dir;
     const std::string af = dir.file("AFO0001"), df = dir.file("DFO0001");
     rules_write_file(af, "Sfigures\nOa@example.org\n");
-    rules_write_file(df, kMessage);
+    rules_write_file(df, kRulesExeMail);
     rules_write_file(dir.file("rules.txt"), "in\\A\\SIZE>0\\DEL\nrelay\\B\\DOM=\"mx.example.net\"\\ARCH\n");
     rules_write_file(dir.file("none.txt"), "x\\C\\SUBJ=\"other\"\\DEL\n");
     rules_write_file(dir.file("SFRule.txt"), "<RULE NAME>exe</RULE NAME><MAIL TYPE>C</MAIL TYPE>"
