@@ -6,14 +6,9 @@
 #include <cstdlib>
 #include <cstring>
 
-namespace {
+#include "base/ov_string.h"
 
-std::string lower(std::string text)
-{
-    for (char &c : text)
-        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return text;
-}
+namespace {
 
 // Parses an address into 16 bytes; the family, or 0 when it is no address.
 int parse_address(const std::string &text, std::array<uint8_t, 16> *bytes)
@@ -45,7 +40,7 @@ bool MailDirection::configure(const std::vector<std::string> &domains,
 {
     m_domains.clear();
     for (const std::string &domain : domains) {
-        std::string name = lower(domain);
+        std::string name = t_string(domain).make_lower();
         while (!name.empty() && (name[0] == '@' || name[0] == '.'))
             name.erase(0, 1);
         if (!name.empty())
@@ -82,7 +77,7 @@ bool MailDirection::is_outbound(const std::string &sender, const std::string &cl
 
 bool MailDirection::sender_is_local(const std::string &sender) const
 {
-    std::string address = lower(sender);
+    std::string address = t_string(sender).make_lower();
     if (!address.empty() && address.front() == '<')
         address.erase(0, 1);
     if (!address.empty() && address.back() == '>')

@@ -10,6 +10,8 @@
 #include <cerrno>
 #include <cstring>
 
+#include "base/ov_string.h"
+
 namespace {
 
 std::string io_error(const std::string &path)
@@ -37,9 +39,8 @@ std::string first_header_line(const std::vector<HeaderField> &headers, const cha
                 line += c;
             }
         }
-        size_t begin = line.find_first_not_of(" \t");
-        size_t end = line.find_last_not_of(" \t");
-        return begin == std::string::npos ? "" : line.substr(begin, end - begin + 1);
+        t_string trimmed = line;
+        return trimmed.trim_left(" \t").trim_right(" \t");
     }
     return "";
 }
@@ -90,11 +91,8 @@ std::string make_spool_id()
 
 std::string strip_angle_brackets(const std::string &address)
 {
-    size_t begin = address.find_first_not_of(" \t");
-    if (begin == std::string::npos)
-        return "";
-    size_t end = address.find_last_not_of(" \t");
-    std::string bare = address.substr(begin, end - begin + 1);
+    t_string bare = address;
+    bare.trim_left(" \t").trim_right(" \t");
     if (bare.size() >= 2 && bare.front() == '<' && bare.back() == '>')
         bare = bare.substr(1, bare.size() - 2);
     return bare;

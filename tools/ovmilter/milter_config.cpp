@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "base/ov_string.h"
 #include "base/profile.h"
 
 std::string unix_socket_path(const std::string &socket)
@@ -23,27 +24,11 @@ namespace {
 const char kSection[] = "milter";
 const size_t kMaxReplyText = 900;
 
-std::string trim(const std::string &text)
-{
-    size_t begin = text.find_first_not_of(" \t");
-    if (begin == std::string::npos)
-        return "";
-    size_t end = text.find_last_not_of(" \t");
-    return text.substr(begin, end - begin + 1);
-}
-
 std::string read_key(const std::string &path, const char *key, const std::string &fallback)
 {
     char buffer[4096];
     GetPrivateProfileString(kSection, key, fallback.c_str(), buffer, sizeof buffer, path.c_str());
-    return trim(buffer);
-}
-
-std::string lower(std::string text)
-{
-    for (char &c : text)
-        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return text;
+    return t_string(buffer).trim_left(" \t").trim_right(" \t");
 }
 
 bool socket_is_valid(const std::string &socket)
@@ -76,7 +61,8 @@ std::vector<std::string> split_list(const std::string &text, char separator)
         size_t end = text.find(separator, start);
         if (end == std::string::npos)
             end = text.size();
-        std::string piece = trim(text.substr(start, end - start));
+        t_string piece = text.substr(start, end - start);
+        piece.trim_left(" \t").trim_right(" \t");
         if (!piece.empty())
             pieces.push_back(piece);
         start = end + 1;
@@ -96,7 +82,7 @@ bool load_milter_config(const std::string &path, MilterConfig *config, std::stri
     read.plugin = read_key(path, "Plugin", "");
     read.root = read_key(path, "Root", "");
     read.spool = read_key(path, "Spool", read.spool);
-    read.localDomains = split_list(lower(read_key(path, "LocalDomains", "")), ',');
+    read.localDomains = split_list(t_string(read_key(path, "LocalDomains", "")).make_lower(), ',');
     read.localNetworks = split_list(read_key(path, "LocalNetworks", ""), ',');
     read.rejectText = read_key(path, "RejectText", read.rejectText);
     if (read.rejectText.size() > kMaxReplyText) {
@@ -105,9 +91,9 @@ bool load_milter_config(const std::string &path, MilterConfig *config, std::stri
         return false;
     }
     read.pidFile = read_key(path, "PidFile", "");
-    read.verdictHeader = lower(read_key(path, "VerdictHeader", "no")) == "yes";
+    read.verdictHeader = t_string(read_key(path, "VerdictHeader", "no")).make_lower() == "yes";
 
-    std::string onBlock = lower(read_key(path, "OnBlock", "discard"));
+    std::string onBlock = t_string(read_key(path, "OnBlock", "discard")).make_lower();
     if (onBlock == "discard") {
         read.onBlock = BlockReply::Discard;
     } else if (onBlock == "reject") {

@@ -6,6 +6,8 @@
 #include <fstream>
 #include <sstream>
 
+#include "base/ov_string.h"
+
 namespace {
 
 std::string without_leading_blanks(const std::string &value)
@@ -14,20 +16,13 @@ std::string without_leading_blanks(const std::string &value)
     return begin == std::string::npos ? "" : value.substr(begin);
 }
 
-std::string lower(std::string text)
-{
-    for (char &c : text)
-        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return text;
-}
-
 // The header fields of one name (given in lower case), in order of appearance.
 std::vector<const HeaderField *> fields_named(const std::vector<HeaderField> &headers,
                                               const std::string &name)
 {
     std::vector<const HeaderField *> fields;
     for (const HeaderField &header : headers) {
-        if (lower(header.name) == name)
+        if (t_string(header.name).make_lower() == name)
             fields.push_back(&header);
     }
     return fields;
@@ -85,8 +80,9 @@ std::vector<HeaderEdit> header_edits(const std::vector<HeaderField> &before,
     std::vector<std::string> names;
     for (const auto *list : {&before, &after}) {
         for (const HeaderField &header : *list) {
-            if (std::find(names.begin(), names.end(), lower(header.name)) == names.end())
-                names.push_back(lower(header.name));
+            std::string name = t_string(header.name).make_lower();
+            if (std::find(names.begin(), names.end(), name) == names.end())
+                names.push_back(name);
         }
     }
     std::vector<HeaderEdit> changes, removals, additions;
