@@ -60,8 +60,27 @@ typedef struct ZWMailResult {
     int32_t action;
 } ZWMailResult;
 
+/* Faults of one mail, the bits of OVMailReport.faults. A host that sees
+ * OV_FAULT_COPY, OV_FAULT_REPLACE or OV_FAULT_TEMP cannot be sure the mail was
+ * judged and kept as the verdict says, and should hold it (tempfail). */
+#define OV_FAULT_COPY    0x01u /* the quarantine or archive copy failed */
+#define OV_FAULT_REPLACE 0x02u /* attachment replacement failed; DF unchanged */
+#define OV_FAULT_TEMP    0x04u /* no temporary file: filters were skipped */
+#define OV_FAULT_NOTIFY  0x08u /* a notification mail was not queued */
+
+/* What happened to one mail beyond its verdict; filled by
+ * OVEmailPluginProcessReport. */
+typedef struct OVMailReport {
+    uint32_t faults;        /* OV_FAULT_* bits, 0 when none */
+    char copy_path[1024];   /* the quarantine or archive copy made, or "" */
+    char trigger[256];      /* the rule or policy that acted, or "" */
+} OVMailReport;
+
 int ZWEmailPluginInitialize(const char *root, ZWHostInfo *info);
 int ZWEmailPluginProcess(ZWHostCall *call, ZWMailResult *result);
+/* ZWEmailPluginProcess with a report of faults, the copy made and the rule or
+ * policy that acted; report may be null. */
+int OVEmailPluginProcessReport(ZWHostCall *call, ZWMailResult *result, OVMailReport *report);
 int ZWEmailPluginCleanup(void);
 int ZWEmailPluginCommand(const char *command);
 const char *ZWEmailPluginGetCMVersion(void);
