@@ -95,6 +95,82 @@ size_t strcpy_truncate(char *dst, const char *src, size_t size)
     return count;
 }
 
+namespace {
+
+std::string directory_part(const std::string &path)
+{
+    size_t slash = path.rfind('/');
+    if (slash == std::string::npos)
+        return ".";
+    return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+// Creates "<dir of dst>/.<pid>_<tid>_<n>.part" exclusively, with the mode of
+// an existing dst (else 0666 less the umask); -1 with errno on failure.
+int open_part_file(const char *dst, std::string *partPath)
+{
+    const std::string dir = directory_part(dst);
+    struct stat existing;
+    const bool replaces = ::stat(dst, &existing) == 0;
+    char name[OV_MAX_PATH];
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        if (!build_temp_name(dir.c_str(), ".", ".part", next_temp_number(), name)) {
+            errno = ENAMETOOLONG;
+            return -1;
+        }
+        int fd = ::open(name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        if (fd >= 0) {
+            if (replaces)
+                ::fchmod(fd, existing.st_mode & 07777);
+            *partPath = name;
+            return fd;
+        }
+        if (errno != EEXIST)
+            return -1;
+    }
+    return -1;
+}
+
+// Puts the finished part file in dst's place: rename, or link when dst must
+// not be replaced (atomically refused when it exists).
+bool move_into_place(const std::string &part, const char *dst, bool failIfExists)
+{
+    if (!failIfExists)
+        return std::rename(part.c_str(), dst) == 0;
+    if (::link(part.c_str(), dst) != 0)
+        return false;
+    ::unlink(part.c_str());
+    return true;
+}
+
+// Copies the open source into fd; false at the first failed read or write.
+bool copy_blocks(FILE *in, int fd, char *buffer, const char *src, const char *dst)
+{
+    size_t got;
+    while ((got = std::fread(buffer, 1, kCopyBlock, in)) > 0) {
+        for (size_t done = 0; done < got;) {
+            ssize_t put = ::write(fd, buffer + done, got - done);
+            if (put < 0 && errno == EINTR)
+                continue;
+            if (put <= 0) {
+                ovux_log->start() << "CopyFile(): fwrite(" << dst << ","
+                                  << static_cast<unsigned long>(got) << ") error: "
+                                  << error_text(put < 0 ? errno : ENOSPC) << Orvane::endl;
+                return false;
+            }
+            done += static_cast<size_t>(put);
+        }
+    }
+    if (std::ferror(in)) {
+        ovux_log->start() << "CopyFile(): fread(" << src << ") error: " << error_text(errno)
+                          << Orvane::endl;
+        return false;
+    }
+    return true;
+}
+
+} // namespace
+
 bool CopyFile(const char *src, const char *dst, bool failIfExists)
 {
     if (!src || !dst)
@@ -102,6 +178,7 @@ bool CopyFile(const char *src, const char *dst, bool failIfExists)
     if (failIfExists && ::access(dst, F_OK) == 0) {
         ovux_log->start() << "CopyFile(): destination file(" << dst << ") already exist."
                           << Orvane::endl;
+        errno = EEXIST;
         return false;
     }
     std::unique_ptr<char, FreeDeleter> buffer(static_cast<char *>(std::malloc(kCopyBlock)));
@@ -116,32 +193,37 @@ bool CopyFile(const char *src, const char *dst, bool failIfExists)
                           << error_text(errno) << Orvane::endl;
         return false;
     }
-    FilePtr out(std::fopen(dst, "wb"));
-    if (!out) {
+    std::string part;
+    int fd = open_part_file(dst, &part);
+    if (fd < 0) {
         ovux_log->start() << "CopyFile(): fopen (" << dst << ") \"w+t\" mode error: "
                           << error_text(errno) << Orvane::endl;
         return false;
     }
-    size_t got;
-    while ((got = std::fread(buffer.get(), 1, kCopyBlock, in.get())) > 0) {
-        if (std::fwrite(buffer.get(), 1, got, out.get()) != got) {
-            ovux_log->start() << "CopyFile(): fwrite(" << dst << ","
-                              << static_cast<unsigned long>(got) << ") error: "
-                              << error_text(errno) << Orvane::endl;
-            return false;
-        }
-    }
-    if (std::ferror(in.get())) {
-        ovux_log->start() << "CopyFile(): fread(" << src << ") error: " << error_text(errno)
+    bool copied = copy_blocks(in.get(), fd, buffer.get(), src, dst);
+    if (copied && ::fsync(fd) != 0) {
+        ovux_log->start() << "CopyFile(): fsync(" << dst << ") error: " << error_text(errno)
                           << Orvane::endl;
-        return false;
+        copied = false;
     }
-    if (std::fclose(out.release()) != 0) {
+    if (::close(fd) != 0 && copied) {
         ovux_log->start() << "CopyFile(): fwrite(" << dst << ",0) error: " << error_text(errno)
                           << Orvane::endl;
-        return false;
+        copied = false;
     }
-    return true;
+    if (copied && !move_into_place(part, dst, failIfExists)) {
+        const int error = errno;
+        ovux_log->start() << "CopyFile(): rename(" << part << "," << dst
+                          << ") error: " << error_text(error) << Orvane::endl;
+        copied = false;
+        errno = error;
+    }
+    if (!copied) {
+        const int error = errno;
+        ::unlink(part.c_str());
+        errno = error;
+    }
+    return copied;
 }
 
 bool DeleteFile(const char *path) { return path && std::remove(path) == 0; }

@@ -18,9 +18,12 @@ constexpr size_t OV_MAX_PATH = 512;
 size_t strcpy_truncate(char *dst, const char *src, size_t size);
 
 // Copies src to dst in 8192-byte blocks. Fails when dst exists and
-// failIfExists is true. Failures are written to the debug log, each line
-// ending in the system's error text. True only when the whole file was
-// copied; a missing source creates no destination.
+// failIfExists is true (errno EEXIST). The copy is written to a hidden part
+// file in dst's directory, synced, and renamed into place (a replaced dst
+// keeps its mode), so dst is either untouched or the whole copy; the part
+// file is removed on any failure. Failures are written to the debug log, each
+// line ending in the system's error text, and leave errno set. True only when
+// the whole file was copied; a missing source creates no destination.
 bool CopyFile(const char *src, const char *dst, bool failIfExists);
 bool DeleteFile(const char *path);
 // mkdir with mode 0755 (the second argument is ignored, as in Win32); true if

@@ -128,7 +128,7 @@ bool write_mail(const char *path, const NotifyTexts &texts, const char *blockedF
     return std::fclose(out.release()) == 0 && !failed;
 }
 
-void enqueue(ZWEnqueMailFn queue, const std::string &from, const char *to, const char *path)
+bool enqueue(ZWEnqueMailFn queue, const std::string &from, const char *to, const char *path)
 {
     RecipientTable recipients(to);
     ZWEnqueRecord record{};
@@ -139,26 +139,26 @@ void enqueue(ZWEnqueMailFn queue, const std::string &from, const char *to, const
     record.path = path;
     record.flag1 = 1;
     record.flag2 = 0;
-    queue(&record);
+    return queue(&record) == 0;
 }
 
-void send(const NotifyTexts &texts, const char *to, const char *blockedFile, NOTIFY_TYPE type,
+bool send(const NotifyTexts &texts, const char *to, const char *blockedFile, NOTIFY_TYPE type,
           ZWEnqueMailFn queue)
 {
     const time_t now = time(nullptr);
     char path[OV_MAX_PATH] = "";
     if (GetTempFileName(g_t_strTEMPDIR.c_str(), NOTIFY_FILE_PREFIX, 0, path) == 0)
-        return;
+        return false;
     if (!write_mail(path, texts, blockedFile, type, now)) {
         std::remove(path);
-        return;
+        return false;
     }
-    enqueue(queue, texts.from, to, path);
+    return enqueue(queue, texts.from, to, path);
 }
 
 } // namespace
 
-void SendNotification(const char *from, const char *to, const char *sourceMailbox,
+bool SendNotification(const char *from, const char *to, const char *sourceMailbox,
                       const char *destinationMailboxes, const char *messageText,
                       const char *blockedFile, const char * /*reserved1*/, const char *policy,
                       const char *rule, const char * /*reserved2*/, const char *action,
@@ -166,7 +166,7 @@ void SendNotification(const char *from, const char *to, const char *sourceMailbo
 {
     const ZWEnqueMailFn queue = Enque_Mail;
     if (!queue)
-        return;
+        return true;
     try {
         NotifyTexts texts;
         texts.from = text_or_empty(from);
@@ -179,8 +179,9 @@ void SendNotification(const char *from, const char *to, const char *sourceMailbo
         texts.action = text_or_empty(action);
         texts.attachmentName = text_or_empty(attachmentName);
         texts.subject = text_or_empty(subject);
-        send(texts, texts.to.c_str(), blockedFile, type, queue);
+        return send(texts, texts.to.c_str(), blockedFile, type, queue);
     } catch (...) {
         // Out of memory: no notification, the mail processing goes on.
+        return false;
     }
 }

@@ -11,8 +11,10 @@
 // The complete MIME mail (a text part, then by type the blocked mail's header
 // or the whole blocked mail) is written to a new file in the temporary
 // directory and handed to the host's queue function Enque_Mail, which owns
-// the file from then on. Nothing happens while Enque_Mail is null; every
-// failure ends the call silently.
+// the file from then on. Nothing happens while Enque_Mail is null (the host
+// wants no notifications). A failure ends the call without a message; the
+// result tells: false when the mail could not be written or the queue
+// function refused it (answered non-zero), true otherwise.
 //
 // Parameters: from (the notification's sender), to (recipients separated by
 // ","), sourceMailbox and destinationMailboxes (the blocked mail's sender and
@@ -30,7 +32,7 @@ enum NOTIFY_TYPE {
     NOTIFY_MESSAGE_TEXT = 3, // the blocked mail as text "Message.txt"
 };
 
-void SendNotification(const char *from, const char *to, const char *sourceMailbox,
+bool SendNotification(const char *from, const char *to, const char *sourceMailbox,
                       const char *destinationMailboxes, const char *messageText,
                       const char *blockedFile, const char *reserved1, const char *policy,
                       const char *rule, const char *reserved2, const char *action, NOTIFY_TYPE type,

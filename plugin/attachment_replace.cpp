@@ -23,26 +23,54 @@ struct FileCloser {
 using File = std::unique_ptr<FILE, FileCloser>;
 
 // Copies input bytes [from, to) to output in 2048-byte chunks; stops early
-// at the end of the input (a file that shrank under us).
-void copy_range(FILE *input, FILE *output, long from, long to)
+// at the end of the input (a file that shrank under us). False when a read
+// or a write fails.
+bool copy_range(FILE *input, FILE *output, long from, long to)
 {
-    if (to <= from || std::fseek(input, from, SEEK_SET) != 0)
-        return;
+    if (to <= from)
+        return true;
+    if (std::fseek(input, from, SEEK_SET) != 0)
+        return false;
     char buffer[kChunk];
     long left = to - from;
     while (left > 0) {
         size_t want = left < static_cast<long>(kChunk) ? static_cast<size_t>(left) : kChunk;
         size_t got = std::fread(buffer, 1, want, input);
         if (got == 0)
-            break;
-        std::fwrite(buffer, 1, got, output);
+            return !std::ferror(input);
+        if (std::fwrite(buffer, 1, got, output) != got)
+            return false;
         left -= static_cast<long>(got);
     }
+    return true;
 }
 
 long clamp(long position, long length)
 {
     return position < 0 ? 0 : (position > length ? length : position);
+}
+
+// Writes the rewritten message into output; false when any read or write
+// failed.
+bool write_rewrite(FILE *input, FILE *output, long length, const Replace_Stru *replace,
+                   const char *prefix, const char *text)
+{
+    long copyStart = 0;
+    const int count = replace ? replace->count : 0;
+    for (int i = 0; i < count; ++i) {
+        const Attach_Stru *entry = replace->entries[i];
+        if (!entry)
+            continue;
+        const long start = clamp(entry->m_nStart, length);
+        if (!copy_range(input, output, copyStart, start) ||
+            std::fprintf(output, "%s[Filename: %s, Content-Type: %s]\r\n%s", prefix ? prefix : "",
+                         entry->m_szName, entry->m_szContentType, text) < 0)
+            return false;
+        copyStart = clamp(entry->m_nEnd, length);
+        if (copyStart < start)
+            copyStart = start;
+    }
+    return copy_range(input, output, copyStart, length);
 }
 
 } // namespace
@@ -60,27 +88,14 @@ int ReplaceFileBlock(const char *path, const Replace_Stru *replace, const char *
     File output(std::fopen(temp, "wb"));
     if (!output)
         return -1;
-
-    long copyStart = 0;
-    const int count = replace ? replace->count : 0;
-    for (int i = 0; i < count; ++i) {
-        const Attach_Stru *entry = replace->entries[i];
-        if (!entry)
-            continue;
-        const long start = clamp(entry->m_nStart, length);
-        copy_range(input.get(), output.get(), copyStart, start);
-        std::fprintf(output.get(), "%s[Filename: %s, Content-Type: %s]\r\n%s", prefix ? prefix : "",
-                     entry->m_szName, entry->m_szContentType, text);
-        copyStart = clamp(entry->m_nEnd, length);
-        if (copyStart < start)
-            copyStart = start;
-    }
-    copy_range(input.get(), output.get(), copyStart, length);
+    bool written = length >= 0 &&
+                   write_rewrite(input.get(), output.get(), length, replace, prefix, text);
     input.reset();
-    output.reset();
-    CopyFile(temp, path, false);
+    written = std::fclose(output.release()) == 0 && written;
+    // The message is replaced whole by a rename, or not at all.
+    written = written && CopyFile(temp, path, false);
     DeleteFile(temp);
-    return 1;
+    return written ? 1 : -1;
 }
 
 const char *ReplacementPartHeader(int language)

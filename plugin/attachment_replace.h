@@ -6,7 +6,8 @@
 //   ReplaceFileBlock(path, &replace, header, text, tempPath); // the rewrite
 //
 // The rewrite streams through a 2048-byte buffer into a temporary file and
-// copies that over the message; the message is never held in memory whole.
+// copies that over the message (checked, renamed into place); the message is
+// never held in memory whole.
 #pragma once
 
 #include <string>
@@ -18,8 +19,10 @@ class CMailInfo;
 // Rewrites `path`: the bytes of each entry's [m_nStart, m_nEnd) become
 // prefix + "[Filename: <name>, Content-Type: <type>]\r\n" + text. Entries are
 // in ascending order and do not overlap. 1 on success; -1 when path or text
-// is null or a file cannot be opened (the message is then untouched). A null
-// tempPath means "./temp.txt". An empty list copies the file unchanged.
+// is null, a file cannot be opened, or a read, write, close or the final copy
+// fails: the message is then byte for byte as it was, since the finished
+// work file replaces it by a rename. The work file is deleted either way. A
+// null tempPath means "./temp.txt". An empty list copies the file unchanged.
 int ReplaceFileBlock(const char *path, const Replace_Stru *replace, const char *prefix,
                      const char *text, const char *tempPath);
 
@@ -32,8 +35,8 @@ std::string ComposeReplacementText();
 
 // Composes the text, rewrites the message and writes one event-log record
 // (code 400) per replaced attachment. The result of ReplaceFileBlock; when
-// the rewrite fails (no work file, the message gone) the message is left as
-// it is, "CONTENT MANAGEMENT ERROR: ReplaceFileBlock(<path>) fail!" is logged
-// instead of the records, and the work file is removed.
+// the rewrite fails (no work file, a full disk, the message gone) the
+// message is left as it is, "CONTENT MANAGEMENT ERROR: ReplaceFileBlock(<path>)
+// fail!" is logged instead of the records, and the work file is removed.
 int ReplaceAttachments(const char *dfPath, const Replace_Stru *replace, const CMailInfo &info,
                        int direction);

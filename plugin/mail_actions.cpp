@@ -1,5 +1,7 @@
 #include "plugin/mail_actions.h"
 
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -45,6 +47,26 @@ std::string directory_of(const std::string &path)
     return slash == std::string::npos ? "." : path.substr(0, slash);
 }
 
+// A name for the copy in dir that no file has: a new temporary name with
+// "A" as its first character, so that an older copy is never overwritten.
+std::string free_copy_name(const std::string &dir, const char *dfPath)
+{
+    for (int attempt = 0; attempt < 10; ++attempt) {
+        char name[OV_MAX_PATH] = "";
+        if (GetTempFileName(dir.c_str(), "DF", 0, name) == 0)
+            break;
+        DeleteFile(name);   // only its unique name is wanted
+        std::string target = name;
+        size_t slash = target.rfind('/');
+        size_t first = slash == std::string::npos ? 0 : slash + 1;
+        if (target.size() - first > 3)
+            target[first] = 'A';
+        if (::access(target.c_str(), F_OK) != 0)
+            return target;
+    }
+    return dir + "/A" + base_name(dfPath);
+}
+
 } // namespace
 
 std::string SafePathComponent(const std::string &name)
@@ -75,18 +97,7 @@ bool CopyMailToDirectory(const std::string &root, const std::vector<std::string>
     dir = host_path(dir);
     make_directories(dir);
 
-    char name[OV_MAX_PATH] = "";
-    std::string target;
-    if (GetTempFileName(dir.c_str(), "DF", 0, name) != 0) {
-        DeleteFile(name);   // only its unique name is wanted
-        target = name;
-        size_t slash = target.rfind('/');
-        size_t first = slash == std::string::npos ? 0 : slash + 1;
-        if (target.size() - first > 3)
-            target[first] = 'A';
-    } else {
-        target = dir + "/A" + base_name(dfPath);
-    }
+    const std::string target = free_copy_name(dir, dfPath);
     errno = 0;
     if (!CopyFile(dfPath, target.c_str(), false)) {
         char line[2 * OV_MAX_PATH + 64];

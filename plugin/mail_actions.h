@@ -22,8 +22,9 @@ std::string SafePathComponent(const std::string &name);
 
 // Copies the mail into root/<levels...>/ (each level made safe and created
 // as needed, converted to the host character set) under a new name whose
-// first character is "A". On success *copyPath is the copy. On failure the
-// event log gets "CopyFile(%s,%s,FALSE) fail! ErrCode(%d)".
+// first character is "A" (never the name of a file already there). On
+// success *copyPath is the copy. On failure no part of a copy is left, and
+// the event log gets "CopyFile(%s,%s,FALSE) fail! ErrCode(%d)".
 bool CopyMailToDirectory(const std::string &root, const std::vector<std::string> &levels,
                          const char *dfPath, std::string *copyPath);
 

@@ -15,13 +15,32 @@
 // users, after the mail was copied, so that a warning never speaks of a copy
 // that failed silently before it.
 //
-// Faults: a quarantine or archive copy that fails writes the "CopyFile(...)
-// fail! ErrCode(n)" line; a temporary name that cannot be made writes
-// "CONTENT MANAGEMENT ERROR: GetTempFileName(<dir>) fail! ErrCode(n)" and the
-// keyword scan is skipped; an attachment rewrite that fails leaves the
-// message as it was, logs "CONTENT MANAGEMENT ERROR: ReplaceFileBlock(<df>)
-// fail!" and does not report action 4. The plug-in never deletes the host's
-// AF or DF file.
+// The rule filter's starting action is quarantine: a rule whose action text
+// the loader took by its prefix but Scan does not know ("QUARANTINE") keeps
+// the mail rather than delete it.
+//
+// Faults go into the report (OVEmailPluginProcessReport) and each writes an
+// event-log line:
+//   copy     a quarantine or archive copy failed: "CopyFile(...) fail!
+//            ErrCode(n)". The action code still names the action decided. A
+//            failed quarantine copy before an attachment replacement stops
+//            the replacement and its warnings: the mail stays as it was.
+//   replace  the attachment rewrite failed: the message is as it was,
+//            "CONTENT MANAGEMENT ERROR: ReplaceFileBlock(<df>) fail!", no
+//            action 4.
+//   temp     no usable temporary file (the directory is recreated once when
+//            it has gone): "CONTENT MANAGEMENT ERROR: GetTempFileName(<dir>)
+//            fail! ErrCode(n)" or "... cannot read <file>"; the keyword scan
+//            and the TNEF listing were skipped.
+//   notify   a notification mail was not queued: "CONTENT MANAGEMENT ERROR:
+//            notification to <to> not queued!".
+// The report's copy_path is the last quarantine or archive copy made (the one
+// the action code speaks of when it is 2 or 3; with action 4 the copy of the
+// mail before its attachments were replaced); its trigger is the rule that
+// matched, the matched policies joined by "," (as in the event log), or
+// "Attachment Removal" for the specialized filter, whichever acted last,
+// also when its action failed. The plug-in never deletes the host's AF or DF
+// file.
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -157,41 +176,66 @@ bool applies_to(int setting, int direction)
     return setting == 2 || setting == direction;
 }
 
-// Everything the actions and notifications of one mail need.
+// Everything the actions and notifications of one mail need, and what
+// happened to it beyond the verdict.
 struct MailContext {
     std::string af, df;
     int direction = 0;
     CMailInfo info;
     std::string recipients;   // envelope recipients, comma-separated
     std::string sender;       // envelope sender
+    OVMailReport report{};
+
+    void acted(const std::string &trigger)
+    {
+        strcpy_truncate(report.trigger, trigger.c_str(), sizeof report.trigger);
+    }
+    void copied(const std::string &path)
+    {
+        strcpy_truncate(report.copy_path, path.c_str(), sizeof report.copy_path);
+    }
 };
 
-void notify(const MailContext &mail, const std::string &to, const std::string &text,
+void log_error(const std::string &text)
+{
+    WriteLogFile(("CONTENT MANAGEMENT ERROR: " + text).c_str(), nullptr, 367, 0);
+}
+
+void notify(MailContext &mail, const std::string &to, const std::string &text,
             const std::string &policy, const char *rule, const std::string &action,
             const char *attachmentName)
 {
     if (to.empty())
         return;
-    SendNotification(strNotificationSender.c_str(), to.c_str(), mail.sender.c_str(),
-                     mail.recipients.c_str(), text.c_str(), mail.df.c_str(), nullptr,
-                     policy.c_str(), rule, nullptr, action.c_str(),
-                     static_cast<NOTIFY_TYPE>(nNotifyAttachment), attachmentName,
-                     strNotificationSubject.c_str());
+    if (SendNotification(strNotificationSender.c_str(), to.c_str(), mail.sender.c_str(),
+                         mail.recipients.c_str(), text.c_str(), mail.df.c_str(), nullptr,
+                         policy.c_str(), rule, nullptr, action.c_str(),
+                         static_cast<NOTIFY_TYPE>(nNotifyAttachment), attachmentName,
+                         strNotificationSubject.c_str()))
+        return;
+    mail.report.faults |= OV_FAULT_NOTIFY;
+    log_error("notification to " + to + " not queued!");
 }
 
 void act_on_replaced_attachments(MailContext &mail, const Replace_Stru &replace,
                                  ZWMailResult *result)
 {
+    const char *policy = "Attachment Removal";
+    mail.acted(policy);
     if (bQuarantine) {
         std::string copy;
-        CopyMailToDirectory(g_t_strQuarDir, {}, mail.df.c_str(), &copy);
+        if (!CopyMailToDirectory(g_t_strQuarDir, {}, mail.df.c_str(), &copy)) {
+            mail.report.faults |= OV_FAULT_COPY;
+            log_error("attachments of " + mail.df + " not replaced: no quarantine copy");
+            return;
+        }
+        mail.copied(copy);
     }
     std::string names;
     for (int i = 0; i < replace.count; ++i) {
         if (replace.entries[i])
             names += (names.empty() ? "" : ", ") + std::string(replace.entries[i]->m_szName);
     }
-    const char *policy = "Attachment Removal";
     const char *action = "Replaced with text";
     if (bWarnSender && applies_to(iIOSender, mail.direction))
         notify(mail, mail.sender, strMsgSender, policy, nullptr, action, names.c_str());
@@ -201,27 +245,39 @@ void act_on_replaced_attachments(MailContext &mail, const Replace_Stru &replace,
         notify(mail, strAdmin, strMsgAdmin, policy, nullptr, action, names.c_str());
     if (ReplaceAttachments(mail.df.c_str(), &replace, mail.info, mail.direction) == 1)
         result->action = kActionReplaced;
+    else
+        mail.report.faults |= OV_FAULT_REPLACE;
     debug("ZWEmailPluginProcess: Take Action for SFilter OK!");
 }
 
 // Deletes, quarantines or archives: `levels` are the directories under the
 // quarantine or archive root. Returns the action word for the event log.
-std::string take_action(PolicyAction action, const MailContext &mail,
-                        const std::vector<std::string> &levels, ZWMailResult *result)
+// Copies the mail under root/levels; notes the copy or the fault.
+void keep_copy(MailContext &mail, const t_string &root, const std::vector<std::string> &levels,
+               const char *logWord)
 {
     std::string copy;
+    if (!CopyMailToDirectory(root, levels, mail.df.c_str(), &copy)) {
+        mail.report.faults |= OV_FAULT_COPY;
+        return;
+    }
+    mail.copied(copy);
+    ovux_log->start() << logWord << copy << Orvane::endl;
+}
+
+std::string take_action(PolicyAction action, MailContext &mail,
+                        const std::vector<std::string> &levels, ZWMailResult *result)
+{
     switch (action) {
     case kDelete:
         result->action = kActionDeleted;
         return "Delete";
     case kQuarantine:
-        if (CopyMailToDirectory(g_t_strQuarDir, levels, mail.df.c_str(), &copy))
-            ovux_log->start() << "Quarantined to " << copy << Orvane::endl;
+        keep_copy(mail, g_t_strQuarDir, levels, "Quarantined to ");
         result->action = kActionQuarantined;
         return "Quarantine";
     case kArchive:
-        if (CopyMailToDirectory(g_t_strArchDir, levels, mail.df.c_str(), &copy))
-            ovux_log->start() << "Archived to " << copy << Orvane::endl;
+        keep_copy(mail, g_t_strArchDir, levels, "Archived to ");
         if (result->action != kActionReplaced)
             result->action = kActionArchived;
         return "Archive";
@@ -247,9 +303,10 @@ PolicyAction rule_action(ACT_TYPE type)
 }
 
 // A rule of the rule filter matched: act, warn, log; the caller returns 2.
-void act_on_rule(const MailContext &mail, const std::string &ruleName, const std::string &ruleText,
+void act_on_rule(MailContext &mail, const std::string &ruleName, const std::string &ruleText,
                  ACT_TYPE type, ZWMailResult *result)
 {
+    mail.acted(ruleName);
     const std::string action =
         take_action(rule_action(type), mail, {"Anti-Spam", ruleName}, result);
     if (bAntiSpamWarnAdmin)
@@ -338,13 +395,14 @@ PolicyDecision decide_policies(const std::vector<std::string> &policies)
     return decision;
 }
 
-void act_on_policies(const MailContext &mail, const std::vector<std::string> &policies,
+void act_on_policies(MailContext &mail, const std::vector<std::string> &policies,
                      ZWMailResult *result)
 {
     const PolicyDecision decision = decide_policies(policies);
     std::string names;
     for (const std::string &name : policies)
         names += (names.empty() ? "" : ",") + name;
+    mail.acted(names);
     const std::string action = take_action(decision.action, mail, {policies.front()}, result);
     if (decision.warnSender)
         notify(mail, mail.sender, decision.senderText, names, nullptr, action, nullptr);
@@ -397,21 +455,45 @@ void set_queue_function(ZWEnqueMailFn queue)
         __atomic_store_n(&Enque_Mail, queue, __ATOMIC_RELEASE);
 }
 
-// A name for the mail's text file in the temporary directory; when none can
-// be made the keyword scan is skipped (see the ContScan step), and the event
-// log says why.
-void make_temp_name(const char *prefix, char *tempName)
+// True when the new temporary file takes a byte: a full disk shows here
+// rather than as a text file cut short under the keyword scan.
+bool takes_a_byte(const char *path)
 {
-    if (GetTempFileName(g_t_strTEMPDIR.c_str(), prefix, 0, tempName) != 0)
-        return;
+    FILE *file = std::fopen(path, "wb");
+    if (!file)
+        return false;
+    const bool written = std::fputc('\n', file) != EOF;
+    return std::fclose(file) == 0 && written;
+}
+
+// A name for the mail's text file in the temporary directory, its file
+// created and writable. A directory that has gone is made again once. When
+// none can be had the keyword scan is skipped (see the ContScan step), and
+// the event log says why.
+bool make_temp_name(const char *prefix, char *tempName)
+{
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        if (GetTempFileName(g_t_strTEMPDIR.c_str(), prefix, 0, tempName) != 0) {
+            if (takes_a_byte(tempName))
+                return true;
+            const int error = errno;
+            DeleteFile(tempName);
+            tempName[0] = '\0';
+            errno = error;
+            break;
+        }
+        if (errno != ENOENT || !CreateDirectory(g_t_strTEMPDIR.c_str(), nullptr))
+            break;
+    }
     const int error = errno;
     char line[2 * OV_MAX_PATH];
     std::snprintf(line, sizeof line, "CONTENT MANAGEMENT ERROR: GetTempFileName(%s) fail! ErrCode(%d)",
                   g_t_strTEMPDIR.c_str(), error);
     WriteLogFile(line, nullptr, 367, 0);
+    return false;
 }
 
-int process_mail(ZWHostCall *call, ZWMailResult *result)
+int process_mail(ZWHostCall *call, ZWMailResult *result, OVMailReport *report)
 {
     debug("ZWEmailPluginProcess: Starting.....");
     set_queue_function(call->enque_mail);
@@ -434,8 +516,19 @@ int process_mail(ZWHostCall *call, ZWMailResult *result)
     mail->info.m_nDirection = mail->direction;
     mail->recipients = envelope_recipients(mail->af);
     mail->sender = bare_address(mail->info.m_pszEnvelopeFrom ? mail->info.m_pszEnvelopeFrom : "");
+    // The report goes back however the call ends from here on.
+    struct ReportOut {
+        const MailContext &mail;
+        OVMailReport *out;
+        ~ReportOut()
+        {
+            if (out)
+                *out = mail.report;
+        }
+    } reportOut{*mail, report};
     char tempName[OV_MAX_PATH] = "";
-    make_temp_name(mail->direction == 1 ? "DFO" : "DFI", tempName);
+    if (!make_temp_name(mail->direction == 1 ? "DFO" : "DFI", tempName))
+        mail->report.faults |= OV_FAULT_TEMP;
 
     debug("ZWEmailPluginProcess: RuleScan Starting....");
     auto membuf = std::make_unique<MEMBUF>();
@@ -445,7 +538,7 @@ int process_mail(ZWHostCall *call, ZWMailResult *result)
     const bool removal = bRemoveAttachment && applies_to(iIOMail, mail->direction);
     Replace_Stru replace;
     std::string ruleName, ruleText;
-    ACT_TYPE actType = ACT_DEL;
+    ACT_TYPE actType = ACT_QUAR;
     TriggerType trigger = TRIGGER_ADMIN;
     std::vector<char> af(mail->af.begin(), mail->af.end()), df(mail->df.begin(), mail->df.end());
     af.push_back('\0');
@@ -476,6 +569,9 @@ int process_mail(ZWHostCall *call, ZWMailResult *result)
     if (!text) {
         ovux_log->start() << "ZWEmailPluginProcess: fopen(szTempDFName=" << tempName
                           << ",\"r\") failed!" << Orvane::endl;
+        if (!(mail->report.faults & OV_FAULT_TEMP))
+            log_error(std::string("cannot read ") + tempName + ": keyword scan skipped");
+        mail->report.faults |= OV_FAULT_TEMP;
     } else {
         std::fclose(text);
         if (!scan_keywords(membuf.get(), tempName, &policies)) {
@@ -497,8 +593,11 @@ int process_mail(ZWHostCall *call, ZWMailResult *result)
 
 } // namespace
 
-extern "C" int ZWEmailPluginProcess(ZWHostCall *call, ZWMailResult *result)
+extern "C" int OVEmailPluginProcessReport(ZWHostCall *call, ZWMailResult *result,
+                                          OVMailReport *report)
 {
+    if (report)
+        std::memset(report, 0, sizeof *report);
     // Start and stop publish ThreadsNum and bInit with release order (see
     // lifecycle.cpp), so a mail thread may call in at any time.
     ThreadSlot slot(__atomic_load_n(&ThreadsNum, __ATOMIC_ACQUIRE));
@@ -511,5 +610,10 @@ extern "C" int ZWEmailPluginProcess(ZWHostCall *call, ZWMailResult *result)
         WriteLogFile("CONTENT MANAGEMENT ERROR: no call or result record", nullptr, 367, 0);
         return -6;
     }
-    return process_mail(call, result);
+    return process_mail(call, result, report);
+}
+
+extern "C" int ZWEmailPluginProcess(ZWHostCall *call, ZWMailResult *result)
+{
+    return OVEmailPluginProcessReport(call, result, nullptr);
 }

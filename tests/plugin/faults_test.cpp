@@ -1,5 +1,6 @@
 // Faults around one mail: missing or empty envelope and data files, bad call
-// records, quarantine and temporary directories that cannot be written, a
+// records, a temporary directory that cannot be written (the copy
+// directories and full disks: fault_report_test.cpp), a
 // data file that vanishes or changes size while the mail is processed, and
 // update or cleanup arriving while mails are in progress. Each gives a result
 // code or an event-log line, never a crash, and the host's mail is never
@@ -109,45 +110,6 @@ TEST_F(PluginFaultTest, BadCallRecordsAreRefused)
     // and the plug-in still works
     call = PluginCall(mail.af);
     EXPECT_EQ(0, plugin().Process(&call, &result));
-}
-
-TEST_F(PluginFaultTest, UnwritableCopyDirectoryIsLogged)
-{
-    // A plain file where the quarantine and archive trees should be: every
-    // copy fails (ENOTDIR), the mail is judged all the same.
-    const std::string blocker = install.root() + "/not-a-directory";
-    PluginWriteFile(blocker, "x");
-    install.ini.Set("Advanced Options", "QuarantineDirectory", blocker)
-        .Set("Advanced Options", "ArchiveDirectory", blocker)
-        .Set("Specialized Filtering", "Quarantine", "yes");
-    install.WriteIni();
-    install.WriteRules({"Offers\\C\\SUBJ=IS\"*free offer*\"\\QUAR"});
-    Start();
-    struct Row {
-        const char *label;
-        std::string message;
-        int code;
-        int action;
-    } rows[] = {
-        {"rule quarantine", PluginPlainMail(Junk(), "hi"), 2, 2},
-        {"policy quarantine", PluginPlainMail({}, Secret()), 0, 2},
-        {"special filter quarantine",
-         PluginMultipartMail({}, "x", {{"a.exe", "application/octet-stream", "MZ"}}).text, 0, 4},
-    };
-    for (const Row &row : rows) {
-        SCOPED_TRACE(row.label);
-        PluginSpoolMail mail = install.AddMail(row.message);
-        ZWMailResult result{};
-        EXPECT_EQ(row.code, Run(mail, &result));
-        EXPECT_EQ(row.action, result.action);
-        bool logged = false;
-        for (const std::string &text : EventTexts(install))
-            logged |= text.rfind("CopyFile(" + mail.df + "," + blocker + "/", 0) == 0 &&
-                      text.find(",FALSE) fail! ErrCode(20)") != std::string::npos;
-        EXPECT_TRUE(logged) << install.EventLog();
-        EXPECT_TRUE(PluginFileExists(mail.df));
-    }
-    EXPECT_EQ("x", PluginReadFile(blocker));
 }
 
 TEST_F(PluginFaultTest, UnwritableTemporaryDirectoryIsLogged)

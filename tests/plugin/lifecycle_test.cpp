@@ -46,7 +46,7 @@ using PluginLifecycleTest = PluginTest;
 
 TEST_F(PluginLifecycleTest, ExportsOnlyTheHostInterface)
 {
-    const char *exported[] = {"ZWEmailPluginInitialize", "ZWEmailPluginProcess",
+    const char *exported[] = {"ZWEmailPluginInitialize", "ZWEmailPluginProcess", "OVEmailPluginProcessReport",
                               "ZWEmailPluginCleanup", "ZWEmailPluginCommand",
                               "ZWEmailPluginGetCMVersion", "ZWEmailPluginGetCMBuildDate",
                               "_Z19ZWEmailPluginUpdatev", "ZWContScanInit", "ZWContScanCleanUp",

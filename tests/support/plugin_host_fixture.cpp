@@ -46,6 +46,7 @@ PluginLibrary::PluginLibrary(const std::string &path)
     }
     resolve(m_handle, "ZWEmailPluginInitialize", &Initialize, &m_error);
     resolve(m_handle, "ZWEmailPluginProcess", &Process, &m_error);
+    resolve(m_handle, "OVEmailPluginProcessReport", &ProcessReport, &m_error);
     resolve(m_handle, "ZWEmailPluginCleanup", &Cleanup, &m_error);
     resolve(m_handle, "_Z19ZWEmailPluginUpdatev", &Update, &m_error);
     resolve(m_handle, "ZWEmailPluginCommand", &Command, &m_error);

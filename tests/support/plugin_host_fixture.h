@@ -41,6 +41,7 @@ public:
 
     int (*Initialize)(const char *, ZWHostInfo *) = nullptr;
     int (*Process)(ZWHostCall *, ZWMailResult *) = nullptr;
+    int (*ProcessReport)(ZWHostCall *, ZWMailResult *, OVMailReport *) = nullptr;
     int (*Cleanup)() = nullptr;
     int (*Update)() = nullptr;   // exported as _Z19ZWEmailPluginUpdatev
     int (*Command)(const char *) = nullptr;
@@ -126,6 +127,12 @@ protected:
         ZWHostCall call = PluginCall(mail.af);
         ZWMailResult local{};
         return plugin().Process(&call, result ? result : &local);
+    }
+    // The same through OVEmailPluginProcessReport.
+    int Run(const PluginSpoolMail &mail, ZWMailResult *result, OVMailReport *report)
+    {
+        ZWHostCall call = PluginCall(mail.af);
+        return plugin().ProcessReport(&call, result, report);
     }
 
     PluginInstallation install;

@@ -1,0 +1,78 @@
+// A small tmpfs mounted on a fresh directory, for tests that need a real
+// full disk: Fill() writes a filler file until the file system refuses a
+// byte, then gives `spare` bytes back. Only root can mount; without the
+// right the object says why (reason()) and the test skips.
+//
+//   SmallTmpfs disk(256 * 1024);
+//   if (!disk.mounted()) GTEST_SKIP() << disk.reason();
+//   disk.Fill(8192);   // about two pages left
+//
+// Unmounted (lazily) and removed when the object goes.
+#pragma once
+
+#include <fcntl.h>
+#include <stdlib.h>
+#include <sys/mount.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <string>
+
+class SmallTmpfs {
+public:
+    explicit SmallTmpfs(size_t bytes)
+    {
+        if (geteuid() != 0) {
+            m_reason = "needs root to mount a small tmpfs";
+            return;
+        }
+        const char *root = std::getenv("TMPDIR");
+        std::string pattern = std::string(root && *root ? root : "/tmp") + "/ov_tmpfs_XXXXXX";
+        if (!mkdtemp(&pattern[0])) {
+            m_reason = std::string("mkdtemp: ") + std::strerror(errno);
+            return;
+        }
+        m_dir = pattern;
+        const std::string options = "size=" + std::to_string(bytes) + ",mode=0755";
+        if (mount("ov-test", m_dir.c_str(), "tmpfs", 0, options.c_str()) != 0) {
+            m_reason = std::string("cannot mount a tmpfs: ") + std::strerror(errno);
+            rmdir(m_dir.c_str());
+            m_dir.clear();
+        }
+    }
+    ~SmallTmpfs()
+    {
+        if (m_dir.empty())
+            return;
+        umount2(m_dir.c_str(), MNT_DETACH);
+        rmdir(m_dir.c_str());
+    }
+    SmallTmpfs(const SmallTmpfs &) = delete;
+    SmallTmpfs &operator=(const SmallTmpfs &) = delete;
+
+    bool mounted() const { return !m_dir.empty(); }
+    const std::string &reason() const { return m_reason; }
+    const std::string &dir() const { return m_dir; }
+
+    // Fills the file system, then frees `spare` bytes of the filler.
+    void Fill(size_t spare = 0) const
+    {
+        const std::string filler = m_dir + "/.filler";
+        int fd = open(filler.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+        if (fd < 0)
+            return;
+        char block[4096];
+        std::memset(block, 'f', sizeof block);
+        off_t size = 0;
+        for (ssize_t put; (put = write(fd, block, sizeof block)) > 0;)
+            size += put;
+        if (spare > 0 && ftruncate(fd, size > off_t(spare) ? size - off_t(spare) : 0) != 0)
+            size = 0;
+        close(fd);
+    }
+
+private:
+    std::string m_dir;
+    std::string m_reason;
+};
