@@ -52,10 +52,10 @@ TEST(HostCommandsTest, ScanGivesOneVerdictLinePerMail)
                              false);
     ASSERT_EQ(run.status, 0) << run.output;
     const std::string expected =
-        example_mail("01-plain.eml") + "\tpass\tnone\t\n" + example_mail("02-invoice-exe.eml") +
-        "\tpass\treplaced\tinvoice.exe\n" + example_mail("03-spam-subject.eml") +
-        "\tblocked\tdeleted\tKnown spammer\n" + example_mail("04-confidential.eml") +
-        "\tpass\tquarantined\tConfidential\n";
+        example_mail("01-plain.eml") + "\tpass\tnone\t\t-\n" + example_mail("02-invoice-exe.eml") +
+        "\tpass\treplaced\tinvoice.exe\t-\n" + example_mail("03-spam-subject.eml") +
+        "\tblocked\tdeleted\tKnown spammer\t-\n" + example_mail("04-confidential.eml") +
+        "\tpass\tquarantined\tConfidential\t-\n";
     EXPECT_EQ(run.output, expected);
     // The administrator's warnings went to the outbox; the mails are untouched.
     std::ifstream notification(outbox + "/notification-1.eml");
@@ -73,7 +73,7 @@ TEST(HostCommandsTest, ScanJsonAndBadArguments)
                               false);
     EXPECT_EQ(json.status, 0);
     EXPECT_NE(json.output.find("\"result\": \"blocked\", \"code\": 2, \"action\": \"deleted\", "
-                               "\"name\": \"Known spammer\""),
+                               "\"name\": \"Known spammer\", \"faults\": [], \"copy\": \"\"}"),
               std::string::npos)
         << json.output;
 

@@ -8,6 +8,9 @@
 //   spamrule/SFRule.txt     special-filter lines without name or mail type
 //   "RuleFile" sources      sealed files whose CRC does not agree (their rules
 //                           are then checked too) and plain import files
+//   work directories        the temporary, quarantine and archive directories
+//                           must be creatable and writable (checked with a
+//                           real file; missing ones are created)
 // Exit 1 when anything was reported, 0 for a clean installation.
 #include <strings.h>
 #include <unistd.h>
@@ -24,6 +27,7 @@
 #include "rules/sealed_file.h"
 #include "sfilter/sfrule_content.h"
 #include "sfilter/sfrule_file.h"
+#include "tools/hostkit/work_directories.h"
 #include "tools/ovctl/command.h"
 
 namespace {
@@ -155,6 +159,13 @@ void lint_rule_sources(const std::string &ini, const std::string &ruleDir, Repor
     }
 }
 
+// The directories the plug-in writes into, reported against contscan.ini.
+void lint_work_directories(const std::string &root, const std::string &ini, Report &report)
+{
+    for (const std::string &problem : unusable_work_directories(root))
+        report.file(ini, problem + ": mail would be held or pass unfiltered");
+}
+
 int run_lint(const OvctlArgs &args)
 {
     if (args.size() != 2 || args[0] != "--root")
@@ -170,6 +181,7 @@ int run_lint(const OvctlArgs &args)
     lint_rule_lines(dir + "spamrule/spamrule.txt", dir + "spamrule/spamrule.txt", true, report);
     lint_special_rules(dir + "spamrule/SFRule.txt", report);
     lint_rule_sources(ini, dir + "spamrule/", report);
+    lint_work_directories(root, ini, report);
     if (report.count() == 0) {
         std::printf("%s: no problems\n", dir.c_str());
         return 0;

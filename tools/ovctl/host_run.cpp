@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
 #include <cstring>
@@ -165,7 +166,7 @@ bool run_host(const HostRunOptions &options, std::vector<MailVerdict> &mails, st
             ZWHostCall call{};
             call.enque_mail = enqueue_to_outbox;
             std::snprintf(call.af_path, sizeof call.af_path, "%s", mail.pair.afPath.c_str());
-            mail.code = host.process(&call, &mail.result);
+            mail.code = host.process(&call, &mail.result, &mail.report);
             size_t finished = ++done;
             if (options.progress) {
                 std::lock_guard<std::mutex> guard(progressMutex);
@@ -214,12 +215,25 @@ std::string json_string(const std::string &text)
     return out + "\"";
 }
 
+// ["copy", "temp"] from "copy,temp"; [] from "-".
+std::string json_array(const std::string &words)
+{
+    std::string out = "[";
+    size_t start = 0;
+    while (words != "-" && start <= words.size()) {
+        size_t comma = std::min(words.find(',', start), words.size());
+        out += (out.size() > 1 ? ", " : "") + json_string(words.substr(start, comma - start));
+        start = comma + 1;
+    }
+    return out + "]";
+}
+
 } // namespace
 
 int print_verdicts(const std::vector<MailVerdict> &mails, bool json)
 {
     std::map<std::string, int> counts;
-    int failures = 0;
+    int failures = 0, faulted = 0;
     if (json)
         std::printf("[\n");
     for (size_t i = 0; i < mails.size(); ++i) {
@@ -232,14 +246,19 @@ int print_verdicts(const std::vector<MailVerdict> &mails, bool json)
         } else {
             ++counts[mail.result.action ? action : result];
         }
+        const std::string faults = fault_words(mail.report.faults);
+        faulted += mail.report.faults != 0;
         if (json) {
             std::printf("  {\"mail\": %s, \"result\": \"%s\", \"code\": %d, \"action\": \"%s\", "
-                        "\"name\": %s}%s\n",
+                        "\"name\": %s, \"faults\": %s, \"copy\": %s}%s\n",
                         json_string(mail.label).c_str(), result, mail.code, action,
-                        json_string(mail.name).c_str(), i + 1 < mails.size() ? "," : "");
+                        json_string(mail.name).c_str(), json_array(faults).c_str(),
+                        json_string(mail.report.copy_path).c_str(),
+                        i + 1 < mails.size() ? "," : "");
         } else {
             std::string shown = mail.code < 0 ? describe_plugin_code(mail.code) : mail.name;
-            std::printf("%s\t%s\t%s\t%s\n", mail.label.c_str(), result, action, shown.c_str());
+            std::printf("%s\t%s\t%s\t%s\t%s\n", mail.label.c_str(), result, action, shown.c_str(),
+                        faults.c_str());
         }
     }
     if (json) {
@@ -249,8 +268,10 @@ int print_verdicts(const std::vector<MailVerdict> &mails, bool json)
         for (const auto &count : counts)
             summary += (summary.empty() ? "" : ", ") + std::to_string(count.second) + " " +
                        count.first;
+        if (faulted)
+            summary += (summary.empty() ? "" : ", ") + std::to_string(faulted) + " faulted";
         std::fprintf(stderr, "ovctl: %zu mails: %s\n", mails.size(),
                      summary.empty() ? "none" : summary.c_str());
     }
-    return failures ? 1 : 0;
+    return failures || faulted ? 1 : 0;
 }

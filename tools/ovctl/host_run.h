@@ -5,7 +5,8 @@
 //
 // Rule and policy names are not part of the result record; they are read
 // back from the records that the plug-in appends to the day's event log,
-// whose last field names the mail's data file.
+// whose last field names the mail's data file. The faults of each mail come
+// from the plug-in's report (OVEmailPluginProcessReport).
 #pragma once
 
 #include <string>
@@ -19,6 +20,7 @@ struct MailVerdict {
     SpoolPair pair;
     int code = 0;            // return value of ZWEmailPluginProcess
     ZWMailResult result{};
+    OVMailReport report{};
     std::string name;        // rule or policy that acted, when known
 };
 
@@ -40,5 +42,7 @@ bool run_host(const HostRunOptions &options, std::vector<MailVerdict> &mails,
               std::string *error, int *startCode = nullptr);
 
 // Prints the verdict lines (or JSON) and the summary; returns the exit code
-// (0 when every mail got a verdict, 1 when any failed).
+// (0 when every mail got a verdict without a fault, 1 when any failed or
+// had a fault). Each line: mail, result, action, rule or policy, faults
+// ("copy,temp" or "-").
 int print_verdicts(const std::vector<MailVerdict> &mails, bool json);
