@@ -22,12 +22,13 @@ int FakeEnqueue(ZWEnqueRecord *)
     return 0;
 }
 
-// A fake plug-in that answers `code` with `action`.
-ProcessFn Answer(int code, int action, int blocked = 0)
+// A fake plug-in that answers `code` with `action` and `faults`.
+ProcessFn Answer(int code, int action, int blocked = 0, uint32_t faults = 0)
 {
-    return [=](ZWHostCall *, ZWMailResult *result) {
+    return [=](ZWHostCall *, ZWMailResult *result, OVMailReport *report) {
         result->blocked = blocked;
         result->action = action;
+        report->faults = faults;
         return code;
     };
 }
@@ -60,7 +61,7 @@ TEST_F(MailJudgeTest, HandsThePluginTheCapturedPair)
 {
     std::string af, afText, dfText;
     ZWEnqueMailFn enqueue = nullptr;
-    Judge([&](ZWHostCall *call, ZWMailResult *) {
+    Judge([&](ZWHostCall *call, ZWMailResult *, OVMailReport *) {
         af = call->af_path;
         enqueue = call->enque_mail;
         afText = BaseTempDir::read(af);
@@ -78,18 +79,25 @@ TEST_F(MailJudgeTest, AnswersTheVerdict)
 {
     struct Row {
         int code, action, blocked;
+        uint32_t faults;
         BlockReply onBlock;
         MilterReply reply;
         const char *word;
         const char *error;
     } rows[] = {
-        {0, 0, 0, BlockReply::Discard, MilterReply::Accept, "pass", ""},
-        {2, 1, 1, BlockReply::Discard, MilterReply::Discard, "deleted", ""},
-        {2, 0, 0, BlockReply::Reject, MilterReply::Reject, "blocked", ""},
-        {-6, 0, 0, BlockReply::Discard, MilterReply::Tempfail, "error", "plug-in answered -6"},
+        {0, 0, 0, 0, BlockReply::Discard, MilterReply::Accept, "pass", ""},
+        {2, 1, 1, 0, BlockReply::Discard, MilterReply::Discard, "deleted", ""},
+        {2, 0, 0, 0, BlockReply::Reject, MilterReply::Reject, "blocked", ""},
+        {-6, 0, 0, 0, BlockReply::Discard, MilterReply::Tempfail, "error", "plug-in answered -6"},
+        {2, 2, 1, OV_FAULT_COPY, BlockReply::Discard, MilterReply::Tempfail, "error",
+         "plug-in fault copy, the mail is held"},
+        {0, 0, 0, OV_FAULT_TEMP | OV_FAULT_NOTIFY, BlockReply::Discard, MilterReply::Tempfail,
+         "error", "plug-in fault temp,notify, the mail is held"},
+        {0, 2, 0, OV_FAULT_NOTIFY, BlockReply::Discard, MilterReply::Discard, "quarantined", ""},
     };
     for (const Row &row : rows) {
-        MailOutcome outcome = Judge(Answer(row.code, row.action, row.blocked), row.onBlock);
+        MailOutcome outcome =
+            Judge(Answer(row.code, row.action, row.blocked, row.faults), row.onBlock);
         EXPECT_EQ(outcome.code, row.code);
         EXPECT_EQ(outcome.result.action, row.action);
         EXPECT_EQ(outcome.verdict.reply, row.reply) << row.code;
@@ -101,7 +109,7 @@ TEST_F(MailJudgeTest, AnswersTheVerdict)
 
 TEST_F(MailJudgeTest, ReadsBackARewrittenMail)
 {
-    MailOutcome outcome = Judge([&](ZWHostCall *, ZWMailResult *result) {
+    MailOutcome outcome = Judge([&](ZWHostCall *, ZWMailResult *result, OVMailReport *) {
         std::ofstream(mail->pair().dfPath, std::ios::binary | std::ios::trunc)
             << "From: alice@partner.example\r\nTo: bob@corp.example\r\nSubject: figures\r\n"
                "Content-Type: text/plain; charset=\"us-ascii\"\r\nX-Removed: 1\r\n\r\n"
@@ -125,12 +133,14 @@ TEST_F(MailJudgeTest, EveryFailureIsATempfail)
 {
     WorkerPool stopped(1);
     stopped.stop();
-    auto removeRewritten = [&](ZWHostCall *, ZWMailResult *result) {
+    auto removeRewritten = [&](ZWHostCall *, ZWMailResult *result, OVMailReport *) {
         std::remove(mail->pair().dfPath.c_str());
         result->action = 4;
         return 0;
     };
-    auto fail = [](ZWHostCall *, ZWMailResult *) -> int { throw std::runtime_error("no memory"); };
+    auto fail = [](ZWHostCall *, ZWMailResult *, OVMailReport *) -> int {
+        throw std::runtime_error("no memory");
+    };
     struct Row {
         const char *what;
         WorkerPool &pool;

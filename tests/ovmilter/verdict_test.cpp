@@ -28,7 +28,7 @@ TEST(Verdict, AnswerForEachResult)
         result.blocked = row.blocked;
         result.action = row.action;
         for (BlockReply onBlock : {BlockReply::Discard, BlockReply::Reject}) {
-            MilterVerdict verdict = decide_verdict(row.code, result, onBlock);
+            MilterVerdict verdict = decide_verdict(row.code, result, 0, onBlock);
             SCOPED_TRACE(std::to_string(row.code) + "/" + std::to_string(row.blocked) + "/" +
                          std::to_string(row.action) +
                          (onBlock == BlockReply::Reject ? " reject" : " discard"));
@@ -37,6 +37,32 @@ TEST(Verdict, AnswerForEachResult)
             EXPECT_EQ(verdict.replaceBody, row.replaceBody);
             EXPECT_STREQ(verdict.word, row.word);
         }
+    }
+}
+
+// A fault that leaves the verdict unsure holds the mail whatever the verdict;
+// a notification that was not queued does not.
+TEST(Verdict, FaultsHoldTheMail)
+{
+    struct Row {
+        uint32_t faults;
+        int code, action;
+        MilterReply reply;
+    } rows[] = {
+        {OV_FAULT_COPY, 2, 2, MilterReply::Tempfail},
+        {OV_FAULT_COPY, 0, 3, MilterReply::Tempfail},
+        {OV_FAULT_REPLACE, 0, 0, MilterReply::Tempfail},
+        {OV_FAULT_TEMP, 0, 0, MilterReply::Tempfail},
+        {OV_FAULT_TEMP | OV_FAULT_NOTIFY, 2, 1, MilterReply::Tempfail},
+        {OV_FAULT_NOTIFY, 2, 1, MilterReply::Discard},
+        {OV_FAULT_NOTIFY, 0, 4, MilterReply::Accept},
+    };
+    for (const Row &row : rows) {
+        ZWMailResult result{};
+        result.action = row.action;
+        EXPECT_EQ(decide_verdict(row.code, result, row.faults, BlockReply::Discard).reply,
+                  row.reply)
+            << row.faults << "/" << row.code << "/" << row.action;
     }
 }
 

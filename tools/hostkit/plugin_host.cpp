@@ -37,6 +37,7 @@ bool PluginHost::load(const std::string &path, std::string *error)
     // The update entry point keeps its C++ name, as hosts look it up.
     return resolve(m_handle, "ZWEmailPluginInitialize", &m_initialize, error) &&
            resolve(m_handle, "ZWEmailPluginProcess", &m_process, error) &&
+           resolve(m_handle, "OVEmailPluginProcessReport", &m_processReport, error) &&
            resolve(m_handle, "ZWEmailPluginCleanup", &m_cleanup, error) &&
            resolve(m_handle, "_Z19ZWEmailPluginUpdatev", &m_update, error) &&
            resolve(m_handle, "ZWEmailPluginCommand", &m_command, error) &&
@@ -64,6 +65,28 @@ std::string default_plugin_path()
     std::string path(self, static_cast<size_t>(length));
     size_t slash = path.rfind('/');
     return path.substr(0, slash + 1) + "libov.so";
+}
+
+std::string fault_words(uint32_t faults)
+{
+    static const struct {
+        uint32_t bit;
+        const char *word;
+    } kWords[] = {{OV_FAULT_COPY, "copy"},
+                  {OV_FAULT_REPLACE, "replace"},
+                  {OV_FAULT_TEMP, "temp"},
+                  {OV_FAULT_NOTIFY, "notify"}};
+    std::string words;
+    for (const auto &entry : kWords) {
+        if (faults & entry.bit)
+            words += (words.empty() ? "" : ",") + std::string(entry.word);
+    }
+    return words.empty() ? "-" : words;
+}
+
+bool faults_hold_mail(uint32_t faults)
+{
+    return (faults & (OV_FAULT_COPY | OV_FAULT_REPLACE | OV_FAULT_TEMP)) != 0;
 }
 
 std::string describe_plugin_code(int code)

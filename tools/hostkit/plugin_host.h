@@ -6,6 +6,7 @@
 //   if (!host.load(path, &error)) ...
 //   int rc = host.initialize(root, &info);   // 0 or a negative code
 //   rc = host.process(&call, &result);        // from many threads at once
+//   rc = host.process(&call, &result, &report);   // with the fault report
 //   host.command("update");
 //   host.cleanup();
 //
@@ -30,6 +31,10 @@ public:
 
     int initialize(const char *root, ZWHostInfo *info) const { return m_initialize(root, info); }
     int process(ZWHostCall *call, ZWMailResult *result) const { return m_process(call, result); }
+    int process(ZWHostCall *call, ZWMailResult *result, OVMailReport *report) const
+    {
+        return m_processReport(call, result, report);
+    }
     int cleanup() const { return m_cleanup(); }
     int update() const { return m_update(); }
     int command(const char *text) const { return m_command(text); }
@@ -43,6 +48,7 @@ private:
     void *m_handle = nullptr;
     int (*m_initialize)(const char *, ZWHostInfo *) = nullptr;
     int (*m_process)(ZWHostCall *, ZWMailResult *) = nullptr;
+    int (*m_processReport)(ZWHostCall *, ZWMailResult *, OVMailReport *) = nullptr;
     int (*m_cleanup)() = nullptr;
     int (*m_update)() = nullptr;
     int (*m_command)(const char *) = nullptr;
@@ -54,6 +60,14 @@ private:
 
 // The libov.so that lies beside the running ovctl binary.
 std::string default_plugin_path();
+
+// The faults of a report as comma-separated words from copy, replace, temp,
+// notify; "-" when there are none.
+std::string fault_words(uint32_t faults);
+
+// True for the faults after which a host cannot be sure the mail was judged
+// and kept as the verdict says (copy, replace, temp): it holds the mail.
+bool faults_hold_mail(uint32_t faults);
 
 // Text for an entry point's result code, e.g. "-6 (envelope or message file unusable)".
 std::string describe_plugin_code(int code);

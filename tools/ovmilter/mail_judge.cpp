@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "tools/hostkit/plugin_host.h"
+
 MailOutcome MailJudge::judge(const MailCapture &mail,
                              const std::function<void()> &whileWaiting) const
 {
@@ -15,14 +17,19 @@ MailOutcome MailJudge::judge(const MailCapture &mail,
     }
     std::memcpy(call.af_path, afPath.c_str(), afPath.size() + 1);
 
-    bool ran = m_pool.run([&] { outcome.code = m_process(&call, &outcome.result); }, whileWaiting);
+    bool ran = m_pool.run(
+        [&] { outcome.code = m_process(&call, &outcome.result, &outcome.report); }, whileWaiting);
     if (!ran) {
         outcome.error = "the plug-in is stopping or failed";
         return outcome;
     }
-    outcome.verdict = decide_verdict(outcome.code, outcome.result, m_onBlock);
+    outcome.verdict =
+        decide_verdict(outcome.code, outcome.result, outcome.report.faults, m_onBlock);
     if (outcome.verdict.reply == MilterReply::Tempfail) {
-        outcome.error = "plug-in answered " + std::to_string(outcome.code);
+        outcome.error = outcome.code < 0
+                            ? "plug-in answered " + std::to_string(outcome.code)
+                            : "plug-in fault " + fault_words(outcome.report.faults) +
+                                  ", the mail is held";
         return outcome;
     }
     if (outcome.verdict.replaceBody) {

@@ -1,9 +1,11 @@
 // MailJudge: has the plug-in judge one captured mail and turns its verdict
 // into what the milter answers: the reply, and for a mail whose attachments
 // were replaced the new body and header edits read back from the spool.
-// The plug-in runs on a worker of the pool; the caller's thread waits.
+// The plug-in runs on a worker of the pool; the caller's thread waits. A
+// mail whose report has a copy, replace or temp fault is held (tempfail).
 //
-//   MailJudge judge(pool, [&](ZWHostCall *c, ZWMailResult *r) { return host.process(c, r); },
+//   MailJudge judge(pool, [&](ZWHostCall *c, ZWMailResult *r, OVMailReport *f) {
+//                       return host.process(c, r, f); },
 //                   ovmilter_enque_mail, config.onBlock);
 //   MailOutcome outcome = judge.judge(*capture, [&] { smfi_progress(context); });
 #pragma once
@@ -18,12 +20,13 @@
 #include "tools/ovmilter/verdict.h"
 #include "tools/ovmilter/worker_pool.h"
 
-using ProcessFn = std::function<int(ZWHostCall *, ZWMailResult *)>;
+using ProcessFn = std::function<int(ZWHostCall *, ZWMailResult *, OVMailReport *)>;
 
 struct MailOutcome {
     MilterVerdict verdict;
     int code = 0;                          // result of ZWEmailPluginProcess
     ZWMailResult result{};
+    OVMailReport report{};                 // faults, copy made, rule or policy
     std::string newBody;                   // when verdict.replaceBody
     std::vector<HeaderEdit> headerEdits;   // when verdict.replaceBody
     std::string error;                     // why the answer is tempfail

@@ -178,6 +178,8 @@ int main(int argc, char **argv)
     PluginHost plugin;
     if (!plugin.load(config.plugin, &error))
         return fail(error);
+    if (!work_directories_usable(config.root, &error))
+        return fail(error);
     ZWHostInfo info{};
     int code = plugin.initialize(config.root.c_str(), &info);
     if (code != 0)
@@ -186,8 +188,9 @@ int main(int argc, char **argv)
     set_notification_command(config.sendmailCommand);
 
     WorkerPool workers(config.workers);
-    MailJudge judge(workers, [&plugin](ZWHostCall *call, ZWMailResult *result) {
-        return plugin.process(call, result);
+    MailJudge judge(workers, [&plugin](ZWHostCall *call, ZWMailResult *result,
+                                       OVMailReport *report) {
+        return plugin.process(call, result, report);
     }, ovmilter_enque_mail, config.onBlock);
     SignalRelay relay;
     if (!register_milter({&config, &direction, &judge}, &error) || !relay.start(&error) ||

@@ -14,6 +14,7 @@
 #include <memory>
 #include <thread>
 
+#include "tools/hostkit/plugin_host.h"
 #include "tools/ovmilter/milter_answer.h"
 #include "tools/ovmilter/milter_log.h"
 
@@ -124,11 +125,13 @@ void log_verdict(SMFICTX *context, const MailCapture &mail, const MailOutcome &o
     const char *queueId = smfi_getsymval(context, const_cast<char *>("i"));
     const std::string &af = mail.pair().afPath;
     milter_log(LOG_INFO,
-               "%s: queue=%s from=<%s> rcpts=%zu %s verdict=%s code=%d action=%d reply=%s",
+               "%s: queue=%s from=<%s> rcpts=%zu %s verdict=%s code=%d action=%d faults=%s "
+               "reply=%s",
                af.substr(af.rfind('/') + 1).c_str(), queueId ? queueId : "-",
                mail.envelope().envelopeFrom.c_str(), mail.envelope().recipients.size(),
                mail.outbound() ? "outbound" : "inbound", outcome.verdict.word, outcome.code,
-               outcome.result.action, milter_reply_word(reply));
+               outcome.result.action, fault_words(outcome.report.faults).c_str(),
+               milter_reply_word(reply));
 }
 
 sfsistat on_connect(SMFICTX *context, char *, _SOCK_ADDR *address)

@@ -3,13 +3,13 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <vector>
+
+#include "tools/hostkit/work_directories.h"
 
 std::string program_directory(const std::string &root)
 {
-    std::string base = root;
-    while (!base.empty() && std::strchr("\r\n /", base.back()))
-        base.pop_back();
-    return base + "/Plug-Ins/OV/";
+    return plugin_program_directory(root);
 }
 
 bool reload_would_succeed(const PluginHost &host, const std::string &root, std::string *error)
@@ -27,7 +27,18 @@ bool reload_would_succeed(const PluginHost &host, const std::string &root, std::
         *error = "the keyword policies of " + policies + " do not load";
         return false;
     }
-    return true;
+    return work_directories_usable(root, error);
+}
+
+bool work_directories_usable(const std::string &root, std::string *error)
+{
+    std::vector<std::string> problems = unusable_work_directories(root);
+    if (problems.empty())
+        return true;
+    *error = problems.front();
+    for (size_t i = 1; i < problems.size(); ++i)
+        *error += "; " + problems[i];
+    return false;
 }
 
 int reload_settings(const PluginHost &host, const std::string &root, std::string *error)

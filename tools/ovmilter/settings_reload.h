@@ -4,6 +4,9 @@
 // checks those two on the files as they are now and refuses the reload, with
 // the reason in the log, when either would fail; mail keeps flowing on the
 // old settings until the administrator mends the files and signals again.
+// The temporary, quarantine and archive directories that the new settings
+// name must be usable too (see work_directories.h): without them mail would
+// be held or passed unfiltered.
 //
 //   std::string error;
 //   int code = reload_settings(host, config.root, &error);   // 0, or why not
@@ -16,6 +19,10 @@
 // The plug-in's program directory under an installation root, with the
 // trailing slash: "/opt/gw//\n" gives "/opt/gw/Plug-Ins/OV/".
 std::string program_directory(const std::string &root);
+
+// False with the reasons when a directory the plug-in writes into cannot be
+// created or written. Checked at start and before every reload.
+bool work_directories_usable(const std::string &root, std::string *error);
 
 // False with a reason when a reload would fail and hold mail.
 bool reload_would_succeed(const PluginHost &host, const std::string &root, std::string *error);

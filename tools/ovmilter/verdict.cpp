@@ -1,5 +1,7 @@
 #include "tools/ovmilter/verdict.h"
 
+#include "tools/hostkit/plugin_host.h"
+
 namespace {
 
 const char *blocked_word(int action)
@@ -14,10 +16,11 @@ const char *blocked_word(int action)
 
 } // namespace
 
-MilterVerdict decide_verdict(int code, const ZWMailResult &result, BlockReply onBlock)
+MilterVerdict decide_verdict(int code, const ZWMailResult &result, uint32_t faults,
+                             BlockReply onBlock)
 {
     MilterVerdict verdict;
-    if (code < 0)
+    if (code < 0 || faults_hold_mail(faults))
         return verdict;
     bool blocked = code == 2 || result.blocked != 0 || (result.action >= 1 && result.action <= 3);
     if (blocked) {
