@@ -131,6 +131,44 @@ expect_count bob 0
 om_stop || om_fail "ovmilter did not stop cleanly"
 echo "ok: OnBlock=reject refuses with the configured text"
 
+# 8. The quarantine directory cannot be written (a plain file in its place):
+#    the sending server, a second Postfix instance that relays example.net to
+#    this one, sees 451 4.3.0 and keeps the mail in its queue; once the
+#    directory is mended its next retry goes through and the mail is
+#    quarantined.
+om_write_ini "$work/ovmilter.ini" "inet:$milter_port@127.0.0.1" "$root" "$work/spool" 2 "$(pf_sendmail_command "$PF_DIR")"
+om_start "$build" "$work/ovmilter.ini" "$work/ovmilter3.log" || om_fail "ovmilter did not start a third time"
+RELAY_DIR=$work/relay
+relay_port=$(om_pick_port $((smtp_port + 1)))
+cleanup() { om_stop || true; pf_stop "$RELAY_DIR" || true; pf_stop "$PF_DIR" || true; }
+pf_setup "$RELAY_DIR" "$relay_port" "" "virtual_mailbox_domains=" "relay_domains=example.net" \
+  "relay_transport=smtp:[127.0.0.1]:$smtp_port" || om_fail "cannot set up the relaying instance"
+pf_start "$RELAY_DIR" || om_fail "the relaying postfix did not start"
+copies_before=$(ls "$quarantine/Anti-Spam/Vendor lottery/" | wc -l)
+mv "$quarantine" "$quarantine.saved"
+echo "not a directory" >"$quarantine"
+swaks --silent 2 --server "127.0.0.1:$relay_port" --from sender@partner.example --to bob@example.net \
+      --data "@$src/examples/mail/13-lottery.eml" >"$work/swaks.log" 2>&1 || om_fail "the relay refused the mail"
+for _ in $(seq 1 300); do
+  [ "$(pf_queue_count "$RELAY_DIR" deferred)" = 1 ] && break
+  sleep 0.1
+done
+[ "$(pf_queue_count "$RELAY_DIR" deferred)" = 1 ] || om_fail "the mail is not deferred in the relay's queue"
+postqueue -c "$RELAY_DIR/etc" -p | grep -q '451 4.3.0' || om_fail "no 451 4.3.0 in the relay's queue: $(postqueue -c "$RELAY_DIR/etc" -p)"
+grep -q 'faults=copy reply=tempfail' "$work/ovmilter3.log" || om_fail "no tempfail for the copy fault logged"
+expect_count bob 0
+echo "ok: quarantine unwritable: 451 4.3.0, the mail stays in the sending Postfix's queue"
+rm -f "$quarantine"
+mv "$quarantine.saved" "$quarantine"
+pf_wait_idle "$RELAY_DIR" 30 || om_fail "the relay did not pass the mail on after the directory was mended"
+settle
+[ "$(ls "$quarantine/Anti-Spam/Vendor lottery/" | wc -l)" -eq $((copies_before + 1)) ] || om_fail "the retried mail was not quarantined"
+expect_count bob 0
+[ -z "$(ls "$work/spool" | grep -E "^(AF|DF)")" ] || om_fail "spool not empty: $(ls "$work/spool")"
+om_stop || om_fail "ovmilter did not stop cleanly"
+pf_stop "$RELAY_DIR"
+echo "ok: after the directory was mended the retry was quarantined"
+
 pf_stop "$PF_DIR"
 [ -n "${OV_KEEP_WORK:-}" ] && echo "kept $work" || rm -rf "$work"
 echo "postfix e2e: all passed"

@@ -72,13 +72,21 @@ TEST(SettingsReload, RefusesAReloadThatWouldHoldMail)
         {"contscan.ini gone",
          [](PluginInstallation &install) { std::remove(install.Path("contscan.ini").c_str()); },
          "init=0 reload=1 why=cannot read %contscan.ini: No such file or directory "},
+        {"quarantine directory a plain file",
+         [](PluginInstallation &install) {
+             PluginWriteFile(install.root() + "/q", "x");
+             install.ini.Set("Advanced Options", "QuarantineDirectory", install.root() + "/q");
+             install.WriteIni();
+         },
+         "init=0 reload=1 why=quarantine directory %/q (QuarantineDirectory): cannot create it: "
+         "Not a directory "},
     };
     for (const Row &row : rows) {
         PluginInstallation install;
         std::string expected = row.expected;
         size_t mark = expected.find('%');
         if (mark != std::string::npos)
-            expected.replace(mark, 1, install.ProgramDir());
+            expected.replace(mark, 1, expected[mark + 1] == '/' ? install.root() : install.ProgramDir());
         // The junk rule of the old settings still deletes the mail (2).
         EXPECT_EQ(ReloadInChild(install, [&] { row.breakFiles(install); }),
                   expected + "process=2 cleanup=0")
