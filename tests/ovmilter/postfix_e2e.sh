@@ -169,6 +169,18 @@ om_stop || om_fail "ovmilter did not stop cleanly"
 pf_stop "$RELAY_DIR"
 echo "ok: after the directory was mended the retry was quarantined"
 
+# 9. ovmilter does not start while the quarantine directory cannot be written.
+mv "$quarantine" "$quarantine.saved"
+echo "not a directory" >"$quarantine"
+status=0
+timeout 20 "$build/ovmilter" -c "$work/ovmilter.ini" -f >"$work/ovmilter4.log" 2>&1 || status=$?
+rm -f "$quarantine"
+mv "$quarantine.saved" "$quarantine"
+[ "$status" = 1 ] || om_fail "ovmilter started (status $status) with an unwritable quarantine directory"
+grep -q "quarantine directory $quarantine (QuarantineDirectory): cannot create it: Not a directory" "$work/ovmilter4.log" ||
+  om_fail "no reason given: $(cat "$work/ovmilter4.log")"
+echo "ok: ovmilter refuses to start with an unwritable quarantine directory"
+
 pf_stop "$PF_DIR"
 [ -n "${OV_KEEP_WORK:-}" ] && echo "kept $work" || rm -rf "$work"
 echo "postfix e2e: all passed"
