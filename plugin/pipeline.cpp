@@ -250,8 +250,6 @@ void act_on_replaced_attachments(MailContext &mail, const Replace_Stru &replace,
     debug("ZWEmailPluginProcess: Take Action for SFilter OK!");
 }
 
-// Deletes, quarantines or archives: `levels` are the directories under the
-// quarantine or archive root. Returns the action word for the event log.
 // Copies the mail under root/levels; notes the copy or the fault.
 void keep_copy(MailContext &mail, const t_string &root, const std::vector<std::string> &levels,
                const char *logWord)
@@ -265,6 +263,8 @@ void keep_copy(MailContext &mail, const t_string &root, const std::vector<std::s
     ovux_log->start() << logWord << copy << Orvane::endl;
 }
 
+// Deletes, quarantines or archives: `levels` are the directories under the
+// quarantine or archive root. Returns the action word for the event log.
 std::string take_action(PolicyAction action, MailContext &mail,
                         const std::vector<std::string> &levels, ZWMailResult *result)
 {
@@ -482,8 +482,9 @@ bool make_temp_name(const char *prefix, char *tempName)
             errno = error;
             break;
         }
-        if (errno != ENOENT || !CreateDirectory(g_t_strTEMPDIR.c_str(), nullptr))
+        if (errno != ENOENT)
             break;
+        CreateDirectory(g_t_strTEMPDIR.c_str(), nullptr);   // another thread may be first
     }
     const int error = errno;
     char line[2 * OV_MAX_PATH];
