@@ -260,6 +260,24 @@ std::string json_quote(const std::string &text)
     return out + "\"";
 }
 
+std::string valid_utf8(const std::string &text)
+{
+    std::string out;
+    out.reserve(text.size());
+    for (size_t i = 0; i < text.size();) {
+        unsigned char c = static_cast<unsigned char>(text[i]);
+        size_t length = c < 0x80 ? 1 : utf8_sequence_length(text, i);
+        if (length) {
+            out.append(text, i, length);
+            i += length;
+        } else {
+            out += "\xEF\xBF\xBD";
+            ++i;
+        }
+    }
+    return out;
+}
+
 std::string json_quote_list(const std::vector<std::string> &items)
 {
     std::string out = "[";

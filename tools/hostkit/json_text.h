@@ -23,6 +23,10 @@ constexpr size_t kJsonMaxInput = 4u << 20;
 // The text as a JSON string literal, quotes included.
 std::string json_quote(const std::string &text);
 
+// The text with each byte that is not part of well-formed UTF-8 replaced by
+// U+FFFD, for output that must be UTF-8 (HTML).
+std::string valid_utf8(const std::string &text);
+
 // A JSON array of string literals: ["a", "b"].
 std::string json_quote_list(const std::vector<std::string> &items);
 
