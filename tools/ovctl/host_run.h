@@ -20,6 +20,7 @@ struct MailVerdict {
     int code = 0;            // return value of ZWEmailPluginProcess
     ZWMailResult result{};
     std::string name;        // rule or policy that acted, when known
+    std::string copyPath;    // quarantine or archive copy made (OVMailReport.copy_path)
 };
 
 struct HostRunOptions {

@@ -27,6 +27,7 @@ struct MailOutcome {
     std::string newBody;                   // when verdict.replaceBody
     std::vector<HeaderEdit> headerEdits;   // when verdict.replaceBody
     std::string error;                     // why the answer is tempfail
+    std::string copyPath, trigger;         // from the plug-in's OVMailReport
 };
 
 class MailJudge {
