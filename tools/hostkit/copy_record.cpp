@@ -67,7 +67,11 @@ bool parse_utc_time_text(const std::string &text, time_t *when)
     char *end = strptime(text.c_str(), "%Y-%m-%dT%H:%M:%SZ", &parts);
     if (!end || *end != '\0' || text.size() != 20)
         return false;
-    *when = timegm(&parts);
+    time_t parsed = timegm(&parts);
+    // Only a time written the one way (no day 31 of November, no year 271).
+    if (utc_time_text(parsed) != text)
+        return false;
+    *when = parsed;
     return true;
 }
 

@@ -142,6 +142,14 @@ private:
                 return true;
             if (c < 0x20)
                 return fail("a control character in a string");
+            if (c >= 0x80) {
+                size_t length = utf8_sequence_length(m_in, m_at - 1);
+                if (!length)
+                    return fail("a string that is not UTF-8");
+                out->append(m_in, m_at - 1, length);
+                m_at += length - 1;
+                continue;
+            }
             if (c != '\\') {
                 *out += static_cast<char>(c);
                 continue;

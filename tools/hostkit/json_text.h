@@ -9,9 +9,9 @@
 //
 // Quoting keeps well-formed UTF-8 as it is and writes every other byte as
 // \u00XX (the byte taken as Latin-1), so the output is always valid UTF-8
-// and no control character survives. The reader refuses nested objects,
-// arrays of anything but strings, and input over kJsonMaxInput bytes; its
-// cost is linear in the input.
+// and no control character survives. The reader refuses text that is not
+// UTF-8, nested objects, arrays of anything but strings, and input over
+// kJsonMaxInput bytes; its cost is linear in the input.
 #pragma once
 
 #include <map>

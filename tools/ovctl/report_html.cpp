@@ -70,6 +70,18 @@ std::string text_at(double x, double y, const char *anchor, const std::string &t
            "\"" + extra + ">" + escaped(text) + "</text>\n";
 }
 
+// A label that fits left of the bars: at most 40 characters, "..." after a cut.
+std::string short_label(const std::string &text)
+{
+    const std::string valid = valid_utf8(text);
+    size_t characters = 0, at = 0;
+    for (; at < valid.size(); ++at) {
+        if ((static_cast<unsigned char>(valid[at]) & 0xC0) != 0x80 && ++characters > 40)
+            break;
+    }
+    return at < valid.size() ? valid.substr(0, at) + "..." : valid;
+}
+
 std::string blocked_per_day_chart(const EventReport &report)
 {
     const double width = 720, height = 300, left = 48, right = 16, top = 16, bottom = 64;
@@ -141,7 +153,7 @@ std::string top_triggers_chart(const EventReport &report)
     for (const auto &entry : entries) {
         const bool rule = entry.first.compare(0, 5, "rule:") == 0;
         double barWidth = barSpace * entry.second / most;
-        svg += text_at(labelWidth - 8, y + 17, "end", entry.first);
+        svg += text_at(labelWidth - 8, y + 17, "end", short_label(entry.first));
         svg += rect(labelWidth, y + 4, barWidth, rowHeight - 8, rule ? "#8e44ad" : "#16a085",
                     entry.first + ": " + std::to_string(entry.second));
         svg += text_at(labelWidth + barWidth + 6, y + 17, "start", std::to_string(entry.second));
