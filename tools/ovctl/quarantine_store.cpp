@@ -24,12 +24,13 @@ constexpr int kMaxDepth = 3;
 std::string read_header_block(const std::string &path)
 {
     std::ifstream in(path, std::ios::binary);
-    std::string head;
-    std::string line;
-    while (head.size() < kHeaderLimit && std::getline(in, line)) {
-        if (line.empty() || line == "\r")
-            break;
-        head += line + "\n";
+    std::string head(kHeaderLimit, '\0');
+    in.read(&head[0], static_cast<std::streamsize>(head.size()));
+    head.resize(static_cast<size_t>(in.gcount()));
+    for (const char *blankLine : {"\r\n\r\n", "\n\n"}) {
+        size_t end = head.find(blankLine);
+        if (end != std::string::npos)
+            head.resize(end + 1);
     }
     return head;
 }
