@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <set>
 
 #include "tools/hostkit/json_text.h"
 
@@ -96,7 +97,7 @@ std::string blocked_per_day_chart(const EventReport &report)
                       "role=\"img\" width=\"" + number(width) + "\" height=\"" + number(height) +
                       "\" viewBox=\"0 0 " + number(width) + " " + number(height) + "\">\n";
     svg += "<title>Blocked mails per day by action</title>\n";
-    for (int tick : {0, (most + 1) / 2, most}) {
+    for (int tick : std::set<int>{0, (most + 1) / 2, most}) {
         double y = top + plotHeight - plotHeight * tick / most;
         svg += "<line x1=\"" + number(left) + "\" x2=\"" + number(width - right) + "\" y1=\"" +
                number(y) + "\" y2=\"" + number(y) + "\" stroke=\"#ddd\"/>\n";
