@@ -1,10 +1,13 @@
 // A captured pair takes the MTA's queue id as its name before the envelope
 // is written: the data keeps flowing into the renamed file, a name in use
 // is never taken over (the next one is), and the renamed pair still leaves
-// the spool with the capture.
+// the spool with the capture. The envelope record of a quarantined copy
+// keeps the SMTP envelope with the queue id.
 #include <gtest/gtest.h>
 
 #include "support/base_temp_dir.h"
+#include "tools/hostkit/copy_record.h"
+#include "tools/ovmilter/copy_record_note.h"
 #include "tools/ovmilter/mail_capture.h"
 
 namespace {
@@ -57,6 +60,42 @@ TEST(MailCaptureName, TakesTheQueueIdOrTheNextFreeName)
         EXPECT_FALSE(BaseTempDir::exists(spool.path(row.df))) << row.df;
     }
     EXPECT_TRUE(BaseTempDir::exists(spool.path("AFI4Q_3")));
+}
+
+} // namespace
+
+namespace {
+
+TEST(CopyRecordNote, KeepsTheSmtpEnvelopeOfAReportedCopy)
+{
+    BaseTempDir spool;
+    auto mail = start_in(spool.dir(), "n1");
+    ASSERT_TRUE(mail);
+    mail->add_recipient("<bob@corp.example>");
+    mail->add_recipient("<hidden@corp.example>");   // a Bcc: in no header
+    std::string error;
+    ASSERT_TRUE(mail->finish(&error)) << error;
+
+    MailOutcome outcome;
+    outcome.code = 2;
+    outcome.result.blocked = 1;
+    outcome.verdict.word = "quarantined";
+    note_copy_record(*mail, "192.0.2.7", "4Q", outcome);   // no copy: nothing written
+    outcome.copyPath = spool.write("AF9_1.tmp", "copy");
+    outcome.trigger = "Big mails";
+    note_copy_record(*mail, "192.0.2.7", "4Q", outcome);
+
+    CopyRecord record;
+    ASSERT_EQ(read_copy_record(outcome.copyPath, &record, &error), RecordRead::Found) << error;
+    EXPECT_EQ(record.id, "4Q");
+    EXPECT_EQ(record.host, "ovmilter");
+    EXPECT_EQ(record.sender, "a@partner.example");
+    EXPECT_EQ(record.recipients,
+              (std::vector<std::string>{"bob@corp.example", "hidden@corp.example"}));
+    EXPECT_EQ(record.client, "192.0.2.7");
+    EXPECT_EQ(record.verdict, "blocked");
+    EXPECT_EQ(record.action, "quarantined");
+    EXPECT_EQ(record.trigger, "Big mails");
 }
 
 } // namespace
