@@ -21,8 +21,8 @@
 #include <set>
 #include <string>
 
-#include "tools/ovctl/command.h"
 #include "tools/hostkit/spool_id.h"
+#include "tools/ovctl/command.h"
 #include "tools/ovctl/host_run.h"
 #include "tools/ovctl/scan_copy_records.h"
 
