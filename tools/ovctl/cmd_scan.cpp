@@ -18,10 +18,13 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <set>
 #include <string>
 
+#include "tools/hostkit/spool_id.h"
 #include "tools/ovctl/command.h"
 #include "tools/ovctl/host_run.h"
+#include "tools/ovctl/scan_copy_records.h"
 
 namespace {
 
@@ -103,6 +106,23 @@ bool make_directory(const std::string &dir, std::string *error)
     return false;
 }
 
+// The pair of an input file is named after the file, so that the event log
+// and the records of quarantined copies name it too; a name already in the
+// spool or in this batch gets a number.
+std::string spool_id_for_input(const std::string &spool, const std::string &input,
+                               std::set<std::string> *taken)
+{
+    const std::string base = spool_id_from_name(input.substr(input.rfind('/') + 1));
+    for (int attempt = 1;; ++attempt) {
+        std::string id = spool_id_candidate(base, attempt);
+        bool inSpool = false;
+        for (const char *prefix : {"/AFI", "/AFO", "/DFI", "/DFO"})
+            inSpool = inSpool || access((spool + prefix + id).c_str(), F_OK) == 0;
+        if (!inSpool && taken->insert(id).second)
+            return id;
+    }
+}
+
 void remove_spool(const std::vector<MailVerdict> &mails, const std::string &dir)
 {
     for (const MailVerdict &mail : mails) {
@@ -136,7 +156,8 @@ int run_scan(const OvctlArgs &args)
         return ovctl_fail(error);
 
     std::vector<MailVerdict> mails;
-    const std::string stamp = std::to_string(getpid());
+    std::set<std::string> spoolIds;
+    std::vector<MailEnvelope> envelopes;
     for (size_t i = 0; i < host.operands.size(); ++i) {
         std::string message;
         if (!ovctl_read_input(host.operands[i], &message, &error)) {
@@ -146,13 +167,14 @@ int run_scan(const OvctlArgs &args)
         MailVerdict mail;
         mail.label = host.operands[i];
         MailEnvelope envelope = envelope_from_message(message, time(nullptr));
-        std::string id = stamp + "_" + std::to_string(i + 1);
+        std::string id = spool_id_for_input(host.spool, host.operands[i], &spoolIds);
         if (!write_spool_pair(host.spool, id, host.outbound, envelope, message, &mail.pair,
                               &error)) {
             remove_spool(mails, keepSpool ? "" : host.spool);
             return ovctl_fail(error);
         }
         mails.push_back(mail);
+        envelopes.push_back(envelope);
     }
 
     bool started = run_host(host.run, mails, &error);
@@ -160,7 +182,8 @@ int run_scan(const OvctlArgs &args)
         remove_spool(mails, host.spool);
     if (!started)
         return ovctl_fail(error);
-    return print_verdicts(mails, host.json);
+    const int unrecorded = keep_copy_records(mails, envelopes);
+    return print_verdicts(mails, host.json) | (unrecorded ? 1 : 0);
 }
 
 int run_spool(const OvctlArgs &args)

@@ -11,6 +11,7 @@
 #include <cstring>
 
 #include "base/ov_string.h"
+#include "tools/hostkit/spool_id.h"
 
 namespace {
 
@@ -189,6 +190,28 @@ bool MailCapture::add_body(const void *data, size_t size, std::string *error)
     if (!m_headersEnded && !end_headers(error))
         return false;
     return write(data, size, error);
+}
+
+bool MailCapture::rename_pair(const std::string &id)
+{
+    if (!m_data)
+        return false;   // the envelope file is written: too late
+    const std::string prefix = m_pair.dfPath.substr(0, m_pair.dfPath.rfind('/') + 1);
+    const char direction = m_outbound ? 'O' : 'I';
+    for (int attempt = 1; attempt <= 100; ++attempt) {
+        const std::string name = direction + spool_id_candidate(id, attempt);
+        if (access((prefix + "AF" + name).c_str(), F_OK) == 0)
+            continue;
+        // link() claims the new name atomically: no other capture can take it.
+        if (link(m_pair.dfPath.c_str(), (prefix + "DF" + name).c_str()) == 0) {
+            std::remove(m_pair.dfPath.c_str());
+            m_pair = {prefix + "AF" + name, prefix + "DF" + name};
+            return true;
+        }
+        if (errno != EEXIST)
+            return false;
+    }
+    return false;
 }
 
 bool MailCapture::finish(std::string *error)

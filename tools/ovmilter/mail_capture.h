@@ -45,6 +45,10 @@ public:
     bool add_header(const std::string &name, const std::string &value, std::string *error);
     bool end_headers(std::string *error);
     bool add_body(const void *data, size_t size, std::string *error);
+    // Before finish(): renames the pair to AF<d><id>/DF<d><id> (or id_2 ...
+    // when that is taken) so that it carries the MTA's id; on failure the
+    // pair keeps its name and false is returned.
+    bool rename_pair(const std::string &id);
     // Closes the data file and writes the envelope file.
     bool finish(std::string *error);
 

@@ -15,6 +15,8 @@
 #include <thread>
 
 #include "tools/hostkit/plugin_host.h"
+#include "tools/hostkit/spool_id.h"
+#include "tools/ovmilter/copy_record_note.h"
 #include "tools/ovmilter/milter_answer.h"
 #include "tools/ovmilter/milter_log.h"
 
@@ -212,6 +214,9 @@ sfsistat on_eom(SMFICTX *context)
     return guarded(context, [&] {
         Session *session = session_of(context);
         std::string error = "end of message without a message";
+        const char *queueId = smfi_getsymval(context, const_cast<char *>("i"));
+        if (session && session->mail && queueId)
+            session->mail->rename_pair(spool_id_from_name(queueId));   // the pair carries the id
         if (!session || !session->mail || !session->mail->finish(&error))
             return give_up(context, session, error);
         // The MTA gives up on a filter that stays silent too long; a mail
@@ -221,6 +226,7 @@ sfsistat on_eom(SMFICTX *context)
         std::string failure;
         sfsistat reply = answer_mta(context, *session->mail, outcome, *g_setup.config, &failure);
         log_verdict(context, *session->mail, outcome, reply);
+        note_copy_record(*session->mail, session->client, queueId, outcome);
         if (reply == SMFIS_TEMPFAIL)
             return give_up(context, session, failure);
         session->end_message();   // the pair leaves the spool
