@@ -163,6 +163,7 @@ void MimeWalk::Run()
             break;
         }
     }
+    FlushDataToTempFile(m_pBuf, m_pText, m_carry);
 }
 
 void MimeWalk::RebuildComparison()
@@ -271,7 +272,7 @@ void MimeWalk::BoundaryLine(const char *line)
     if (m_bEndPending && m_pInfo && m_nPendingIndex < m_pInfo->m_nAttachCount)
         m_pInfo->m_pAttach[m_nPendingIndex]->m_nEnd = int(m_reader.start());
     m_bEndPending = false;
-    m_carry.Clear();
+    FlushDataToTempFile(m_pBuf, m_pText, m_carry);
     std::string bare = WithoutLineEnd(line);
     bare.erase(bare.find_last_not_of(" \t") + 1);
     if (bare == m_strClose) {
