@@ -125,7 +125,6 @@ private:
     char m_szName[kNameSize];
     char m_szType[128];
     _BOUNDLIST *m_pTop = nullptr;
-    int m_nDepth = 0;
     std::string m_strOpen;    // "--" + boundary
     std::string m_strClose;   // "--" + boundary + "--"
     long m_lTopContentType = 0;
@@ -277,7 +276,6 @@ void MimeWalk::BoundaryLine(const char *line)
     bare.erase(bare.find_last_not_of(" \t") + 1);
     if (bare == m_strClose) {
         m_pTop = RemoveBoundary(m_pTop);
-        --m_nDepth;
         RebuildComparison();
         m_bTextPart = true;
         m_nPartEncoding = m_nTopEncoding;
@@ -433,13 +431,7 @@ void MimeWalk::ReadBoundaryParameter(const std::string &line, const std::string 
     if (value.size() > kMaxBoundaryValue)
         value.resize(kMaxBoundaryValue);
     m_bBoundaryKnown = true;
-    if (m_nDepth >= MIME_MAX_BOUNDARY_DEPTH)
-        return;
-    _BOUNDLIST *top = AddBoundary(&value[0], m_pTop, m_bDigest ? 1 : 0);
-    if (top != m_pTop) {
-        m_pTop = top;
-        ++m_nDepth;
-    }
+    m_pTop = AddBoundary(&value[0], m_pTop, m_bDigest ? 1 : 0);
 }
 
 void MimeWalk::ReadNameParameter(const std::string &line, const std::string &lower, const char *key,
