@@ -38,7 +38,7 @@ void ReadSavedFile(TnefListing &listing)
     CTnefFileName *node = listing.attach->m_pTnefTail;
     if (!node || node->m_strTempPath.empty())
         return;
-    AttachDecodeComp::DecodeTextFile(node->m_strTempPath.c_str(), node->m_szName, listing.buf,
+    AttachDecodeComp::DecodeTextFile(node->m_strTempPath.c_str(), node->m_strName.c_str(), listing.buf,
                                      listing.text);
     std::remove(node->m_strTempPath.c_str());
     node->m_strTempPath.clear();
@@ -52,7 +52,7 @@ int AddTnefName(char *name, void *context)
     char *host = DecodeString(name);
     listing->attach->AddFileName(host ? host : name, false);
     std::free(host);
-    if (listing->dir.empty() || !AttachDecodeComp::IsIncluded(listing->attach->m_pTnefTail->m_szName))
+    if (listing->dir.empty() || !AttachDecodeComp::IsIncluded(listing->attach->m_pTnefTail->m_strName.c_str()))
         return 0;
     // The decoder saves the data under the name left in its buffer.
     std::string file = listing->prefix + "_" + std::to_string(listing->count) + ".tnf";

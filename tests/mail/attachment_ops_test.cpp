@@ -64,7 +64,7 @@ std::vector<std::string> TnefNames(const Attach_Stru &attach)
 {
     std::vector<std::string> names;
     for (const CTnefFileName *node = attach.m_pTnefHead; node; node = node->m_pNext)
-        names.push_back(node->m_szName);
+        names.push_back(node->m_strName);
     return names;
 }
 
