@@ -14,10 +14,11 @@
 // unfinished is held until a line break ends it and is then detected and
 // converted with the rest of that line: the text does not depend on where
 // the encoded lines end. The text held is bounded: past 4096 bytes without
-// a line break it is converted up to the last whole character, keeping back
-// an escape sequence or a character that the piece cuts short, and, for
-// ISO-2022 text, the shift state in force (put before the rest). When the
-// part ends, FlushDataToTempFile writes what is held.
+// a line break it is converted up to a place that cuts no character,
+// keeping back an escape sequence or a character that the piece cuts short
+// (whatever the detector makes of the piece) and, for ISO-2022 text, the
+// shift state in force (put before the rest). When the part ends,
+// FlushDataToTempFile writes what is held.
 #pragma once
 
 #include <cstddef>
