@@ -143,13 +143,14 @@ TEST(JapaneseBodyCut, EveryCutOfALineGivesTheWholeLine)
 
 TEST(JapaneseBodyCut, LinesLongerThanTheWalkHoldsStayWhole)
 {
-    // One text line of about 12 000 bytes: the walk decodes it in pieces,
-    // which end wherever the encoded lines end. The ASCII prefix moves the
-    // pieces' ends over every byte of the escapes and characters.
-    // A first piece of ASCII alone meets the first escape or lead byte.
+    // One text line longer than the walk holds, which it therefore decodes
+    // in pieces that end wherever the encoded lines end. The ASCII prefix
+    // moves the pieces' ends over every byte of the escapes and characters;
+    // after a run of 4090 ASCII bytes, a piece of ASCII alone meets the
+    // first escape or lead byte.
     std::string unit = Euc(u8"会議の資料 abc、");
     std::string mixed;
-    while (mixed.size() < 12000)
+    while (mixed.size() < 6000)
         mixed += unit;
     std::string asciiFirst = std::string(4090, 'a') + mixed;
     for (const Code &code : kCodes) {
