@@ -17,10 +17,8 @@
 // Prints MB/s and the ratios walk/read and walk/gmime; each figure is the
 // best of three runs in CPU time, since the machine is shared.
 //
-// Then hostile shapes, each walked at two sizes to show that the cost grows
-// linearly (the ratio of the times should be near 2): 50 000 and 100 000
-// header lines, 5 000 and 10 000 nested multiparts, 10 000 and 20 000
-// sibling parts, and a single line of 10 MB and 20 MB.
+// Hostile shapes (many header lines, deep nesting, long lines) have their
+// own benchmark, bench_mail_hostile_main.
 //
 // Building the GMime side needs the flags of `pkg-config --cflags --libs
 // gmime-3.0` and the definition OV_HAVE_GMIME; without them the bench runs
@@ -41,6 +39,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/bench_timing.h"
 #include "mail/mail_info.h"
 #include "mail/mime_walk.h"
 #include "ov/contscan.h"
@@ -50,24 +49,6 @@
 #endif
 
 namespace {
-
-double CpuSeconds()
-{
-    timespec now;
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
-    return double(now.tv_sec) + double(now.tv_nsec) * 1e-9;
-}
-
-double BestOf(int runs, const std::function<void()> &work)
-{
-    double best = 1e30;
-    for (int i = 0; i < runs; ++i) {
-        double start = CpuSeconds();
-        work();
-        best = std::min(best, CpuSeconds() - start);
-    }
-    return best;
-}
 
 // Deterministic text and bytes for the corpus.
 class MailMaker {
@@ -306,80 +287,6 @@ int GMimeAll(const Corpus &corpus)
 }
 #endif
 
-std::string ManyHeaders(int lines)
-{
-    std::string mail = "From: a@example.com\nSubject: headers\n";
-    for (int i = 0; i < lines; ++i)
-        mail += "X-Header-" + std::to_string(i) + ": some value of a header line\n";
-    return mail + "\nbody\n";
-}
-
-std::string NestedParts(int depth)
-{
-    std::string mail = "From: a@example.com\nMIME-Version: 1.0\n";
-    for (int i = 0; i < depth; ++i)
-        mail += "Content-Type: multipart/mixed; boundary=\"n" + std::to_string(i) + "\"\n\n--n" +
-                std::to_string(i) + "\n";
-    return mail + "Content-Type: application/pdf; name=deep.pdf\n\nJVBERi0xLjQK\n";
-}
-
-std::string SiblingParts(int parts)
-{
-    std::string mail = "From: a@example.com\nMIME-Version: 1.0\n"
-                       "Content-Type: multipart/mixed; boundary=\"s\"\n\n";
-    for (int i = 0; i < parts; ++i)
-        mail += "--s\nContent-Type: image/png; name=\"p" + std::to_string(i) +
-                ".png\"\nContent-Transfer-Encoding: base64\n\niVBORw0KGgo=\n";
-    return mail + "--s--\n";
-}
-
-std::string LongLine(size_t bytes)
-{
-    return "From: a@example.com\nSubject: one line\n\n" + std::string(bytes, 'w') + "\n";
-}
-
-// Walks one generated mail; CPU seconds, best of three.
-double WalkOne(const std::string &dir, const std::string &mail)
-{
-    std::string path = dir + "/hostile";
-    FILE *out = std::fopen(path.c_str(), "wb");
-    if (!out)
-        return 0;
-    std::fwrite(mail.data(), 1, mail.size(), out);
-    std::fclose(out);
-    auto text = std::make_unique<MEMBUF>();
-    std::string textPath = dir + "/text";
-    double seconds = BestOf(3, [&] {
-        CMailInfo info;
-        GetAttachmentInfo(path.c_str(), text.get(), textPath.c_str(), &info);
-    });
-    std::remove(path.c_str());
-    return seconds;
-}
-
-void HostileShapes(const std::string &dir)
-{
-    struct Shape {
-        const char *name;
-        std::function<std::string(int)> make;
-        int size;
-    } shapes[] = {
-        {"header lines", ManyHeaders, 50000},
-        {"nested parts", NestedParts, 5000},
-        {"sibling parts", SiblingParts, 10000},
-        {"MB in one line", [](int mb) { return LongLine(size_t(mb) << 20); }, 10},
-    };
-    for (const Shape &shape : shapes) {
-        std::string small = shape.make(shape.size);
-        std::string large = shape.make(shape.size * 2);
-        double smallTime = WalkOne(dir, small);
-        double largeTime = WalkOne(dir, large);
-        std::printf("hostile %6d / %6d %-15s %8.1f / %8.1f ms, %6.1f MB/s, growth %.2f\n",
-                    shape.size, shape.size * 2, shape.name, smallTime * 1e3, largeTime * 1e3,
-                    double(large.size()) / (1024.0 * 1024.0) / largeTime, largeTime / smallTime);
-    }
-}
-
 double MegabytesPerSecond(size_t bytes, double seconds)
 {
     return double(bytes) / (1024.0 * 1024.0) / seconds;
@@ -418,7 +325,6 @@ int main(int argc, char **argv)
 #else
     std::printf("gmime  not built (needs OV_HAVE_GMIME and the gmime-3.0 flags)\n");
 #endif
-    HostileShapes(corpus.dir);
     RemoveCorpus(corpus);
     return 0;
 }

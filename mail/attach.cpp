@@ -30,7 +30,7 @@ Attach_Stru &Attach_Stru::operator=(const Attach_Stru &other)
     m_nStart = other.m_nStart;
     m_nEnd = other.m_nEnd;
     for (const CTnefFileName *node = other.m_pTnefHead; node != nullptr; node = node->m_pNext)
-        AddFileName(node->m_szName, false);
+        AddFileName(node->m_strName.c_str(), false);
     return *this;
 }
 
@@ -41,7 +41,7 @@ void Attach_Stru::AddFileName(const char *name, bool makeTempPath)
         return;
     node->SetName(name);
     if (makeTempPath && m_bTnef)
-        node->m_strTempPath = g_t_strTEMPDIR + SafeFileNamePart(node->m_szName);
+        node->m_strTempPath = g_t_strTEMPDIR + SafeFileNamePart(node->m_strName.c_str());
     if (m_pTnefTail == nullptr)
         m_pTnefHead = node;
     else

@@ -102,6 +102,7 @@ void PlainText(const std::string &bytes, MEMBUF *buf, FILE *text)
         InsertDataToTempFile(line.c_str(), 1, 0, buf, text, carry);
         start = end;
     }
+    FlushDataToTempFile(buf, text, carry);
 }
 
 } // namespace

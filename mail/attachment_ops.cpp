@@ -26,19 +26,33 @@ struct TnefListing {
     Attach_Stru *attach;
     std::string dir;      // empty: names only
     std::string prefix;   // unique per decode
+    MEMBUF *buf = nullptr;
+    FILE *text = nullptr;
     int count = 0;
 };
+
+// Adds the text of the file saved for the last name so far to the scan
+// text and deletes the file, so that one file at most is on disk.
+void ReadSavedFile(TnefListing &listing)
+{
+    CTnefFileName *node = listing.attach->m_pTnefTail;
+    if (!node || node->m_strTempPath.empty())
+        return;
+    AttachDecodeComp::DecodeTextFile(node->m_strTempPath.c_str(), node->m_strName.c_str(), listing.buf,
+                                     listing.text);
+    std::remove(node->m_strTempPath.c_str());
+    node->m_strTempPath.clear();
+}
 
 int AddTnefName(char *name, void *context)
 {
     auto *listing = static_cast<TnefListing *>(context);
-    if (listing->count >= MAX_TNEF_NAMES)
-        return 1;
+    ReadSavedFile(*listing);
     ++listing->count;
     char *host = DecodeString(name);
     listing->attach->AddFileName(host ? host : name, false);
     std::free(host);
-    if (listing->dir.empty())
+    if (listing->dir.empty() || !AttachDecodeComp::IsIncluded(listing->attach->m_pTnefTail->m_strName.c_str()))
         return 0;
     // The decoder saves the data under the name left in its buffer.
     std::string file = listing->prefix + "_" + std::to_string(listing->count) + ".tnf";
@@ -56,13 +70,6 @@ void RemoveTnefFiles(Attach_Stru &attach)
             node->m_strTempPath.clear();
         }
     }
-}
-
-void AppendTnefTexts(Attach_Stru &attach, MEMBUF *buf, FILE *text)
-{
-    for (CTnefFileName *node = attach.m_pTnefHead; node; node = node->m_pNext)
-        if (!node->m_strTempPath.empty() && AttachDecodeComp::IsIncluded(node->m_szName))
-            AttachDecodeComp::DecodeTextFile(node->m_strTempPath.c_str(), node->m_szName, buf, text);
 }
 
 std::string NewTempFile(const char *prefix)
@@ -174,14 +181,19 @@ bool DecodeAttachmentContent(const char *dfFile, CMailInfo &info, int index)
                             attach.m_nEncoding);
 }
 
-int GetTnefAttachmentName(Attach_Stru &attach, const char *tnefPath, const char *extractDir)
+int GetTnefAttachmentName(Attach_Stru &attach, const char *tnefPath, const char *extractDir,
+                          MEMBUF *buf, FILE *text)
 {
     TnefListing listing;
     listing.attach = &attach;
     listing.dir = extractDir ? extractDir : "";
     listing.prefix = get_temp_name_without_path("TNF");
+    listing.buf = buf;
+    listing.text = text;
     TnefDecoder decoder(AddTnefName, &listing, listing.dir.empty() ? nullptr : listing.dir.c_str());
-    return decoder.DecodeFile(tnefPath);
+    int result = decoder.DecodeFile(tnefPath);
+    ReadSavedFile(listing);
+    return result;
 }
 
 char *DecodeString(const char *text)
@@ -215,12 +227,11 @@ int GetTnefFileName(const char *dfFile, bool enableAttachScan, CMailInfo &info, 
         if (attach.m_bTnef || !IsTnefAttachment(attach))
             continue;
         if (DecodeAttachmentContent(dfFile, info, i) &&
-            GetTnefAttachmentName(attach, attach.m_strTempFile2.c_str(), extractDir.c_str()) >= 0) {
+            GetTnefAttachmentName(attach, attach.m_strTempFile2.c_str(), extractDir.c_str(), buf,
+                                  text) >= 0) {
             attach.m_bTnef = true;
             ++decoded;
         }
-        if (scan)
-            AppendTnefTexts(attach, buf, text);
         RemoveTnefFiles(attach);
         RemoveAttachmentTempFiles(attach);
     }

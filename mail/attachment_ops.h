@@ -13,18 +13,17 @@
 // "/tmp/" while none is set) under unique names, carry the mail's direction
 // in their prefix ("ATI" inbound, "ATO" outbound, "TNF" for files taken
 // out of a TNEF stream) and are always removed before the call returns.
-// Names found inside TNEF streams are converted to the host code; at most
-// MAX_TNEF_NAMES are kept per attachment (the walk stops there).
+// Names found inside TNEF streams are converted to the host code; every
+// one is kept, however many the stream holds.
 #pragma once
 
+#include <cstdio>
 #include <string>
 
 #include "ov/contscan.h"
 
 class Attach_Stru;
 class CMailInfo;
-
-constexpr int MAX_TNEF_NAMES = 128;
 
 // Type application/ms-tnef, or the name winmail.dat (any case).
 bool IsTnefAttachment(const Attach_Stru &attach);
@@ -49,10 +48,13 @@ bool DecodeAttachmentContent(const char *dfFile, CMailInfo &info, int index);
 void RemoveAttachmentTempFiles(Attach_Stru &attach);
 
 // Runs the TNEF decoder over a decoded TNEF file and appends every name it
-// reports to the attachment's list. With an extract directory each file's
-// data is saved there under a unique name, kept in the node's
-// m_strTempPath. The decoder's result (0, or negative).
-int GetTnefAttachmentName(Attach_Stru &attach, const char *tnefPath, const char *extractDir);
+// reports to the attachment's list. With an extract directory the data of
+// each file whose text is gathered (AttachDecodeComp::IsIncluded) is saved
+// there under a unique name, its text appended to buf / text, and the file
+// deleted before the next name comes, so one file at most is on disk. The
+// decoder's result (0, or negative).
+int GetTnefAttachmentName(Attach_Stru &attach, const char *tnefPath, const char *extractDir,
+                          MEMBUF *buf = nullptr, FILE *text = nullptr);
 
 // A name or header text in the host code: encoded words decoded, UTF-8 (as
 // TNEF gives Unicode names) converted through iconv, anything else through

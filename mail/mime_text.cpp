@@ -142,21 +142,62 @@ Iso2022Tail ScanIso2022(const std::string &text)
     return tail;
 }
 
-// Keeps the cut-off end of `text` (and the ISO-2022 state) for the next line.
-void KeepBack(std::string &text, int code, DecodeCarry &carry)
+// Bytes at the end of a text that start an escape sequence it cuts short
+// (ESC, ESC "$", ESC "$(" ...), whatever the text's code.
+size_t EscapeTail(const std::string &text)
 {
-    if (!text.empty() && text.back() == '\n')
-        return;
+    size_t esc = text.rfind(char(kEsc));
+    if (esc == std::string::npos || text.size() - esc > 3)
+        return 0;
+    return EscapeLength(text, esc) == 0 ? text.size() - esc : 0;
+}
+
+// Bytes after the last place in an 8-bit text where a cut splits no
+// character in either Japanese 8-bit code: after an ASCII byte that cannot
+// be a Shift_JIS trail byte (below 0x40, or with no 8-bit byte before it).
+// A detector that saw only a few 8-bit bytes is often wrong about them, so
+// the cut does not rely on it when such a place lies among the last
+// kWeakTail bytes; otherwise the text is cut by the code detected, or by
+// whichever code leaves more over.
+size_t EightBitTail(const std::string &text, int code)
+{
+    constexpr size_t kWeakTail = 32;
+    size_t stop = text.size() > kWeakTail ? text.size() - kWeakTail - 1 : 0;
+    for (size_t i = text.size(); i-- > stop;) {
+        unsigned char c = static_cast<unsigned char>(text[i]);
+        if (c >= 0x80 || c == kEsc)
+            continue;
+        if (c < 0x40 || i == 0 || static_cast<unsigned char>(text[i - 1]) < 0x80)
+            return text.size() - i - 1;
+    }
+    if (code == CHARSET_EUC || code == CHARSET_SJIS)
+        return IncompleteTail(text, code);
+    size_t euc = IncompleteTail(text, CHARSET_EUC);
+    size_t sjis = IncompleteTail(text, CHARSET_SJIS);
+    return euc > sjis ? euc : sjis;
+}
+
+// Splits a long unfinished line: keeps back for the next line what may
+// belong to a character or escape sequence that the next bytes finish,
+// with the ISO-2022 shift state in force before it. Returns the code of
+// the text that stays.
+int KeepBack(std::string &text, DecodeCarry &carry)
+{
+    int code = AutoDetect(text.c_str());
+    std::string shift;
     size_t incomplete = 0;
-    if (code == CHARSET_EUC || code == CHARSET_SJIS) {
-        incomplete = IncompleteTail(text, code);
-    } else if (code == CHARSET_JIS || code == CHARSET_ISO2022CN || code == CHARSET_ISO2022CNEXT) {
+    if (code == CHARSET_JIS || code == CHARSET_ISO2022CN || code == CHARSET_ISO2022CNEXT) {
         Iso2022Tail tail = ScanIso2022(text);
         incomplete = tail.incomplete;
-        carry.shift = tail.shift;
+        shift = tail.shift;
+    } else {
+        incomplete = EscapeTail(text);
+        if (incomplete == 0)
+            incomplete = EightBitTail(text, code);
     }
-    carry.kept = text.substr(text.size() - incomplete);
+    carry.held = shift + text.substr(text.size() - incomplete);
     text.resize(text.size() - incomplete);
+    return incomplete == 0 || !shift.empty() ? code : AutoDetect(text.c_str());
 }
 
 // The text converted to code 3 by what the detector found.
@@ -234,12 +275,45 @@ bool DecodeStr(const char *line, int encoding, DecodeCarry &carry, std::string &
     std::string decoded;
     if (!TransferDecode(line, encoding, decoded))
         return false;
-    std::string text = carry.shift + carry.kept + decoded;
-    carry.Clear();
-    int code = AutoDetect(text.c_str());
-    KeepBack(text, code, carry);
-    out = ConvertToEuc(text, code);
+    out.clear();
+    size_t lineEnd = decoded.rfind('\n');
+    std::string text;
+    if (lineEnd != std::string::npos) {
+        size_t complete = carry.held.size() + lineEnd + 1;
+        carry.held += decoded;
+        text = carry.held.substr(0, complete);
+        carry.held.erase(0, complete);
+    } else {
+        carry.held += decoded;
+        if (carry.held.size() < DECODE_HOLD_LIMIT)
+            return true;
+        text.swap(carry.held);
+        out = ConvertToEuc(text, KeepBack(text, carry));
+        return true;
+    }
+    out = ConvertToEuc(text, AutoDetect(text.c_str()));
     return true;
+}
+
+namespace {
+
+void WriteDecoded(std::string &text, MEMBUF *buf, FILE *file)
+{
+    int length = int(text.size());
+    TakeOffCRLF(&text[0], &length);
+    WriteToTempFile(text.data(), length, buf, file);
+}
+
+} // namespace
+
+void FlushDataToTempFile(MEMBUF *buf, FILE *file, DecodeCarry &carry)
+{
+    std::string text;
+    text.swap(carry.held);
+    if (text.empty())
+        return;
+    std::string converted = ConvertToEuc(text, AutoDetect(text.c_str()));
+    WriteDecoded(converted, buf, file);
 }
 
 void InsertDataToTempFile(const char *line, int encoding, int /*charset*/, MEMBUF *buf, FILE *file,
@@ -247,12 +321,11 @@ void InsertDataToTempFile(const char *line, int encoding, int /*charset*/, MEMBU
 {
     std::string text;
     if (!DecodeStr(line, encoding, carry, text)) {
+        FlushDataToTempFile(buf, file, carry);
         WriteToTempFile(line, int(std::strlen(line)), buf, file);
         return;
     }
-    int length = int(text.size());
-    TakeOffCRLF(&text[0], &length);
-    WriteToTempFile(text.data(), length, buf, file);
+    WriteDecoded(text, buf, file);
 }
 
 void TakeOffCRLF(char *text, int *len)

@@ -6,17 +6,22 @@
 //   DecodeCarry carry;                       // one per walk
 //   InsertHeaderToTempFile(line, buf, file);
 //   InsertDataToTempFile(line, 4, charset, buf, file, carry);   // a base64 line
+//   FlushDataToTempFile(buf, file, carry);                       // the part ends
 //
-// Lines are decoded one at a time, so a character can be split between two
-// of them (base64 and quoted-printable lines break anywhere). DecodeStr keeps
-// the bytes of a character that the line cuts short and puts them before
-// the next line; for ISO-2022 text it also carries the shift state in force
-// at a cut (the escape sequence is put before the next line), because the
-// next line's bytes mean nothing without it. A line that ends in a line
-// break carries nothing: ISO-2022 text returns to ASCII before every line
-// end.
+// Encoded lines end wherever the sender's mailer chose (base64 and
+// quoted-printable lines break anywhere, inside a character or an ISO-2022
+// escape sequence), so the text of a line that the encoded line leaves
+// unfinished is held until a line break ends it and is then detected and
+// converted with the rest of that line: the text does not depend on where
+// the encoded lines end. The text held is bounded: past 4096 bytes without
+// a line break it is converted up to a place that cuts no character,
+// keeping back an escape sequence or a character that the piece cuts short
+// (whatever the detector makes of the piece) and, for ISO-2022 text, the
+// shift state in force (put before the rest). When the part ends,
+// FlushDataToTempFile writes what is held.
 #pragma once
 
+#include <cstddef>
 #include <cstdio>
 #include <string>
 
@@ -24,16 +29,14 @@
 
 constexpr int MEMBUF_MAX_TEXT = OV_MEMBUF_SIZE - 1;   // 99999 bytes held at most
 
-// Bytes carried from one body line to the next.
+// Decoded text carried from one body line to the next: the start of a
+// text line that no line break has ended yet.
 struct DecodeCarry {
-    std::string kept;    // the start of a character cut by the line's end
-    std::string shift;   // ISO-2022 escapes in force at the cut
-    void Clear()
-    {
-        kept.clear();
-        shift.clear();
-    }
+    std::string held;
+    void Clear() { held.clear(); }
 };
+
+constexpr size_t DECODE_HOLD_LIMIT = 4096;   // text held without a line break
 
 // Appends n bytes to the text: to the MEMBUF while it is in memory and the
 // total stays at most 99999 bytes, else (the held bytes first, once) to the
@@ -46,16 +49,22 @@ void WriteToTempFile(const char *data, int n, MEMBUF *buf, FILE *file);
 void InsertHeaderToTempFile(const char *line, MEMBUF *buf, FILE *file);
 
 // Decodes one body line through DecodeStr and writes the result after
-// TakeOffCRLF; a line that does not decode is written as it is.
+// TakeOffCRLF; a line that does not decode is written as it is, after the
+// text held before it.
 // The charset code of the part is kept for callers; the text's own bytes
 // decide its conversion.
 void InsertDataToTempFile(const char *line, int encoding, int charset, MEMBUF *buf, FILE *file,
                           DecodeCarry &carry);
 
 // One body line decoded by transfer encoding (2 quoted-printable, 4 base64,
-// anything else as it stands), prefixed by what the previous line carried,
-// and converted to code 3. False when the transfer decoding fails.
+// anything else as it stands) and added to the text held; out receives the
+// text lines it completes (or a long line's whole characters), converted
+// to code 3, and may be empty. False when the transfer decoding fails.
 bool DecodeStr(const char *line, int encoding, DecodeCarry &carry, std::string &out);
+
+// At the end of a part: converts and writes the text held (a character or
+// escape sequence cut short is dropped) and empties the carry.
+void FlushDataToTempFile(MEMBUF *buf, FILE *file, DecodeCarry &carry);
 
 // For a length of 4 to 8198: removes the line breaks (CR, LF, CR LF) whose
 // byte two places before is a double-byte lead byte (161 to 254, or 142),

@@ -125,7 +125,6 @@ private:
     char m_szName[kNameSize];
     char m_szType[128];
     _BOUNDLIST *m_pTop = nullptr;
-    int m_nDepth = 0;
     std::string m_strOpen;    // "--" + boundary
     std::string m_strClose;   // "--" + boundary + "--"
     long m_lTopContentType = 0;
@@ -163,6 +162,7 @@ void MimeWalk::Run()
             break;
         }
     }
+    FlushDataToTempFile(m_pBuf, m_pText, m_carry);
 }
 
 void MimeWalk::RebuildComparison()
@@ -271,12 +271,11 @@ void MimeWalk::BoundaryLine(const char *line)
     if (m_bEndPending && m_pInfo && m_nPendingIndex < m_pInfo->m_nAttachCount)
         m_pInfo->m_pAttach[m_nPendingIndex]->m_nEnd = int(m_reader.start());
     m_bEndPending = false;
-    m_carry.Clear();
+    FlushDataToTempFile(m_pBuf, m_pText, m_carry);
     std::string bare = WithoutLineEnd(line);
     bare.erase(bare.find_last_not_of(" \t") + 1);
     if (bare == m_strClose) {
         m_pTop = RemoveBoundary(m_pTop);
-        --m_nDepth;
         RebuildComparison();
         m_bTextPart = true;
         m_nPartEncoding = m_nTopEncoding;
@@ -432,13 +431,7 @@ void MimeWalk::ReadBoundaryParameter(const std::string &line, const std::string 
     if (value.size() > kMaxBoundaryValue)
         value.resize(kMaxBoundaryValue);
     m_bBoundaryKnown = true;
-    if (m_nDepth >= MIME_MAX_BOUNDARY_DEPTH)
-        return;
-    _BOUNDLIST *top = AddBoundary(&value[0], m_pTop, m_bDigest ? 1 : 0);
-    if (top != m_pTop) {
-        m_pTop = top;
-        ++m_nDepth;
-    }
+    m_pTop = AddBoundary(&value[0], m_pTop, m_bDigest ? 1 : 0);
 }
 
 void MimeWalk::ReadNameParameter(const std::string &line, const std::string &lower, const char *key,

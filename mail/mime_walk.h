@@ -22,10 +22,11 @@
 // part on (0 before it).
 //
 // Choices where real mail needed one:
-//  - The boundary stack holds at most MIME_MAX_BOUNDARY_DEPTH boundaries;
-//    the lines of deeper ones are ordinary lines. Every step reads a line
-//    once (one look-ahead line is put back), so the cost grows with the size
-//    of the mail whatever its shape.
+//  - The boundary stack has no fixed depth: each boundary parameter line
+//    adds one entry, so a mail nested 10 000 deep is followed to its
+//    innermost part. Every step reads a line once (one look-ahead line is
+//    put back) and looks at the top boundary alone, so the cost grows with
+//    the size of the mail whatever its shape.
 //  - A boundary line may carry trailing blanks (RFC 2046 transport padding).
 //  - A quoted name ends at the quote that closes it (followed by ";" or the
 //    line end), so that later quoted parameters (creation-date="...") stay
@@ -47,8 +48,6 @@
 #include "ov/contscan.h"
 
 class CMailInfo;
-
-constexpr int MIME_MAX_BOUNDARY_DEPTH = 64;
 
 // False only when the mail cannot be opened ("rb"). The text file is
 // written only when textPath is given and opens ("wb"); the MEMBUF is

@@ -1,11 +1,12 @@
 // A TNEF file-name node and the temporary files it owns.
 #include "mail/tnef_file_name.h"
 
+#include <cstring>
+
 #include "base/file_util.h"
 
 CTnefFileName::CTnefFileName() : m_pNext(nullptr)
 {
-    m_szName[0] = '\0';
 }
 
 CTnefFileName::~CTnefFileName()
@@ -18,5 +19,5 @@ CTnefFileName::~CTnefFileName()
 
 void CTnefFileName::SetName(const char *name)
 {
-    strcpy_truncate(m_szName, name ? name : "", sizeof m_szName);
+    m_strName.assign(name ? name : "", name ? strnlen(name, kMaxNameLength) : 0);
 }

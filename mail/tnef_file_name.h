@@ -6,6 +6,7 @@
 // freed by Attach_Stru::ClearFileList; a node never deletes its successor.
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 class CTnefFileName {
@@ -15,10 +16,15 @@ public:
     CTnefFileName(const CTnefFileName &) = delete;
     CTnefFileName &operator=(const CTnefFileName &) = delete;
 
+    static constexpr size_t kMaxNameLength = 1023;
+
     // Copies at most 1023 characters of name (null stores an empty name).
     void SetName(const char *name);
 
-    char m_szName[1024];           // the name inside the TNEF stream
+    // The name inside the TNEF stream, at most 1023 characters. It takes the
+    // room the name needs, not a fixed buffer: a stream may hold a name
+    // every dozen bytes, and every one of them is kept.
+    std::string m_strName;
     CTnefFileName *m_pNext;        // next node, null at the end
     std::string m_strPath;         // a temporary file belonging to this name
     std::string m_strTempPath;     // temporary file of the extracted content

@@ -236,7 +236,7 @@ bool CTerm::EvaluateAttach(const Attach_Stru *a) const
 
     // Then the files found inside the attachment (TNEF contents).
     for (const CTnefFileName *node = a->m_pTnefHead; node != nullptr; node = node->m_pNext) {
-        std::string inner(node->m_szName, strnlen(node->m_szName, sizeof node->m_szName));
+        std::string inner = node->m_strName;
         if (ignoreCase)
             LowerAscii(inner);
         char innerBase[OV_MAX_PATH];

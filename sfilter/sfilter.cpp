@@ -204,12 +204,12 @@ bool CSFilter::RuleTakes(const CSFRule &rule, Attach_Stru &attach, const std::st
             return true;
     for (const Filename_Stru &pattern : rule.filenames) {
         for (const CTnefFileName *member = attach.m_pTnefHead; member; member = member->m_pNext) {
-            std::string memberName = lowered(member->m_szName);
+            std::string memberName = lowered(member->m_strName.c_str());
             size_t dot = memberName.rfind('.');
             std::string base = memberName.substr(0, dot);
             std::string ext = dot == std::string::npos ? std::string() : memberName.substr(dot + 1);
             if (CheckFileName(&pattern, base.c_str(), ext.c_str())) {
-                strcpy_truncate(attach.m_szName, member->m_szName, sizeof attach.m_szName);
+                strcpy_truncate(attach.m_szName, member->m_strName.c_str(), sizeof attach.m_szName);
                 return true;
             }
         }

@@ -64,7 +64,7 @@ std::vector<std::string> TnefNames(const Attach_Stru &attach)
 {
     std::vector<std::string> names;
     for (const CTnefFileName *node = attach.m_pTnefHead; node; node = node->m_pNext)
-        names.push_back(node->m_szName);
+        names.push_back(node->m_strName);
     return names;
 }
 
@@ -172,6 +172,28 @@ TEST(AttachmentOps, AttachmentScanAddsTheirText)
         EXPECT_NE(on.text.find(expected), std::string::npos) << expected;
     EXPECT_EQ(on.text.find("pdf words"), std::string::npos);
     EXPECT_EQ(FileCount(temp.dir()), 0u);
+}
+
+TEST(AttachmentOps, EveryTnefNameIsListedAndItsTextRead)
+{
+    TnefWriter tnef;
+    tnef.MessageHeader("many");
+    std::vector<std::string> expected;
+    for (int i = 0; i < 300; ++i) {
+        expected.push_back(i == 250 ? "late.txt" : "f" + std::to_string(i) + ".bin");
+        tnef.File(expected.back(), i == 250 ? "late secret words\n" : "bytes");
+    }
+    std::string mail = std::string(kTop) + "--b\nContent-Type: application/ms-tnef\nContent-Transfer-Encoding: base64\n\n" +
+                       Base64(tnef.bytes()) + "--b--\n";
+    for (bool attachScan : {false, true}) {
+        SCOPED_TRACE(attachScan);
+        TempDirScope temp;
+        Scanned got = Scan(mail, attachScan);
+        ASSERT_EQ(got.info->m_nAttachCount, 1);
+        EXPECT_EQ(TnefNames(*got.info->m_pAttach[0]), expected);
+        EXPECT_EQ(got.text.find("late secret words") != std::string::npos, attachScan);
+        EXPECT_EQ(FileCount(temp.dir()), 0u);
+    }
 }
 
 TEST(AttachmentOps, SmallOperations)

@@ -103,7 +103,7 @@ std::vector<std::string> Names(const Attach_Stru &attach)
 {
     std::vector<std::string> names;
     for (const CTnefFileName *node = attach.m_pTnefHead; node; node = node->m_pNext)
-        names.push_back(node->m_szName);
+        names.push_back(node->m_strName);
     return names;
 }
 
@@ -143,7 +143,7 @@ TEST(Attach_Stru, AddFileNameCutsLongNamesAndMakesSafeTempPaths)
     g_t_strTEMPDIR = "/var/ov/tempdir";
     Attach_Stru attach;
     attach.AddFileName(std::string(1100, 'x').c_str(), true);
-    EXPECT_EQ(std::strlen(attach.m_pTnefHead->m_szName), 1023u);
+    EXPECT_EQ(attach.m_pTnefHead->m_strName.size(), 1023u);
     EXPECT_TRUE(attach.m_pTnefHead->m_strTempPath.empty());   // not TNEF yet
 
     attach.m_bTnef = true;
@@ -152,7 +152,7 @@ TEST(Attach_Stru, AddFileNameCutsLongNamesAndMakesSafeTempPaths)
     attach.AddFileName("plain.txt", false);
     const CTnefFileName *node = attach.m_pTnefHead->m_pNext;
     EXPECT_EQ(node->m_strTempPath, "/var/ov/tempdirreport.doc");
-    EXPECT_STREQ(node->m_pNext->m_szName, "../../etc/passwd");
+    EXPECT_EQ(node->m_pNext->m_strName, "../../etc/passwd");
     EXPECT_EQ(node->m_pNext->m_strTempPath, "/var/ov/tempdir____etc_passwd");
     EXPECT_TRUE(node->m_pNext->m_pNext->m_strTempPath.empty());
     EXPECT_EQ(attach.m_pTnefTail, node->m_pNext->m_pNext);

@@ -327,21 +327,39 @@ TEST(MimeWalk, JapaneseTextSplitAcrossEncodedLinesJoins)
     (void)jis;
 }
 
-TEST(MimeWalk, HostileShapesStayCheapAndBounded)
+TEST(MimeWalk, DeepNestingReachesTheInnermostPart)
 {
-    std::string deep = std::string(kHeaders) + "Mime-Version: 1.0\n";
-    for (int i = 0; i < 200; ++i)
-        deep += "Content-Type: multipart/mixed; boundary=\"b" + std::to_string(i) + "\"\n\n--b" +
-                std::to_string(i) + "\n";
-    deep += "Content-Type: application/pdf; name=deep.pdf\n\nJVBER\n";
-    Walked got = Walk(deep);
-    EXPECT_LE(got.attachments.size(), 128u);
+    const int depth = 10000;
+    std::string mail = std::string(kHeaders) + "Mime-Version: 1.0\n";
+    for (int i = 0; i < depth; ++i)
+        mail += "Content-Type: multipart/mixed; boundary=\"b" + std::to_string(i) + "\"\n\nbefore " +
+                std::to_string(i) + "\n--b" + std::to_string(i) + "\n";
+    const std::string innermost = "--b" + std::to_string(depth - 1) + "\n";
+    mail += "Content-Type: application/pdf; name=deep.pdf\n\nJVBER\n";
+    const std::string closings = [&] {
+        std::string text;
+        for (int i = depth - 1; i >= 0; --i)
+            text += "--b" + std::to_string(i) + "--\nafter " + std::to_string(i) + "\n";
+        return text;
+    }();
+    mail += closings;
+    Walked got = Walk(mail);
+    ASSERT_EQ(got.attachments.size(), 1u);
+    EXPECT_EQ(got.attachments[0],
+              (Found{"deep.pdf", "application/pdf", After(mail, innermost), At(mail, closings), 0}));
+    // Each level's closing line brings back the level below: its text is read.
+    EXPECT_TRUE(Has(got.text, "after 0\n"));
+    EXPECT_TRUE(Has(got.text, "after " + std::to_string(depth - 1) + "\n"));
+    EXPECT_FALSE(Has(got.text, "JVBER"));
+}
 
+TEST(MimeWalk, AttachmentsPast128AreDropped)
+{
     std::string many = std::string(kHeaders) + "Mime-Version: 1.0\nContent-Type: multipart/mixed; boundary=b\n\n";
     for (int i = 0; i < 300; ++i)
         many += "--b\nContent-Type: image/png; name=p" + std::to_string(i) + ".png\n\niVBOR\n";
     many += "--b--\n";
-    got = Walk(many);
+    Walked got = Walk(many);
     EXPECT_EQ(got.attachments.size(), 128u);
     EXPECT_EQ(got.attachments[127].name, "p127.png");
 }

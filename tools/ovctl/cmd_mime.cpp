@@ -30,7 +30,7 @@ void PrintAttachments(const CMailInfo &info)
                     attach.m_nStart, attach.m_nEnd, attach.m_nEncoding);
         int k = 0;
         for (const CTnefFileName *node = attach.m_pTnefHead; node; node = node->m_pNext)
-            std::printf("%d.%d\t%s\n", i, k++, node->m_szName);
+            std::printf("%d.%d\t%s\n", i, k++, node->m_strName.c_str());
     }
 }
 

@@ -1,0 +1,173 @@
+// Japanese body text that base64 and quoted-printable lines cut anywhere:
+// the text the walk hands to the keyword scan does not depend on where the
+// encoded lines end, even when a line ends inside an ISO-2022 escape
+// sequence or right after a Shift_JIS or EUC-JP lead byte, whatever the
+// detector makes of the piece alone.
+#include <cstdio>
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "mail/mime_walk.h"
+#include "support/mail_japanese_text.h"
+#include "support/mail_piece_file.h"
+#include "support/plugin_mail_corpus.h"
+
+namespace {
+
+const char *const kKeyword = "\xb2\xf1\xb5\xc4";   // 会議 in EUC-JP
+
+std::string WalkText(const std::string &mail)
+{
+    auto buf = std::make_unique<MEMBUF>();
+    FILE *in = OpenPieceFile(mail, mail.size() + 1);
+    WalkMail(in, long(mail.size()), buf.get(), nullptr, nullptr);
+    std::fclose(in);
+    return std::string(buf->m_szData, size_t(buf->m_nLength));
+}
+
+// The text of the body alone: the walk's text less that of the headers.
+std::string BodyText(const std::string &charset, const std::string &encoding,
+                     const std::string &body)
+{
+    std::string headers = WalkText(JapaneseMail(charset, encoding, ""));
+    std::string text = WalkText(JapaneseMail(charset, encoding, body));
+    EXPECT_EQ(text.compare(0, headers.size(), headers), 0);
+    return text.substr(headers.size());
+}
+
+std::string Euc(const char *utf8)
+{
+    return PluginConvert(utf8, "EUC-JP");
+}
+
+// Where two long texts part: empty when they are equal, else the offset
+// and a few bytes of each from there.
+std::string Difference(const std::string &got, const std::string &expected)
+{
+    if (got == expected)
+        return "";
+    size_t at = 0;
+    while (at < got.size() && at < expected.size() && got[at] == expected[at])
+        ++at;
+    auto hex = [at](const std::string &text) {
+        std::string out;
+        for (size_t i = at; i < text.size() && i < at + 12; ++i) {
+            char digits[4];
+            std::snprintf(digits, sizeof digits, "%02x ", static_cast<unsigned char>(text[i]));
+            out += digits;
+        }
+        return out;
+    };
+    return "differs at " + std::to_string(at) + ": got " + hex(got) + "expected " + hex(expected);
+}
+
+struct Code {
+    const char *iconvName;
+    const char *charset;
+};
+const Code kCodes[] = {
+    {"ISO-2022-JP", "iso-2022-jp"},
+    {"SHIFT_JIS", "shift_jis"},
+    {"EUC-JP", "euc-jp"},
+};
+
+TEST(JapaneseBodyCut, RandomBodiesKeepAllTheirText)
+{
+    std::mt19937 random(2026);
+    int lost[2] = {0, 0};
+    int bodies = 0;
+    for (int round = 0; round < 15; ++round) {
+        for (const Code &code : kCodes) {
+            std::string euc = RandomJapaneseText(random, 12);
+            std::string bytes = JapaneseIn(code.iconvName, euc);
+            std::string base64 = BodyText(code.charset, "base64", Base64Body(bytes));
+            std::string qp = BodyText(code.charset, "quoted-printable", QpBody(bytes));
+            lost[0] += WithoutLineBreaks(base64) != WithoutLineBreaks(euc);
+            lost[1] += WithoutLineBreaks(qp) != WithoutLineBreaks(euc);
+            ++bodies;
+        }
+    }
+    EXPECT_EQ(lost[0], 0) << "base64 bodies that lost text, of " << bodies;
+    EXPECT_EQ(lost[1], 0) << "quoted-printable bodies that lost text, of " << bodies;
+}
+
+// One line, encoded whole and then cut in two at every byte; the cut lines
+// give exactly the text of the whole one.
+void ExpectEveryCutGivesTheWholeText(const Code &code, const std::string &euc, bool hasKeyword)
+{
+    SCOPED_TRACE(code.charset);
+    std::string line = JapaneseIn(code.iconvName, euc);
+    std::string base64 = BodyText(code.charset, "base64", Base64Line(line) + "\r\n");
+    EXPECT_EQ(WithoutLineBreaks(base64), WithoutLineBreaks(euc));
+    EXPECT_EQ(base64.find(kKeyword) != std::string::npos, hasKeyword);
+    for (size_t cut = 1; cut < line.size(); ++cut) {
+        std::string body =
+            Base64Line(line.substr(0, cut)) + "\r\n" + Base64Line(line.substr(cut)) + "\r\n";
+        ASSERT_EQ(BodyText(code.charset, "base64", body), base64)
+            << "base64 cut after byte " << cut;
+    }
+    std::string qpLine = QpLines(line);
+    std::string qp = BodyText(code.charset, "quoted-printable", qpLine);
+    EXPECT_EQ(qp, base64);
+    for (size_t cut : QpCutPlaces(qpLine)) {
+        std::string body = qpLine.substr(0, cut) + "=\r\n" + qpLine.substr(cut);
+        ASSERT_EQ(BodyText(code.charset, "quoted-printable", body), qp)
+            << "quoted-printable cut at " << cut;
+    }
+}
+
+TEST(JapaneseBodyCut, EveryCutOfALineGivesTheWholeLine)
+{
+    const char *const lines[] = {
+        u8"会議は明日の午後三時です。see you、よろしく\r\n",
+        u8"会議",
+        u8"x会議 y\r\n",
+        u8"鰻丼と鮪の刺身、鱈の煮付けを会議室で\r\n",   // Shift_JIS lead bytes from 0xE0
+        u8"ABC  def 漢字かなカナ 会議\r\n",
+    };
+    for (const Code &code : kCodes)
+        for (const char *line : lines)
+            ExpectEveryCutGivesTheWholeText(code, Euc(line), true);
+    const Code kEightBit[] = {kCodes[1], kCodes[2]};
+    for (const Code &code : kEightBit)   // half-width kana: no ISO-2022-JP form
+        ExpectEveryCutGivesTheWholeText(code, Euc(u8"ｶｲｷﾞ会議ｶﾅ\r\n"), true);
+    std::mt19937 random(15);
+    for (int round = 0; round < 4; ++round)
+        for (const Code &code : kCodes)
+            ExpectEveryCutGivesTheWholeText(code, RandomJapaneseText(random, 1), false);
+}
+
+TEST(JapaneseBodyCut, LinesLongerThanTheWalkHoldsStayWhole)
+{
+    // One text line longer than the walk holds, which it therefore decodes
+    // in pieces that end wherever the encoded lines end. The ASCII prefix
+    // moves the pieces' ends over every byte of the escapes and characters;
+    // after a run of 4090 ASCII bytes, a piece of ASCII alone meets the
+    // first escape or lead byte.
+    std::string unit = Euc(u8"会議の資料 abc、");
+    std::string mixed;
+    while (mixed.size() < 6000)
+        mixed += unit;
+    std::string asciiFirst = std::string(4090, 'a') + mixed;
+    for (const Code &code : kCodes) {
+        SCOPED_TRACE(code.charset);
+        for (int prefix = 0; prefix < 90; ++prefix) {
+            const std::string &words = prefix < 45 ? mixed : asciiFirst;
+            std::string euc = std::string(size_t(prefix % 45), 'p') + words + "\r\n";
+            std::string bytes = JapaneseIn(code.iconvName, euc);
+            for (const char *encoding : {"base64", "quoted-printable"}) {
+                std::string body = encoding[0] == 'b' ? Base64Body(bytes) : QpBody(bytes);
+                ASSERT_EQ(Difference(WithoutLineBreaks(BodyText(code.charset, encoding, body)),
+                                     WithoutLineBreaks(euc)),
+                          "")
+                    << encoding << ", prefix " << prefix;
+            }
+        }
+    }
+}
+
+} // namespace
