@@ -229,8 +229,11 @@ void MimeWalk::TopHeaderLine()
         RebuildComparison();
         Attach_Stru *attach = m_bNameFound ? RecordAttachment() : nullptr;
         if (attach) {
-            const bool fromDisposition = !m_bTopContentType && m_lTopDisposition >= 0;
-            attach->m_nStart = int(fromDisposition ? m_lTopDisposition : m_lTopContentType);
+            // From the first of its Content-Type and Content-Disposition lines.
+            long start = m_bTopContentType ? m_lTopContentType : m_lTopDisposition;
+            if (m_lTopDisposition >= 0 && m_lTopDisposition < start)
+                start = m_lTopDisposition;
+            attach->m_nStart = int(start < 0 ? 0 : start);
             attach->m_nEnd = int(m_lSize);
         }
         if (m_bBoundaryKnown || m_nClass == CLASS_TEXT || m_nClass == CLASS_MESSAGE)

@@ -16,8 +16,9 @@
 // headers then read as part headers), and treats uuencoded blocks in a body
 // as attachments of type "UUEncoded". A part's range runs from just after
 // its boundary line (its headers included) to the start of the next
-// boundary line; a single-part attachment's from its Content-Type line to
-// the end of the file. Transfer-encoding codes recorded in m_nEncoding are
+// boundary line; a single-part attachment's from its Content-Type line (or
+// a Content-Disposition line before it) to the end of the file.
+// Transfer-encoding codes recorded in m_nEncoding are
 // 32 for uuencoded blocks, and 4 for every attachment from the first base64
 // part on (0 before it).
 //
