@@ -164,6 +164,7 @@ private:
     std::string m_strTypeName;
     std::string m_strDispositionName;
     long m_lTopDisposition = -1;
+    bool m_bLinePiece = false;   // the line goes on from the previous piece
 };
 
 void MimeWalk::Run()
@@ -370,7 +371,7 @@ void MimeWalk::ContentTypeLine()
 {
     const char *line = m_reader.text();
     WriteHeader(line);
-    if (HeaderIs(line, "Content-Type:"))
+    if (HeaderIs(line, "Content-Type:") && !m_bLinePiece)
         StartContentType(line);
     else if (m_nHeader == kTypeHeader)
         m_typeParams.Feed(line, std::strlen(line));
@@ -402,7 +403,7 @@ void MimeWalk::DispositionLine()
 {
     const char *line = m_reader.text();
     WriteRaw(Decoded(line));
-    if (HeaderIs(line, "Content-Disposition:"))
+    if (HeaderIs(line, "Content-Disposition:") && !m_bLinePiece)
         StartDisposition(line);
     else if (m_nHeader == kDispositionHeader)
         m_dispositionParams.Feed(line, std::strlen(line));
@@ -422,16 +423,20 @@ void MimeWalk::StartDisposition(const char *line)
     m_dispositionParams.Feed(value, std::strlen(value));
 }
 
-// Step 4 of states 4 and 5: a folded line stays, any other ends the header
-// and goes back to the headers it belongs to.
+// Step 4 of states 4 and 5: a folded line, or the next piece of a line
+// longer than the reader's buffer, stays; any other line ends the header and
+// goes back to the headers it belongs to.
 void MimeWalk::AfterHeaderLine()
 {
+    const int length = m_reader.length();
+    const bool cut = length > 0 && m_reader.text()[length - 1] != '\n';
     if (!m_reader.Next()) {
         EndHeader();
         m_bDone = true;
         return;
     }
-    if (!IsContinuationLine(m_reader.text())) {
+    m_bLinePiece = cut;
+    if (!cut && !IsContinuationLine(m_reader.text())) {
         EndHeader();
         m_nState = m_nLevel == 2 ? kPartHeaders : kTopHeaders;
     }

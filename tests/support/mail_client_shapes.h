@@ -146,6 +146,12 @@ inline std::vector<MailClientShape> MailClientShapes()
              "--b--\n",
          {{std::string(150, 'x') + ".exe", "application/octet-stream"}},
          0},
+        {"Content-Type line longer than the walk's line buffer",
+         MailClientHead("Content-Type: multipart/mixed; x-pad=\"" + std::string(9000, 'p') +
+                        "\"; boundary=\"real\"\n\n--real\n") +
+             exe + "--real--\n",
+         {evil},
+         0},
         {"type without a blank after the colon",
          MailClientHead("Content-Type:multipart/mixed;boundary=b\n\n--b\n") + exe + "--b--\n",
          {evil},
