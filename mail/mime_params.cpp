@@ -65,7 +65,8 @@ void SplitName(const std::string &full, std::string &base, int &section, bool &e
         encoded = true;
         rest.pop_back();
     }
-    if (rest.empty() || rest.size() > 3 || rest.find_first_not_of("0123456789") != std::string::npos) {
+    if (rest.empty() || rest.size() > 3 ||
+        rest.find_first_not_of("0123456789") != std::string::npos) {
         base.clear();   // not a form this reader knows
         return;
     }
@@ -210,7 +211,8 @@ void MimeParamReader::Finish()
     if (m_bFinished)
         return;
     m_bFinished = true;
-    if (m_state == kValueStart || m_state == kToken || m_state == kQuoted || m_state == kQuotedEscape)
+    if (m_state == kValueStart || m_state == kToken || m_state == kQuoted ||
+        m_state == kQuotedEscape)
         EndValue();
     for (Collected &param : m_params)
         if (param.present)

@@ -186,8 +186,8 @@ void LoadPluginSettings()
     }
 
     bDeleteTempDir = ReadSetting("Content Filter", "DeleteTempFile", "yes") != "no";
-    bAmbiguousMimeQuarantine =
-        ReadSetting("Advanced Options", "AmbiguousMime", "Pass").find("Quarantine") != std::string::npos;
+    const std::string ambiguous = ReadSetting("Advanced Options", "AmbiguousMime", "Pass");
+    bAmbiguousMimeQuarantine = ambiguous.find("Quarantine") != std::string::npos;
 }
 
 _POLICY_MATCH_INFO *InitPolicySetMatchInfo()

@@ -43,7 +43,8 @@ void CRuleScan::PickAttachments(CMailInfo &info, Replace_Stru &replace)
         if (!attach || attach->m_nStart == -1 || !m_sfilter.Evaluate(info, i))
             continue;
         info.m_bChecked[i] = 1;
-        const Attach_Stru *previous = replace.count > 0 ? replace.entries[replace.count - 1] : nullptr;
+        const Attach_Stru *previous = replace.count > 0 ? replace.entries[replace.count - 1]
+                                                        : nullptr;
         if (previous && attach->m_nStart < previous->m_nEnd)
             continue;
         replace.Add(*attach);
