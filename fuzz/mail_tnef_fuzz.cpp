@@ -37,7 +37,7 @@ int CheckName(char *name, void *opaque)
         std::abort();
     std::string path = TnefSavePath("/save\\", name);
     std::string file = path.substr(6);
-    if (path.compare(0, 6, "/save/") != 0 || file.find('/') != std::string::npos ||
+    if (path.compare(0, 6, "/save\\") != 0 || file.find('/') != std::string::npos ||
         file == "." || file == ".." || file.empty())
         std::abort();
     if (++context->calls == context->stopAt)

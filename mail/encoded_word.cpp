@@ -23,7 +23,7 @@ bool IsCharsetChar(unsigned char c)
 // Reads characters accepted by ok from p up to the next "?"; false when
 // there are none of them, too many, or another character stops the part.
 template <class Accept>
-bool ReadPart(const char *&p, std::string &part, Accept ok, bool allowEmpty)
+bool ReadPart(const char *&p, std::string &part, Accept ok, bool allowEmpty, size_t partMax)
 {
     const char *start = p;
     while (*p != '?') {
@@ -32,7 +32,7 @@ bool ReadPart(const char *&p, std::string &part, Accept ok, bool allowEmpty)
         ++p;
     }
     const size_t n = static_cast<size_t>(p - start);
-    if (n > kEncodedWordPartMax || (n == 0 && !allowEmpty))
+    if (n > partMax || (n == 0 && !allowEmpty))
         return false;
     part.assign(start, n);
     ++p;   // the "?"
@@ -41,13 +41,13 @@ bool ReadPart(const char *&p, std::string &part, Accept ok, bool allowEmpty)
 
 } // namespace
 
-bool ParseEncodedWord(const char *p, EncodedWord &word)
+bool ParseEncodedWord(const char *p, EncodedWord &word, size_t partMax)
 {
     if (!p || p[0] != '=' || p[1] != '?')
         return false;
     const char *start = p;
     p += 2;
-    if (!ReadPart(p, word.charset, IsCharsetChar, false))
+    if (!ReadPart(p, word.charset, IsCharsetChar, false, partMax))
         return false;
     const char form = *p;
     if (form != 'B' && form != 'b' && form != 'Q' && form != 'q')
@@ -55,7 +55,7 @@ bool ParseEncodedWord(const char *p, EncodedWord &word)
     if (p[1] != '?')
         return false;
     p += 2;
-    if (!ReadPart(p, word.text, IsPrintable, true) || *p != '=')
+    if (!ReadPart(p, word.text, IsPrintable, true, partMax) || *p != '=')
         return false;
     word.form = form == 'B' || form == 'b' ? 1 : 2;
     word.length = static_cast<size_t>(p + 1 - start);

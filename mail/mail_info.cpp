@@ -12,7 +12,8 @@ CMailInfo::CMailInfo()
     : m_pDomain{}, m_nDomainCount(0), m_nDomainAlloc(0), m_pszFrom(nullptr), m_pszTo(nullptr),
       m_pszCc(nullptr), m_pszReplyTo(nullptr), m_pszSubject(nullptr), m_pszEnvelopeTo(nullptr),
       m_pszA(nullptr), m_nMailSize(0), m_lReceivedTime(0), m_pAttach{}, m_nAttachCount(0),
-      m_nAttachAlloc(0), m_bChecked{}, m_nDirection(0), m_pszEnvelopeFrom(nullptr)
+      m_nAttachAlloc(0), m_bChecked{}, m_nDirection(0), m_pszEnvelopeFrom(nullptr),
+      m_nMimeAmbiguity(0)
 {
     while (m_nDomainAlloc < DOMAIN_PREALLOC) {
         char *buffer = static_cast<char *>(std::malloc(DOMAIN_BUFFER_SIZE));

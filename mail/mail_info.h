@@ -84,6 +84,7 @@ public:
     unsigned char m_bChecked[MAX_ATTACH_COUNT];   // taken by the specialized filter
     int m_nDirection;                 // 0 inbound, 1 outbound
     const char *m_pszEnvelopeFrom;
+    int m_nMimeAmbiguity;             // MIME_AMBIGUOUS_... bits (mail/mime_walk.h)
 
 private:
     void StoreValue(char letter, const std::string &value);

@@ -8,6 +8,7 @@
 
 #include "base/file_util.h"
 #include "mail/charset.h"
+#include "mail/encoded_word.h"
 #include "mail/mail_info.h"
 
 bool HeaderIs(const char *line, const char *prefix)
@@ -95,20 +96,43 @@ void GetContentTypeString(const char *line, char *out)
     out[length] = '\0';
 }
 
+void BlankControlCharacters(char *text)
+{
+    for (; text && *text; ++text)
+        if (static_cast<unsigned char>(*text) < 0x20)
+            *text = ' ';
+}
+
+void CleanAttachmentName(char *name)
+{
+    BlankControlCharacters(name);
+    if (!name)
+        return;
+    size_t length = std::strlen(name);
+    while (length > 0 && name[length - 1] == ' ')
+        name[--length] = '\0';
+    size_t lead = std::strspn(name, " ");
+    std::memmove(name, name + lead, length - lead + 1);
+}
+
 Attach_Stru *AddAttachInfo(char *name, char *contentType, CMailInfo *info)
 {
     if (!info || (!name && !contentType))
         return nullptr;
     int before = info->m_nAttachCount;
+    BlankControlCharacters(contentType);
     RFC1342_DECODED decoded;
-    if (name && *name && rfc1342_decode(name, &decoded, CHARSET_EUC) == 0 && decoded.m_pszText) {
+    if (name && *name && DecodeEncodedWords(name, &decoded, CHARSET_EUC, kMaxEncodedName) == 0 &&
+        decoded.m_pszText) {
         if (std::strlen(decoded.m_pszText) > 511)
             decoded.m_pszText[511] = '\0';
+        CleanAttachmentName(decoded.m_pszText);
         info->AddAttach(decoded.m_pszText, contentType);
         std::free(decoded.m_pszText);
     } else {
         if (name && std::strlen(name) > 511)
             name[511] = '\0';
+        CleanAttachmentName(name);
         info->AddAttach(name, contentType);
     }
     if (info->m_nAttachCount == before)

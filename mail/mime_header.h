@@ -6,6 +6,7 @@
 // values taken from the line itself.
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 class Attach_Stru;
@@ -62,9 +63,21 @@ int ContentClassOf(const char *line, bool *digest);
 // into out (128 bytes).
 void GetContentTypeString(const char *line, char *out);
 
+// Replaces each byte below 0x20 (CR, LF, TAB and the rest) by a blank, so
+// that a text from the mail stays on its line wherever it is written.
+void BlankControlCharacters(char *text);
+// A name as clients show it: control characters blanked, then the blanks
+// at either end removed.
+void CleanAttachmentName(char *name);
+
+// The longest encoded word a name may hold (a name field's worth).
+constexpr size_t kMaxEncodedName = 4095;
+
 // Records an attachment in info: a non-empty name is decoded from encoded
-// words (to code 3) when it holds any, and cut to 511 characters. Nothing
-// happens when both are null. The record returned (null when none was
-// added, as past 128 attachments) starts with range -1..0, encoding 0, not
-// TNEF and no TNEF names, whatever an earlier mail left in it.
+// words of any length up to kMaxEncodedName (to code 3) when it holds any,
+// and cut to 511 characters, then cleaned (CleanAttachmentName); the type
+// has its control characters blanked. Nothing happens when both are null. The
+// record returned (null when none was added, as past 128 attachments) starts
+// with range -1..0, encoding 0, not TNEF and no TNEF names, whatever an
+// earlier mail left in it.
 Attach_Stru *AddAttachInfo(char *name, char *contentType, CMailInfo *info);

@@ -8,15 +8,18 @@
 
 #include "mail/boundary_list.h"
 #include "mail/charset.h"
+#include "mail/encoded_word.h"
 #include "mail/mail_info.h"
 #include "mail/mime_header.h"
 #include "mail/mime_line_reader.h"
+#include "mail/mime_params.h"
 #include "mail/mime_text.h"
 
 namespace {
 
 constexpr int kNameSize = MimeLineReader::kLineSize;
 constexpr size_t kMaxBoundaryValue = 511;
+constexpr size_t kMaxClearBoundary = 70;   // the longest boundary the format allows
 
 enum State {
     kTopHeaders = 1,
@@ -27,18 +30,16 @@ enum State {
     kEnclosed = 6,
 };
 
-// The closing quote of a quoted value starting at `from`: the first quote
-// followed by blanks and ';' or the line end, else the last quote.
-size_t ClosingQuote(const std::string &line, size_t from)
+// The header with parameters being read in states 4 and 5.
+enum HeaderKind { kNoHeader, kTypeHeader, kDispositionHeader, kIgnoredHeader };
+
+// A name parameter's value; an RFC 2231 one converted from its charset as
+// an encoded word's text is.
+std::string NameValue(const MimeParam &param)
 {
-    size_t last = std::string::npos;
-    for (size_t q = line.find('"', from); q != std::string::npos; q = line.find('"', q + 1)) {
-        size_t after = line.find_first_not_of(" \t", q + 1);
-        if (after == std::string::npos || std::strchr(";\r\n", line[after]))
-            return q;
-        last = q;
-    }
-    return last;
+    if (!param.extended)
+        return param.value;
+    return ConvertWordBytes(param.value, EncodedWordCharsetCode(param.charset), CHARSET_EUC);
 }
 
 std::string WithoutLineEnd(const std::string &text)
@@ -78,16 +79,30 @@ private:
 
     void UuencodedBlock(const char *line);
     void BoundaryLine(const char *line);
-    void ReadBoundaryParameter(const std::string &line, const std::string &lower);
-    void ReadNameParameter(const std::string &line, const std::string &lower, const char *key,
-                           bool decodeLines);
+    void StartContentType(const char *line);
+    void StartDisposition(const char *line);
+    void EndHeader();
+    void ApplyContentTypeParameters();
+    void UpdateName();
+    void PushBoundary(std::string value);
+    void Ambiguous(int reason)
+    {
+        if (m_pInfo)
+            m_pInfo->m_nMimeAmbiguity |= reason;
+    }
     void AfterHeaderLine();
     void RebuildComparison();
+    // A new header block (a part's or an enclosed message's) begins.
     void ClearAttachmentFlags()
     {
         m_bNonText = m_bNameFound = false;
         m_szName[0] = '\0';
         m_szType[0] = '\0';
+        m_bBlockContentType = m_bBlockDisposition = false;
+        m_bTypeName = m_bDispositionName = false;
+        m_strTypeName.clear();
+        m_strDispositionName.clear();
+        m_strMediaType.clear();
     }
     Attach_Stru *RecordAttachment();
     void SetName(const std::string &name);
@@ -133,6 +148,22 @@ private:
     int m_nPendingIndex = -1;
     int m_nEncodingCode = 0;
     DecodeCarry m_carry;
+
+    // Parameters: only the first Content-Type and Content-Disposition of a
+    // header block count; a Content-Disposition filename wins over a
+    // Content-Type name.
+    int m_nHeader = kNoHeader;
+    bool m_bBlockContentType = false;
+    bool m_bBlockDisposition = false;
+    std::string m_strMediaType;   // of the block's Content-Type, as a client reads it
+    MimeParamReader m_typeParams{"boundary", "charset", "name"};
+    MimeParamReader m_dispositionParams{"filename"};
+    bool m_bTypeName = false;
+    bool m_bDispositionName = false;
+    std::string m_strTypeName;
+    std::string m_strDispositionName;
+    long m_lTopDisposition = -1;
+    bool m_bLinePiece = false;   // the line goes on from the previous piece
 };
 
 void MimeWalk::Run()
@@ -199,7 +230,11 @@ void MimeWalk::TopHeaderLine()
         RebuildComparison();
         Attach_Stru *attach = m_bNameFound ? RecordAttachment() : nullptr;
         if (attach) {
-            attach->m_nStart = int(m_lTopContentType);
+            // From the first of its Content-Type and Content-Disposition lines.
+            long start = m_bTopContentType ? m_lTopContentType : m_lTopDisposition;
+            if (m_lTopDisposition >= 0 && m_lTopDisposition < start)
+                start = m_lTopDisposition;
+            attach->m_nStart = int(start < 0 ? 0 : start);
             attach->m_nEnd = int(m_lSize);
         }
         if (m_bBoundaryKnown || m_nClass == CLASS_TEXT || m_nClass == CLASS_MESSAGE)
@@ -211,8 +246,9 @@ void MimeWalk::TopHeaderLine()
     if (HeaderIs(line, "Mime-Version")) {
         m_bMimeVersion = true;
     } else if (HeaderIs(line, "Content-Type:")) {
+        if (!m_bTopContentType)
+            m_lTopContentType = m_reader.start();
         m_bTopContentType = true;
-        m_lTopContentType = m_reader.start();
         m_nState = kContentType;
         m_bReprocess = true;
     } else if (HeaderIs(line, "Content-Transfer-Encoding:")) {
@@ -222,7 +258,9 @@ void MimeWalk::TopHeaderLine()
                 m_nEncodingCode = ENCODING_BASE64;
         }
         WriteHeader(line);
-    } else if (HeaderIs(line, "Content-Disposition:") && m_bTopContentType && !m_bNameFound) {
+    } else if (HeaderIs(line, "Content-Disposition:")) {
+        if (m_lTopDisposition < 0)
+            m_lTopDisposition = m_reader.start();
         m_nState = kDisposition;
         m_bReprocess = true;
     } else {
@@ -320,7 +358,7 @@ void MimeWalk::PartHeaderLine()
     } else if (HeaderIs(line, "Content-Type:")) {
         m_nState = kContentType;
         m_bReprocess = true;
-    } else if (HeaderIs(line, "Content-Disposition:") && m_bTopContentType) {
+    } else if (HeaderIs(line, "Content-Disposition:")) {
         m_nState = kDisposition;
         m_bReprocess = true;
     } else {
@@ -330,52 +368,131 @@ void MimeWalk::PartHeaderLine()
 
 void MimeWalk::ContentTypeLine()
 {
-    std::string line = m_reader.text();
-    WriteHeader(line.c_str());
-    if (HeaderIs(line.c_str(), "Content-Type:")) {
-        m_bTextPart = HeaderIs(line.c_str(), "Content-Type: text");
-        m_nClass = ContentClassOf(line.c_str(), &m_bDigest);
-        if (m_nClass != CLASS_TEXT && m_nClass != CLASS_MULTIPART)
-            m_bNonText = true;
-        GetContentTypeString(line.c_str(), m_szType);
+    const char *line = m_reader.text();
+    WriteHeader(line);
+    if (HeaderIs(line, "Content-Type:") && !m_bLinePiece)
+        StartContentType(line);
+    else if (m_nHeader == kTypeHeader)
+        m_typeParams.Feed(line, std::strlen(line));
+    AfterHeaderLine();
+}
+
+void MimeWalk::StartContentType(const char *line)
+{
+    if (m_bBlockContentType) {
+        Ambiguous(MIME_AMBIGUOUS_CONTENT_TYPES);
+        m_nHeader = kIgnoredHeader;
+        return;
     }
-    std::string lower = LowerCopy(line);
-    ReadBoundaryParameter(line, lower);
-    size_t charset = lower.find("charset=");
-    if (charset != std::string::npos) {
+    m_bBlockContentType = true;
+    m_nHeader = kTypeHeader;
+    m_bTextPart = HeaderIs(line, "Content-Type: text");
+    m_nClass = ContentClassOf(line, &m_bDigest);
+    if (m_nClass != CLASS_TEXT && m_nClass != CLASS_MULTIPART)
+        m_bNonText = true;
+    GetContentTypeString(line, m_szType);
+    m_strMediaType = MediaTypeOf(line);
+    m_bDigest = m_strMediaType == "multipart/digest";
+    m_typeParams.Reset();
+    const char *value = line + std::strlen("Content-Type:");
+    m_typeParams.Feed(value, std::strlen(value));
+}
+
+void MimeWalk::DispositionLine()
+{
+    const char *line = m_reader.text();
+    WriteRaw(Decoded(line));
+    if (HeaderIs(line, "Content-Disposition:") && !m_bLinePiece)
+        StartDisposition(line);
+    else if (m_nHeader == kDispositionHeader)
+        m_dispositionParams.Feed(line, std::strlen(line));
+    AfterHeaderLine();
+}
+
+void MimeWalk::StartDisposition(const char *line)
+{
+    if (m_bBlockDisposition) {
+        m_nHeader = kIgnoredHeader;
+        return;
+    }
+    m_bBlockDisposition = true;
+    m_nHeader = kDispositionHeader;
+    m_dispositionParams.Reset();
+    const char *value = line + std::strlen("Content-Disposition:");
+    m_dispositionParams.Feed(value, std::strlen(value));
+}
+
+// Step 4 of states 4 and 5: a folded line, or the next piece of a line
+// longer than the reader's buffer, stays; any other line ends the header and
+// goes back to the headers it belongs to.
+void MimeWalk::AfterHeaderLine()
+{
+    const int length = m_reader.length();
+    const bool cut = length > 0 && m_reader.text()[length - 1] != '\n';
+    if (!m_reader.Next()) {
+        EndHeader();
+        m_bDone = true;
+        return;
+    }
+    m_bLinePiece = cut;
+    if (!cut && !IsContinuationLine(m_reader.text())) {
+        EndHeader();
+        m_nState = m_nLevel == 2 ? kPartHeaders : kTopHeaders;
+    }
+    m_bReprocess = true;
+}
+
+void MimeWalk::EndHeader()
+{
+    if (m_nHeader == kTypeHeader) {
+        m_typeParams.Finish();
+        ApplyContentTypeParameters();
+    } else if (m_nHeader == kDispositionHeader) {
+        m_dispositionParams.Finish();
+        if (const MimeParam *filename = m_dispositionParams.Find("filename")) {
+            m_bDispositionName = true;
+            m_strDispositionName = NameValue(*filename);
+        }
+        UpdateName();
+    }
+    m_nHeader = kNoHeader;
+}
+
+void MimeWalk::ApplyContentTypeParameters()
+{
+    const MimeParam *boundary = m_typeParams.Find("boundary");
+    if (boundary && m_strMediaType.compare(0, 10, "multipart/") == 0) {
+        if (boundary->plainCount + (boundary->anyExtended ? 1 : 0) > 1)
+            Ambiguous(MIME_AMBIGUOUS_BOUNDARIES);
+        if (boundary->anyExtended)
+            Ambiguous(MIME_AMBIGUOUS_ENCODED_BOUNDARY);
+        if (boundary->value.size() > kMaxClearBoundary)
+            Ambiguous(MIME_AMBIGUOUS_LONG_BOUNDARY);
+        PushBoundary(boundary->value);
+    }
+    if (const MimeParam *charset = m_typeParams.Find("charset")) {
         m_bCharsetSeen = true;
-        if (int code = CharsetCodeOf(lower.substr(charset + 8))) {
+        if (int code = CharsetCodeOf(LowerCopy(charset->value))) {
             if (m_nLevel == 1)
                 m_nTopCharset = code;
             else
                 m_nPartCharset = code;
         }
     }
-    ReadNameParameter(line, lower, "name=", false);
-    AfterHeaderLine();
-}
-
-void MimeWalk::DispositionLine()
-{
-    std::string line = Decoded(m_reader.text());
-    WriteRaw(line);
-    ReadNameParameter(line, LowerCopy(line), "filename=", true);
-    AfterHeaderLine();
-}
-
-// Step 4 of states 4 and 5: a folded line stays, any other goes back to
-// the headers it belongs to.
-void MimeWalk::AfterHeaderLine()
-{
-    if (m_bDone)
-        return;
-    if (!m_reader.Next()) {
-        m_bDone = true;
-        return;
+    if (const MimeParam *name = m_typeParams.Find("name")) {
+        m_bTypeName = true;
+        m_strTypeName = NameValue(*name);
     }
-    if (!IsContinuationLine(m_reader.text()))
-        m_nState = m_nLevel == 2 ? kPartHeaders : kTopHeaders;
-    m_bReprocess = true;
+    UpdateName();
+}
+
+void MimeWalk::UpdateName()
+{
+    if (m_bDispositionName)
+        SetName(m_strDispositionName);
+    else if (m_bTypeName)
+        SetName(m_strTypeName);
+    m_bNameFound = m_bDispositionName || m_bTypeName;
 }
 
 void MimeWalk::EnclosedLine()
@@ -403,84 +520,33 @@ std::string MimeWalk::Decoded(const char *line)
     return text;
 }
 
-void MimeWalk::ReadBoundaryParameter(const std::string &line, const std::string &lower)
+void MimeWalk::PushBoundary(std::string value)
 {
-    size_t at = lower.find("boundary=");
-    if (at == std::string::npos)
-        return;
-    size_t from = at + 9;
-    std::string value;
-    if (from < line.size() && line[from] == '"') {
-        size_t close = line.find('"', from + 1);
-        if (close != std::string::npos) {
-            value = line.substr(from + 1, close - from - 1);
-        } else {
-            value = WithoutLineEnd(line.substr(from + 1));
-            // The value goes on in one folded line; any other line is lost.
-            if (m_reader.Next() && m_reader.text()[0] == '\t') {
-                std::string more = m_reader.text() + 1;
-                value += more.substr(0, more.find_first_of("\"\r\n"));
-            } else if (m_reader.length() == 0) {
-                m_bDone = true;
-            }
-        }
-    } else {
-        size_t end = line.find_first_of(" ;\r\n", from);
-        value = line.substr(from, end == std::string::npos ? std::string::npos : end - from);
-    }
     if (value.size() > kMaxBoundaryValue)
         value.resize(kMaxBoundaryValue);
     m_bBoundaryKnown = true;
     m_pTop = AddBoundary(&value[0], m_pTop, m_bDigest ? 1 : 0);
 }
 
-void MimeWalk::ReadNameParameter(const std::string &line, const std::string &lower, const char *key,
-                                 bool decodeLines)
-{
-    size_t at = lower.find(key);
-    if (at == std::string::npos)
-        return;
-    size_t from = at + std::strlen(key);
-    size_t first = line.find_first_not_of(" \t", from);
-    bool quoted = first != std::string::npos && line[first] == '"';
-    std::string name;
-    bool complete = false;
-    if (quoted) {
-        size_t close = ClosingQuote(line, first + 1);
-        complete = close != std::string::npos;
-        name = complete ? line.substr(first + 1, close - first - 1) : WithoutLineEnd(line.substr(first + 1));
-    } else {
-        size_t semicolon = line.find(';', from);
-        complete = semicolon != std::string::npos;
-        name = complete ? line.substr(from, semicolon - from) : WithoutLineEnd(line.substr(from));
-    }
-    // Folded value: continuation lines are written and joined (without their
-    // first character) until the value ends; the first other line goes back.
-    while (!complete) {
-        if (!m_reader.Next())
-            break;
-        if (!IsContinuationLine(m_reader.text())) {
-            m_reader.PutBack();
-            break;
-        }
-        std::string more = decodeLines ? Decoded(m_reader.text()) : std::string(m_reader.text());
-        if (decodeLines)
-            WriteRaw(more);
-        else
-            WriteHeader(more.c_str());
-        more = WithoutLineEnd(more.substr(1));
-        size_t end = quoted ? ClosingQuote(more, 0) : more.find(';');
-        complete = end != std::string::npos;
-        if (complete)
-            more.resize(end);
-        if (name.size() + more.size() < size_t(kNameSize - 1))
-            name += more;
-    }
-    SetName(name);
-    m_bNameFound = true;
-}
-
 } // namespace
+
+std::string MimeAmbiguityText(int reasons)
+{
+    static const struct {
+        int reason;
+        const char *text;
+    } kReasons[] = {
+        {MIME_AMBIGUOUS_CONTENT_TYPES, "two Content-Type headers"},
+        {MIME_AMBIGUOUS_BOUNDARIES, "two boundary parameters"},
+        {MIME_AMBIGUOUS_ENCODED_BOUNDARY, "RFC 2231-encoded boundary"},
+        {MIME_AMBIGUOUS_LONG_BOUNDARY, "boundary longer than 70 characters"},
+    };
+    std::string text;
+    for (const auto &entry : kReasons)
+        if (reasons & entry.reason)
+            text += (text.empty() ? "" : "; ") + std::string(entry.text);
+    return text;
+}
 
 void WalkMail(FILE *mail, long size, MEMBUF *buf, FILE *text, CMailInfo *info, size_t blockSize)
 {
@@ -489,6 +555,8 @@ void WalkMail(FILE *mail, long size, MEMBUF *buf, FILE *text, CMailInfo *info, s
         buf->m_nLength = 0;
         buf->m_szData[0] = '\0';
     }
+    if (info)
+        info->m_nMimeAmbiguity = 0;
     MimeWalk walk(mail, size, buf, text, info, blockSize);
     walk.Run();
     if (buf && buf->m_bInMemory)

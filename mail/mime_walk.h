@@ -16,8 +16,9 @@
 // headers then read as part headers), and treats uuencoded blocks in a body
 // as attachments of type "UUEncoded". A part's range runs from just after
 // its boundary line (its headers included) to the start of the next
-// boundary line; a single-part attachment's from its Content-Type line to
-// the end of the file. Transfer-encoding codes recorded in m_nEncoding are
+// boundary line; a single-part attachment's from its Content-Type line (or
+// a Content-Disposition line before it) to the end of the file.
+// Transfer-encoding codes recorded in m_nEncoding are
 // 32 for uuencoded blocks, and 4 for every attachment from the first base64
 // part on (0 before it).
 //
@@ -28,10 +29,19 @@
 //    put back) and looks at the top boundary alone, so the cost grows with
 //    the size of the mail whatever its shape.
 //  - A boundary line may carry trailing blanks (RFC 2046 transport padding).
-//  - A quoted name ends at the quote that closes it (followed by ";" or the
-//    line end), so that later quoted parameters (creation-date="...") stay
-//    out of it; an unquoted value that a quote follows later on the line is
-//    still read as unquoted.
+//  - Parameters of Content-Type and Content-Disposition are read as a mail
+//    client reads them (MimeParamReader): quoted strings with their escapes,
+//    folded values joined, RFC 2231 values, "boundary=" inside another
+//    parameter's value left alone. A boundary counts only in a multipart/*
+//    type, so a text part that carries one (as delivery reports do) does not
+//    hide the parts after it. Of each header block only the first
+//    Content-Type and the first Content-Disposition count, and of the
+//    boundary parameters the first. A Content-Disposition filename wins over
+//    a Content-Type name, in any order of the two headers, at the top too.
+//  - Where the mail itself can be read two ways, the walk notes it in
+//    CMailInfo::m_nMimeAmbiguity (MIME_AMBIGUOUS_... below).
+//  - A name may hold encoded words of any length up to a name field's
+//    worth; control characters in names become blanks (AddAttachInfo).
 //  - A uuencoded block starts at "begin " followed by an octal mode and a
 //    blank, so that a text line that starts with the word "begin" does not
 //    hide the rest of the body from the scan.
@@ -44,10 +54,22 @@
 
 #include <cstddef>
 #include <cstdio>
+#include <string>
 
 #include "ov/contscan.h"
 
 class CMailInfo;
+
+// Shapes that clients may read differently (CMailInfo::m_nMimeAmbiguity).
+enum : int {
+    MIME_AMBIGUOUS_CONTENT_TYPES = 1,     // two Content-Type headers in one block
+    MIME_AMBIGUOUS_BOUNDARIES = 2,        // two boundary parameters
+    MIME_AMBIGUOUS_ENCODED_BOUNDARY = 4,  // an RFC 2231-encoded boundary
+    MIME_AMBIGUOUS_LONG_BOUNDARY = 8,     // a boundary longer than 70 characters
+};
+
+// The reasons of an ambiguity word, "; "-separated, "" for none.
+std::string MimeAmbiguityText(int reasons);
 
 // False only when the mail cannot be opened ("rb"). The text file is
 // written only when textPath is given and opens ("wb"); the MEMBUF is

@@ -24,18 +24,15 @@ void AppendPlain(const std::string &plain, int target, std::string &out)
     out += converted ? converted.get() : plain.c_str();
 }
 
-// Appends the decoded bytes of a word, converted when its charset is known.
-void AppendWord(const std::string &bytes, int code, int target, std::string &out)
-{
-    if (code < 0 || bytes.empty()) {
-        out += bytes;
-        return;
-    }
-    std::unique_ptr<char, CBufferFree> converted(fromANY(bytes.c_str(), target));
-    out += converted ? converted.get() : bytes.c_str();
-}
-
 } // namespace
+
+std::string ConvertWordBytes(const std::string &bytes, int code, int target)
+{
+    if (code < 0 || bytes.empty())
+        return bytes;
+    std::unique_ptr<char, CBufferFree> converted(fromANY(bytes.c_str(), target));
+    return converted ? std::string(converted.get()) : std::string(bytes.c_str());
+}
 
 int is_rfc1342(const char *p, char *charsetOut, char *textOut)
 {
@@ -60,6 +57,11 @@ int is_rfc1342_len(const char *p, int *len)
 
 int rfc1342_decode(const char *src, RFC1342_DECODED *out, int target)
 {
+    return DecodeEncodedWords(src, out, target, kEncodedWordPartMax);
+}
+
+int DecodeEncodedWords(const char *src, RFC1342_DECODED *out, int target, size_t partMax)
+{
     if (out)
         std::memset(out, 0, sizeof *out);
     if (!src || !out || !*src)
@@ -70,7 +72,7 @@ int rfc1342_decode(const char *src, RFC1342_DECODED *out, int target)
     int lastCode = 0;
     for (const char *p = src; *p;) {
         EncodedWord word;
-        if (*p != '=' || !ParseEncodedWord(p, word)) {
+        if (*p != '=' || !ParseEncodedWord(p, word, partMax)) {
             plain += *p++;
             continue;
         }
@@ -82,7 +84,7 @@ int rfc1342_decode(const char *src, RFC1342_DECODED *out, int target)
             return -1;
         }
         lastCode = EncodedWordCharsetCode(word.charset);
-        AppendWord(bytes, lastCode, target, result);
+        result += ConvertWordBytes(bytes, lastCode, target);
         strcpy_truncate(out->m_szCharset, word.charset.c_str(), sizeof out->m_szCharset);
         p += word.length;
     }

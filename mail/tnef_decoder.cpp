@@ -134,9 +134,7 @@ void ErrorDump()
 std::string TnefSavePath(const char *dir, const char *name)
 {
     std::string path = dir ? dir : "";
-    if (!path.empty() && path.back() == '\\')
-        path.pop_back();
-    if (!path.empty())
+    if (!path.empty() && path.back() != '\\' && path.back() != '/')
         path += '/';
     std::string file = SafeFileNamePart(name);
     return path + (file == "." ? "_" : file);

@@ -54,7 +54,11 @@ int VerifyTNEF(FILE *file);
 int SaveAttachData(AttributeStruct record, FILE *file, const char *path);
 // Error reporting hook of the decoder; reports nothing.
 void ErrorDump();
-// The file path for an attachment named `name` in save directory `dir`.
+// The file path for an attachment named `name` in save directory `dir`: the
+// directory followed by the name made safe (SafeFileNamePart), as the format
+// joins them: a directory set through OVCMSetSaveAttachPath ends in its
+// backslash, which stays the separator; one ending in neither "\\" nor "/"
+// gets a "/".
 std::string TnefSavePath(const char *dir, const char *name);
 
 class TnefDecoder {

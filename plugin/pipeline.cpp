@@ -7,6 +7,8 @@
 //      specialized filter's picks when attachment removal applies, rules)
 //   4. attachments picked: quarantine copy, warnings, replacement (action 4)
 //   5. a rule matched: delete / quarantine / archive, warning, event, return 2
+//      (an ambiguous MIME structure with "AmbiguousMime=Quarantine" counts as
+//      a match of the quarantine rule "Ambiguous MIME")
 //   6. else the keyword scan; the matched policies' sections choose the most
 //      severe action (Delete > Quarantine > Archive) and the warnings
 //   7. remove the temporary file, count the thread out, fill the result
@@ -57,6 +59,7 @@
 #include "base/log.h"
 #include "mail/mail_info.h"
 #include "mail/mail_list.h"
+#include "mail/mime_walk.h"
 #include "notify/event_log.h"
 #include "notify/notification.h"
 #include "mail/temp_dir.h"
@@ -236,7 +239,7 @@ void act_on_replaced_attachments(MailContext &mail, const Replace_Stru &replace,
         if (replace.entries[i])
             names += (names.empty() ? "" : ", ") + std::string(replace.entries[i]->m_szName);
     }
-    const char *action = "Replaced with text";
+    const char *action = "Attachment Removal (Replaced with text)";
     if (bWarnSender && applies_to(iIOSender, mail.direction))
         notify(mail, mail.sender, strMsgSender, policy, nullptr, action, names.c_str());
     if (bWarnRecipient && applies_to(iIORecipient, mail.direction))
@@ -550,13 +553,22 @@ int process_mail(ZWHostCall *call, ZWMailResult *result, OVMailReport *report)
     ovux_log->start() << (removal ? "ZWEmailPluginProcess: m_pRuleScanObj->Scan() with SFilter "
                                   : "ZWEmailPluginProcess: m_pRuleScanObj->Scan() ")
                       << (blocked ? "block!" : "pass!") << Orvane::endl;
-    if (blocked)
+    // A mail whose MIME structure reads two ways is held, when so configured,
+    // as if a rule of that name had matched.
+    const bool ambiguous =
+        !blocked && bAmbiguousMimeQuarantine && mail->info.m_nMimeAmbiguity != 0;
+    if (ambiguous) {
+        ruleName = "Ambiguous MIME";
+        ruleText = MimeAmbiguityText(mail->info.m_nMimeAmbiguity);
+        actType = ACT_QUAR;
+    }
+    if (blocked || ambiguous)
         ovux_log->start() << " szRuleName=" << ruleName << " szRule=" << ruleText << Orvane::endl;
 
     if (removal && replace.count > 0)
         act_on_replaced_attachments(*mail, replace, result);
 
-    if (blocked) {
+    if (blocked || ambiguous) {
         act_on_rule(*mail, ruleName, ruleText, actType, result);
         remove_temp_file(tempName);
         debug("ZWEmailPluginProcess: Take Action for Anti-Spam OK!");

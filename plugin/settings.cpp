@@ -35,6 +35,7 @@ bool bAntiSpamWarnAdmin = false;
 std::string AntiSpamAdmin;
 std::string strMsgUser;
 bool bDeleteTempDir = true;
+bool bAmbiguousMimeQuarantine = false;
 
 namespace {
 
@@ -185,6 +186,8 @@ void LoadPluginSettings()
     }
 
     bDeleteTempDir = ReadSetting("Content Filter", "DeleteTempFile", "yes") != "no";
+    const std::string ambiguous = ReadSetting("Advanced Options", "AmbiguousMime", "Pass");
+    bAmbiguousMimeQuarantine = ambiguous.find("Quarantine") != std::string::npos;
 }
 
 _POLICY_MATCH_INFO *InitPolicySetMatchInfo()

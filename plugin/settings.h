@@ -44,6 +44,10 @@ extern bool bAntiSpamWarnAdmin;
 extern std::string AntiSpamAdmin;
 extern std::string strMsgUser;
 extern bool bDeleteTempDir;
+// "AmbiguousMime" of "Advanced Options": "Pass" (the default) lets a mail
+// whose MIME structure reads two ways go on; "Quarantine" holds it as if a
+// rule named "Ambiguous MIME" had matched.
+extern bool bAmbiguousMimeQuarantine;
 
 // Loads every rule source named by "RuleFile" of section "Anti-Spam" into the
 // scanner: "Zelto$RF..." items (any case) the sealed vendor file of version

@@ -88,7 +88,9 @@ RuleLineError SplitRuleLine(const char *line, RuleLineFields &fields)
     size_t end = sentence_end(text, sentenceStart, unclosed);
     fields.sentence = text.substr(sentenceStart, end == std::string::npos ? std::string::npos
                                                                            : end - sentenceStart);
-    if (fields.sentence.empty() || unclosed)
+    // A backslash must end the sentence; an empty sentence before it is a
+    // sentence that does not parse.
+    if (unclosed || (end == std::string::npos && fields.sentence.empty()))
         return RULE_LINE_NO_SENTENCE;
     if (end != std::string::npos) {
         fields.hasAction = true;

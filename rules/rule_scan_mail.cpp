@@ -33,6 +33,9 @@ bool action_from_text(const std::string &text, ACT_TYPE &action)
 
 } // namespace
 
+// A picked part nested in one picked before it (a uuencoded block inside a
+// named part, say) goes with the outer one: only parts that start at or after
+// the end of the previous entry are listed, so the entries never overlap.
 void CRuleScan::PickAttachments(CMailInfo &info, Replace_Stru &replace)
 {
     for (int i = 0; i < info.m_nAttachCount && i < MAX_ATTACH_COUNT; ++i) {
@@ -40,6 +43,10 @@ void CRuleScan::PickAttachments(CMailInfo &info, Replace_Stru &replace)
         if (!attach || attach->m_nStart == -1 || !m_sfilter.Evaluate(info, i))
             continue;
         info.m_bChecked[i] = 1;
+        const Attach_Stru *previous = replace.count > 0 ? replace.entries[replace.count - 1]
+                                                        : nullptr;
+        if (previous && attach->m_nStart < previous->m_nEnd)
+            continue;
         replace.Add(*attach);
     }
 }

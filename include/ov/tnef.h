@@ -10,7 +10,7 @@
  *     static int on_name(char *name, void *context) { ...; return OVCM_TNEF_SAVE; }
  *
  *     OVCMSetExtractAttachName(on_name, my_context);
- *     OVCMSetSaveAttachPath("/var/spool/out");
+ *     OVCMSetSaveAttachPath("/var/spool/out\\");   // saves "/var/spool/out\\<name>"
  *     int rc = OVCMDecodeTNEF("/tmp/winmail.dat");   // 0, or negative
  *
  * The callback, its context and the save directory are process-wide and not
@@ -40,10 +40,12 @@ typedef int (*OVCMExtractAttachNameFn)(char *name, void *context);
 OVCM_TNEF_EXPORT int OVCMSetExtractAttachName(OVCMExtractAttachNameFn callback, void *context);
 
 /* Sets the directory that saved attachments go to. A backslash is appended
- * unless the text already ends in one; it stands for the directory
- * separator, so "/out" and "/out/" both save into /out. A null or empty
- * directory switches saving off. Names from the stream are made safe before
- * they become file names: they never reach outside the directory. */
+ * unless the text already ends in one, and a saved file's path is this text
+ * followed by the name, as the format has always joined them: the backslash
+ * is the separator on every platform, so on a POSIX system "/out" saves
+ * "/out\\report.txt" beside /out. A null or empty directory switches saving
+ * off. Names from the stream are made safe before they become file names
+ * ("/" and ".." become "_"), so they never add a directory of their own. */
 OVCM_TNEF_EXPORT void OVCMSetSaveAttachPath(char *dir);
 
 /* Decodes one TNEF file. Returns 0 when the walk ended (also at a truncated

@@ -16,6 +16,7 @@
 #include "mail/mime_text.h"
 #include "mail/mime_walk.h"
 #include "support/base_temp_dir.h"
+#include "support/mail_client_shapes.h"
 #include "support/mail_piece_file.h"
 
 namespace {
@@ -40,6 +41,7 @@ struct Walked {
     std::vector<Found> attachments;
     std::string text;
     bool inMemory = true;
+    int ambiguity = 0;
 };
 
 std::vector<Found> Attachments(const CMailInfo &info)
@@ -56,6 +58,7 @@ Walked Collect(const MEMBUF &buf, const std::string &textFile, const CMailInfo &
 {
     Walked out;
     out.attachments = Attachments(info);
+    out.ambiguity = info.m_nMimeAmbiguity;
     out.inMemory = buf.m_bInMemory != 0;
     out.text = out.inMemory ? std::string(buf.m_szData, size_t(buf.m_nLength)) : BaseTempDir::read(textFile);
     if (out.inMemory) {
@@ -96,6 +99,7 @@ Walked Walk(const std::string &mail)
     EXPECT_EQ(whole.attachments, pieces.attachments);
     EXPECT_EQ(whole.text, pieces.text);
     EXPECT_EQ(whole.inMemory, pieces.inMemory);
+    EXPECT_EQ(whole.ambiguity, pieces.ambiguity);
     return whole;
 }
 
@@ -183,7 +187,8 @@ TEST(MimeWalk, NamesFoldedEncodedAndQuoted)
         const char *header;
         const char *name;
     } rows[] = {
-        {"Content-Type: application/pdf;\n name=\"a-very-long-\n\tname.pdf\"\n", "a-very-long-name.pdf"},
+        // Unfolding keeps the fold's blank, as clients do; the TAB shows as a blank.
+        {"Content-Type: application/pdf;\n name=\"a-very-long-\n\tname.pdf\"\n", "a-very-long- name.pdf"},
         {"Content-Type: application/pdf; name=plain.pdf\n", "plain.pdf"},
         {"Content-Type: application/pdf; name=semi.pdf; x=1\n", "semi.pdf"},
         {"Content-Type: application/pdf\nContent-Disposition: attachment;\n"
@@ -201,6 +206,55 @@ TEST(MimeWalk, NamesFoldedEncodedAndQuoted)
         Walked got = Walk(mail);
         ASSERT_EQ(got.attachments.size(), 1u) << row.header;
         EXPECT_EQ(got.attachments[0].name, row.name) << row.header;
+    }
+}
+
+// Each shape lists what the reference client sees; the walk must list the
+// same attachments and note exactly the ambiguities the shape has.
+TEST(MimeWalk, ParametersAsAClientReadsThem)
+{
+    for (const MailClientShape &shape : MailClientShapes()) {
+        SCOPED_TRACE(shape.label);
+        Walked got = Walk(shape.mail);
+        std::vector<std::pair<std::string, std::string>> seen;
+        for (const Found &found : got.attachments)
+            seen.emplace_back(found.name, found.type);
+        EXPECT_EQ(seen, shape.attachments);
+        EXPECT_EQ(got.ambiguity, shape.ambiguity);
+        EXPECT_EQ(MimeAmbiguityText(got.ambiguity).empty(), shape.ambiguity == 0);
+    }
+}
+
+TEST(MimeWalk, DeliveryReportTextAndPartsAfterIt)
+{
+    const MailClientShape report = MailClientShapes().front();
+    Walked got = Walk(report.mail);
+    EXPECT_TRUE(Has(got.text, "Delivery has failed"));
+    ASSERT_EQ(got.attachments.size(), 1u);
+    EXPECT_EQ(got.attachments[0].start, After(report.mail, "recipients.\n--outer\n"));
+    EXPECT_EQ(got.attachments[0].end, At(report.mail, "--outer--"));
+}
+
+TEST(MimeWalk, NamesKeepToTheirField)
+{
+    struct Row {
+        const char *header;
+        const char *name;
+    } rows[] = {
+        {"Content-Type: application/octet-stream; name=\"=?utf-8?Q?a=0D=0Ab.exe?=\"\n", "a  b.exe"},
+        {"Content-Type: application/octet-stream;\n name*=utf-8''%0D%0AX-Evil.exe%00\n", "X-Evil.exe"},
+        {"Content-Type: application/octet-stream; name=\"  spaced.exe \"\n", "spaced.exe"},
+        {"Content-Type: application/octet-stream; name=\"=?utf-8?B?dGFiCWFuZAdiZWxsLmV4ZQ==?=\"\n",
+         "tab and bell.exe"},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.header);
+        std::string mail = std::string(kHeaders) + "MIME-Version: 1.0\n" +
+                           "Content-Type: multipart/mixed; boundary=b\n\n--b\n" + row.header +
+                           "\nbody\n--b--\n";
+        Walked got = Walk(mail);
+        ASSERT_EQ(got.attachments.size(), 1u);
+        EXPECT_EQ(got.attachments[0].name, row.name);
     }
 }
 

@@ -373,15 +373,20 @@ TEST(TnefDecoder, SaveWritesDataInsideTheDirectoryOnly)
     Collector save;
     save.answer = [](size_t) { return OVCM_TNEF_SAVE; };
     OVCMSetExtractAttachName(Collect, &save);
-    OVCMSetSaveAttachPath(&out[0]);
+    // The directory and the name are joined by the backslash the setting
+    // appends: "out/" saves files named "\<name>" inside out.
+    std::string setting = out + "/";
+    OVCMSetSaveAttachPath(&setting[0]);
     EXPECT_EQ(OVCMDecodeTNEF(&path[0]), 0);
     OVCMSetSaveAttachPath(nullptr);
     EXPECT_EQ(save.names.size(), 5u);
-    EXPECT_EQ(BaseTempDir::read(out + "/report.txt"), "report body");
+    EXPECT_EQ(BaseTempDir::read(out + "/\\report.txt"), "report body");
     std::vector<std::string> entries = DirectoryEntries(out);
     EXPECT_EQ(entries.size(), 4u);
-    for (const std::string &entry : entries)
+    for (const std::string &entry : entries) {
         EXPECT_EQ(entry.find('/'), std::string::npos);
+        EXPECT_EQ(entry[0], '\\') << entry;
+    }
     EXPECT_FALSE(BaseTempDir::exists(dir.path("escape.txt")));
     EXPECT_FALSE(BaseTempDir::exists(out + "/nodata.txt"));
     // Only the save directory and the file itself are there.
@@ -405,13 +410,13 @@ TEST(TnefDecoder, DataAmongThePropertiesIsSavedWhenNoDataRecordCame)
     Collector save;
     save.answer = [](size_t) { return OVCM_TNEF_SAVE; };
     OVCMSetExtractAttachName(Collect, &save);
-    std::string out = dir.dir();
+    std::string out = dir.dir() + "/";
     OVCMSetSaveAttachPath(&out[0]);
     EXPECT_EQ(OVCMDecodeTNEF(&path[0]), 0);
     OVCMSetSaveAttachPath(nullptr);
-    EXPECT_EQ(BaseTempDir::read(dir.path("binary.doc")), std::string("bin\0data", 8));
-    EXPECT_EQ(BaseTempDir::read(dir.path("object.bin")), "storage bytes");
-    EXPECT_EQ(BaseTempDir::read(dir.path("both.txt")), "record data");
+    EXPECT_EQ(BaseTempDir::read(dir.path("\\binary.doc")), std::string("bin\0data", 8));
+    EXPECT_EQ(BaseTempDir::read(dir.path("\\object.bin")), "storage bytes");
+    EXPECT_EQ(BaseTempDir::read(dir.path("\\both.txt")), "record data");
 }
 
 TEST(TnefDecoder, SaveFailureAndNoDirectory)
@@ -436,9 +441,9 @@ TEST(TnefDecoder, SaveDirectoryGetsOneTrailingBackslash)
         const char *stored;
         const char *savePath;   // of name "a.txt"
     } rows[] = {
-        {"/var/out", "/var/out\\", "/var/out/a.txt"},
-        {"/var/out\\", "/var/out\\", "/var/out/a.txt"},
-        {"/var/out/", "/var/out/\\", "/var/out//a.txt"},
+        {"/var/out", "/var/out\\", "/var/out\\a.txt"},
+        {"/var/out\\", "/var/out\\", "/var/out\\a.txt"},
+        {"/var/out/", "/var/out/\\", "/var/out/\\a.txt"},
         {"", "", "a.txt"},
     };
     for (const Row &row : rows) {

@@ -170,7 +170,7 @@ TEST_F(PluginNotifyTest, AttachmentRemovalWarnsByDirection)
             got.insert(got.end(), queued.recipients.begin(), queued.recipients.end());
             ExpectContains(queued.text, {"Policy: Attachment Removal\r\n",
                                          "Attachment file name: setup.exe\r\n",
-                                         "Action: Replaced with text\r\n"});
+                                         "Action: Attachment Removal (Replaced with text)\r\n"});
         }
         EXPECT_EQ(row.expected, got);
     }

@@ -68,7 +68,7 @@ TEST(RuleLine, ParseLineTable)
         {"R1\\X\\SIZE>1\\DEL", "Mail Type Error!", "", "", "", ACT_DEL, MAIL_BOTH},
         {"R1\\a\\SIZE>1\\DEL", "Mail Type Error!", "", "", "", ACT_DEL, MAIL_BOTH},
         {"R1\\X\\", "Mail Type Error!", "", "", "", ACT_DEL, MAIL_BOTH},
-        {"R1\\A\\\\DEL", "No Sentence Error!", "", "", "", ACT_DEL, MAIL_BOTH},
+        {"R1\\A\\\\DEL", "Sentence Syntax Error!", "", "", "", ACT_DEL, MAIL_BOTH},
         {"R1\\A\\", "No Sentence Error!", "", "", "", ACT_DEL, MAIL_BOTH},
         {"R1\\A\\SUBJ=\"a\\DEL", "No Sentence Error!", "", "", "", ACT_DEL, MAIL_BOTH},
         {"R1\\A\\FOO=\"x\"\\DEL", "Sentence Syntax Error!", "", "", "", ACT_DEL, MAIL_BOTH},

@@ -7,6 +7,8 @@
 //   <index>\t<name>\t<content-type>\t<start>\t<end>\t<encoding>
 // and, under a TNEF attachment, one line per file name inside it:
 //   <index>.<k>\t<contained name>
+// and, last, when the structure reads two ways (see "AmbiguousMime"):
+//   ambiguous\t<reasons, "; "-separated>
 // Indexes count from 0. With --text the searchable text that the keyword
 // scan would read is written to OUT; --attach-scan adds the text of text
 // and Office attachments to it, as the "EnableAttachScan" setting does.
@@ -70,6 +72,8 @@ int run_mime(const OvctlArgs &args)
         return ovctl_fail("cannot open " + mail);
     GetTnefFileName(mail.c_str(), attachScan, info, text.get(), out);
     PrintAttachments(info);
+    if (info.m_nMimeAmbiguity)
+        std::printf("ambiguous\t%s\n", MimeAmbiguityText(info.m_nMimeAmbiguity).c_str());
     std::fflush(stdout);
     if (out && !WriteText(*text, textPath))
         return ovctl_fail("cannot write " + textPath);

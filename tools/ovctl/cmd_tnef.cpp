@@ -7,8 +7,10 @@
 //                                twice gets "_2", "_3"... before its
 //                                extension), and prints each file name
 //
-// Both use the exported decoder functions exactly as another program would.
-// Exit 1 when the decoder returns a negative value (not a TNEF stream, an
+// list uses the exported decoder functions exactly as another program would;
+// extract runs the same decoder with DIR as a directory of this system (the
+// exported save path joins directory and name with a backslash, as the
+// format's platform does). Exit 1 when the decoder returns a negative value (not a TNEF stream, an
 // unreadable file, or a file that could not be written).
 #include <sys/stat.h>
 
@@ -18,6 +20,7 @@
 
 #include "base/file_util.h"
 #include "mail/temp_dir.h"
+#include "mail/tnef_decoder.h"
 #include "ov/tnef.h"
 #include "tools/ovctl/command.h"
 
@@ -54,11 +57,19 @@ int print_name(char *name, void *context)
     return listing->answer;
 }
 
-int decode(const std::string &file, int answer)
+// Decodes through the exported functions, or, given a directory, with the
+// decoder saving into it.
+int decode(const std::string &file, int answer, const std::string &dir = "")
 {
     Listing listing{answer, {}};
-    OVCMSetExtractAttachName(print_name, &listing);
-    int result = OVCMDecodeTNEF(const_cast<char *>(file.c_str()));
+    int result;
+    if (dir.empty()) {
+        OVCMSetExtractAttachName(print_name, &listing);
+        result = OVCMDecodeTNEF(const_cast<char *>(file.c_str()));
+    } else {
+        TnefDecoder decoder(print_name, &listing, (dir + "/").c_str());
+        result = decoder.DecodeFile(file.c_str());
+    }
     std::fflush(stdout);
     if (result < 0)
         return ovctl_fail("cannot decode " + file + " (result " + std::to_string(result) +
@@ -76,8 +87,7 @@ int run_tnef(const OvctlArgs &args)
         struct stat info;
         if (stat(args[2].c_str(), &info) != 0 || !S_ISDIR(info.st_mode))
             return ovctl_fail(args[2] + " is not a directory");
-        OVCMSetSaveAttachPath(const_cast<char *>(args[2].c_str()));
-        return decode(args[1], OVCM_TNEF_SAVE);
+        return decode(args[1], OVCM_TNEF_SAVE, args[2]);
     }
     return ovctl_usage("tnef");
 }
