@@ -52,8 +52,14 @@ private:
     int (*m_contScanCleanUp)(POLICYSET *) = nullptr;
 };
 
-// The libov.so that lies beside the running ovctl binary.
+// The libov.so that lies beside the running binary (ovctl, ovmilter) or,
+// when there is none, the one in the package's own library folder as
+// installed (OV_PLUGIN_DIR_FROM_BINDIR, relative to the binary's folder).
 std::string default_plugin_path();
+
+// The plug-in's program directory under an installation root, with the
+// trailing slash: "/opt/gw//\n" gives "/opt/gw/Plug-Ins/OV/".
+std::string program_directory(const std::string &root);
 
 // Text for an entry point's result code, e.g. "-6 (envelope or message file unusable)".
 std::string describe_plugin_code(int code);

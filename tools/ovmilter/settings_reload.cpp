@@ -4,14 +4,6 @@
 #include <cstdio>
 #include <cstring>
 
-std::string program_directory(const std::string &root)
-{
-    std::string base = root;
-    while (!base.empty() && std::strchr("\r\n /", base.back()))
-        base.pop_back();
-    return base + "/Plug-Ins/OV/";
-}
-
 bool reload_would_succeed(const PluginHost &host, const std::string &root, std::string *error)
 {
     std::string directory = program_directory(root);

@@ -13,10 +13,6 @@
 
 #include "tools/hostkit/plugin_host.h"
 
-// The plug-in's program directory under an installation root, with the
-// trailing slash: "/opt/gw//\n" gives "/opt/gw/Plug-Ins/OV/".
-std::string program_directory(const std::string &root);
-
 // False with a reason when a reload would fail and hold mail.
 bool reload_would_succeed(const PluginHost &host, const std::string &root, std::string *error);
 
