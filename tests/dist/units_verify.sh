@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # The systemd units as built, checked by systemd-analyze verify with their
-# programs pointed at the build: it must report nothing. Also checks what
+# programs pointed at the build and their man pages at the sources: it must
+# report nothing. Also checks what
 # the service promises: it runs as ovmilter, hardened, with a reload.
 #
 #   tests/dist/units_verify.sh BUILD_DIR SOURCE_DIR
@@ -15,7 +16,12 @@ trap 'rm -rf "$work"' EXIT
 cp "$build/dist/ovmilter.service" "$build/dist/ov-retention.service" "$src/dist/systemd/ov-retention.timer" "$work/"
 sed -i -e "s|^\(Exec[A-Za-z]*=\)[^ ]*/ovmilter |\1$build/ovmilter |" \
        -e "s|^\(ExecStart=\)[^ ]*/ovctl |\1$build/ovctl |" "$work"/*.service
-out=$(systemd-analyze verify "$work"/ovmilter.service "$work"/ov-retention.service "$work"/ov-retention.timer 2>&1) \
+# The pages named by Documentation= must be ours, found before anything installed.
+for page in "$src"/dist/man/*.[1-8]; do
+  mkdir -p "$work/man/man${page##*.}"
+  cp "$page" "$work/man/man${page##*.}/"
+done
+out=$(MANPATH=$work/man systemd-analyze verify "$work"/ovmilter.service "$work"/ov-retention.service "$work"/ov-retention.timer 2>&1) \
   || { echo "FAIL: systemd-analyze verify:"; echo "$out"; exit 1; }
 [ -z "$out" ] || { echo "FAIL: systemd-analyze verify reported:"; echo "$out"; exit 1; }
 echo "ok: systemd-analyze verify reports nothing"
