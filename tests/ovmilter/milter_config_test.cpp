@@ -94,6 +94,7 @@ TEST(MilterConfig, ErrorsNameTheBadKeyAndLeaveTheSettingsAlone)
         {"[milter]\nRoot=/gw\nSocketMode=0999\n", "SocketMode"},
         {"[milter]\nRoot=/gw\nSocketMode=rw\n", "SocketMode"},
         {longReject.c_str(), "RejectText"},
+        {"[milter]\nRoot=/gw\nGroup=mail\n", "Group"},
     };
     for (const Row &row : rows) {
         BaseTempDir dir;
@@ -105,6 +106,28 @@ TEST(MilterConfig, ErrorsNameTheBadKeyAndLeaveTheSettingsAlone)
         EXPECT_FALSE(load_milter_config(path, &config, &error)) << path;
         EXPECT_NE(error.find(row.named), std::string::npos) << error;
         EXPECT_EQ(config.root, "untouched") << error;
+    }
+}
+
+TEST(MilterConfig, UserAndGroupAreNamesReadAsWritten)
+{
+    struct Row {
+        const char *text;
+        const char *user;
+        const char *group;
+    } rows[] = {
+        {"[milter]\nRoot=/gw\n", "", ""},
+        {"[milter]\nRoot=/gw\nUser= ovmilter \n", "ovmilter", ""},
+        {"[milter]\nRoot=/gw\nUser=ovmilter\nGroup=postfix\n", "ovmilter", "postfix"},
+    };
+    for (const Row &row : rows) {
+        BaseTempDir dir;
+        MilterConfig config;
+        std::string error;
+        ASSERT_TRUE(load_milter_config(dir.write("ovmilter.ini", row.text), &config, &error))
+            << error;
+        EXPECT_EQ(config.user, row.user) << row.text;
+        EXPECT_EQ(config.group, row.group) << row.text;
     }
 }
 

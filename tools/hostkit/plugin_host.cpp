@@ -4,6 +4,8 @@
 #include <limits.h>
 #include <unistd.h>
 
+#include <cstring>
+
 namespace {
 
 template <typename Fn>
@@ -62,9 +64,23 @@ std::string default_plugin_path()
     ssize_t length = readlink("/proc/self/exe", self, sizeof self - 1);
     if (length <= 0)
         return "libov.so";
-    std::string path(self, static_cast<size_t>(length));
-    size_t slash = path.rfind('/');
-    return path.substr(0, slash + 1) + "libov.so";
+    std::string directory(self, static_cast<size_t>(length));
+    directory.erase(directory.rfind('/') + 1);
+    std::string beside = directory + "libov.so";
+#ifdef OV_PLUGIN_DIR_FROM_BINDIR
+    std::string installed = directory + OV_PLUGIN_DIR_FROM_BINDIR "/libov.so";
+    if (access(beside.c_str(), F_OK) != 0 && access(installed.c_str(), F_OK) == 0)
+        return installed;
+#endif
+    return beside;
+}
+
+std::string program_directory(const std::string &root)
+{
+    std::string base = root;
+    while (!base.empty() && std::strchr("\r\n /", base.back()))
+        base.pop_back();
+    return base + "/Plug-Ins/OV/";
 }
 
 std::string fault_words(uint32_t faults)

@@ -58,7 +58,9 @@ private:
     int (*m_contScanCleanUp)(POLICYSET *) = nullptr;
 };
 
-// The libov.so that lies beside the running ovctl binary.
+// The libov.so that lies beside the running binary (ovctl, ovmilter) or,
+// when there is none, the one in the package's own library folder as
+// installed (OV_PLUGIN_DIR_FROM_BINDIR, relative to the binary's folder).
 std::string default_plugin_path();
 
 // The faults of a report as comma-separated words from copy, replace, temp,
@@ -68,6 +70,10 @@ std::string fault_words(uint32_t faults);
 // True for the faults after which a host cannot be sure the mail was judged
 // and kept as the verdict says (copy, replace, temp): it holds the mail.
 bool faults_hold_mail(uint32_t faults);
+
+// The plug-in's program directory under an installation root, with the
+// trailing slash: "/opt/gw//\n" gives "/opt/gw/Plug-Ins/OV/".
+std::string program_directory(const std::string &root);
 
 // Text for an entry point's result code, e.g. "-6 (envelope or message file unusable)".
 std::string describe_plugin_code(int code);

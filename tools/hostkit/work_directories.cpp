@@ -50,17 +50,9 @@ bool fail(std::string *error, const std::string &what)
 
 } // namespace
 
-std::string plugin_program_directory(const std::string &root)
-{
-    std::string base = root;
-    while (!base.empty() && std::strchr("\r\n /", base.back()))
-        base.pop_back();
-    return base + "/Plug-Ins/OV/";
-}
-
 std::vector<WorkDirectory> plugin_work_directories(const std::string &root)
 {
-    const std::string program = plugin_program_directory(root);
+    const std::string program = program_directory(root);
     const std::string ini = program + "contscan.ini";
     auto under_program = [&](const std::string &value) {
         return !value.empty() && value[0] == '/' ? value : program + value;

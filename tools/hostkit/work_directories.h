@@ -14,9 +14,6 @@
 #include <string>
 #include <vector>
 
-// "<root>/Plug-Ins/OV/", blanks, line ends and slashes at the root's end cut.
-std::string plugin_program_directory(const std::string &root);
-
 struct WorkDirectory {
     std::string role;      // "temporary directory", "quarantine directory", ...
     std::string setting;   // its key in [Advanced Options] of contscan.ini

@@ -46,14 +46,6 @@ int enqueue_to_outbox(ZWEnqueRecord *record)
     return 0;
 }
 
-std::string program_directory(std::string root)
-{
-    while (!root.empty() && (root.back() == '/' || root.back() == ' ' || root.back() == '\n' ||
-                             root.back() == '\r'))
-        root.pop_back();
-    return root + "/Plug-Ins/OV/";
-}
-
 // Sizes of the event-log files before the run, so that only what this run
 // appended is read back.
 std::map<std::string, off_t> event_log_sizes(const std::string &dir)

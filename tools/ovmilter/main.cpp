@@ -7,8 +7,9 @@
 // configured installation root, and judges every message the MTA hands over
 // (see milter_session.h). SIGHUP reloads the plug-in's settings; SIGTERM and
 // SIGINT stop taking mail, let the mails in flight finish, stop the plug-in
-// and end the daemon. -f keeps it in the foreground, logging to standard
-// error as well as to syslog.
+// and end the daemon. Started as root with a User set, it opens its socket
+// and pid file, then runs as that user (see privilege_drop.h). -f keeps it
+// in the foreground, logging to standard error as well as to syslog.
 #include <libmilter/mfapi.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -30,6 +31,7 @@
 #include "tools/ovmilter/milter_log.h"
 #include "tools/ovmilter/milter_session.h"
 #include "tools/ovmilter/notification_queue.h"
+#include "tools/ovmilter/privilege_drop.h"
 #include "tools/ovmilter/settings_reload.h"
 #include "tools/ovmilter/signal_relay.h"
 #include "tools/ovmilter/worker_pool.h"
@@ -170,12 +172,25 @@ int main(int argc, char **argv)
         start.failed(reason);
         return 1;
     };
+    PluginHost plugin;
+    WorkerPool workers(config.workers);
+    MailJudge judge(workers, [&plugin](ZWHostCall *call, ZWMailResult *result,
+                                       OVMailReport *report) {
+        return plugin.process(call, result, report);
+    }, ovmilter_enque_mail, config.onBlock);
+    SignalRelay relay;
+    // The socket and the pid file may need root; all else runs as User.
+    if (!register_milter({&config, &direction, &judge}, &error) ||
+        (!config.pidFile.empty() && !write_pid_file(config.pidFile, &error)) ||
+        !drop_privileges(config.user, config.group, config.spool, &error)) {
+        workers.stop();
+        return fail(error);
+    }
     if (!lock_spool(config.spool, &error))
         return fail(error);
     if (int stale = remove_stale_pairs(config.spool))
         milter_log(LOG_WARNING, "removed %d spool pairs of mails a previous run left unanswered",
                    stale);
-    PluginHost plugin;
     if (!plugin.load(config.plugin, &error))
         return fail(error);
     if (!work_directories_usable(config.root, &error))
@@ -186,15 +201,7 @@ int main(int argc, char **argv)
         return fail("cannot start the plug-in on " + config.root + ": " +
                     describe_plugin_code(code));
     set_notification_command(config.sendmailCommand);
-
-    WorkerPool workers(config.workers);
-    MailJudge judge(workers, [&plugin](ZWHostCall *call, ZWMailResult *result,
-                                       OVMailReport *report) {
-        return plugin.process(call, result, report);
-    }, ovmilter_enque_mail, config.onBlock);
-    SignalRelay relay;
-    if (!register_milter({&config, &direction, &judge}, &error) || !relay.start(&error) ||
-        (!config.pidFile.empty() && !write_pid_file(config.pidFile, &error))) {
+    if (!relay.start(&error)) {
         workers.stop();
         plugin.cleanup();
         return fail(error);

@@ -91,6 +91,12 @@ bool load_milter_config(const std::string &path, MilterConfig *config, std::stri
         return false;
     }
     read.pidFile = read_key(path, "PidFile", "");
+    read.user = read_key(path, "User", "");
+    read.group = read_key(path, "Group", "");
+    if (read.user.empty() && !read.group.empty()) {
+        *error = path + ": Group is set without User";
+        return false;
+    }
     read.verdictHeader = t_string(read_key(path, "VerdictHeader", "no")).make_lower() == "yes";
 
     std::string onBlock = t_string(read_key(path, "OnBlock", "discard")).make_lower();

@@ -15,6 +15,8 @@
 //   SendmailCommand=/usr/sbin/sendmail -oi
 //   VerdictHeader=no                  (yes adds X-Content-Verdict:)
 //   PidFile=                          (written when set)
+//   User=ovmilter                     (started as root: the user it becomes)
+//   Group=                            (default: the primary group of User)
 //
 //   MilterConfig config;
 //   std::string error;
@@ -40,6 +42,8 @@ struct MilterConfig {
     std::vector<std::string> sendmailCommand{"/usr/sbin/sendmail", "-oi"};
     bool verdictHeader = false;
     std::string pidFile;
+    std::string user;                   // empty: keeps the user it was started as
+    std::string group;
 };
 
 // Reads and checks the file; false with a reason naming the bad key.

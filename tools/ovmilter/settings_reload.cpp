@@ -7,11 +7,6 @@
 
 #include "tools/hostkit/work_directories.h"
 
-std::string program_directory(const std::string &root)
-{
-    return plugin_program_directory(root);
-}
-
 bool reload_would_succeed(const PluginHost &host, const std::string &root, std::string *error)
 {
     std::string directory = program_directory(root);

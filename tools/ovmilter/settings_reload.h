@@ -16,10 +16,6 @@
 
 #include "tools/hostkit/plugin_host.h"
 
-// The plug-in's program directory under an installation root, with the
-// trailing slash: "/opt/gw//\n" gives "/opt/gw/Plug-Ins/OV/".
-std::string program_directory(const std::string &root);
-
 // False with the reasons when a directory the plug-in writes into cannot be
 // created or written. Checked at start and before every reload.
 bool work_directories_usable(const std::string &root, std::string *error);
