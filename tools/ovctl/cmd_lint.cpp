@@ -8,7 +8,10 @@
 //   spamrule/SFRule.txt     special-filter lines without name or mail type
 //   "RuleFile" sources      sealed files whose CRC does not agree (their rules
 //                           are then checked too) and plain import files
-// Exit 1 when anything was reported, 0 for a clean installation.
+// and the traps that load without complaint but lose mail (lint_rules.h,
+// lint_policies.h, lint_addresses.h), each as "FILE:LINE: problem; hint".
+// Exit 1 when an error was reported (with --strict also for warnings), 0
+// otherwise.
 #include <strings.h>
 #include <unistd.h>
 
@@ -20,11 +23,13 @@
 #include "base/config_file.h"
 #include "base/file_util.h"
 #include "base/profile.h"
-#include "rules/rule_line.h"
 #include "rules/sealed_file.h"
 #include "sfilter/sfrule_content.h"
 #include "sfilter/sfrule_file.h"
 #include "tools/ovctl/command.h"
+#include "tools/ovctl/lint_addresses.h"
+#include "tools/ovctl/lint_policies.h"
+#include "tools/ovctl/lint_rules.h"
 
 namespace {
 
@@ -40,10 +45,24 @@ public:
         std::printf("%s:%d: %s\n", path.c_str(), number, message.c_str());
         ++m_count;
     }
+    void findings(const LintFindings &found)
+    {
+        for (const LintFinding &finding : found) {
+            const std::string text = (finding.warning ? "warning: " : "") + finding.problem +
+                                     "; " + finding.hint;
+            if (finding.line > 0)
+                std::printf("%s:%d: %s\n", finding.file.c_str(), finding.line, text.c_str());
+            else
+                std::printf("%s: %s\n", finding.file.c_str(), text.c_str());
+            ++(finding.warning ? m_warnings : m_count);
+        }
+    }
     int count() const { return m_count; }
+    int warnings() const { return m_warnings; }
 
 private:
     int m_count = 0;
+    int m_warnings = 0;
 };
 
 bool readable(const std::string &path)
@@ -76,24 +95,6 @@ void lint_policies(const std::string &path, Report &report)
                              "no policy is loaded");
 }
 
-// Rule lines of a rule file; the action is judged only where the file's own
-// actions count (the vendor's are replaced by the configured one).
-void lint_rule_lines(const std::string &path, const std::string &shownAs, bool checkAction,
-                     Report &report)
-{
-    f_read_text_file rules(path.c_str());
-    if (!rules.is_open()) {
-        report.file(shownAs, "missing or unreadable");
-        return;
-    }
-    std::string line;
-    for (int number = 1; rules.read_a_line(line); ++number) {
-        RuleLineError error = CheckRuleLine(line.c_str(), checkAction);
-        if (error != RULE_LINE_OK && error != RULE_LINE_EMPTY)
-            report.line(shownAs, number, RuleLineMessage(error));
-    }
-}
-
 void lint_special_rules(const std::string &path, Report &report)
 {
     f_read_text_file rules(path.c_str());
@@ -122,7 +123,7 @@ void lint_sealed(const std::string &path, const std::string &tempDir, Report &re
     if (DecrptFileWithCRC(path.c_str(), plain) == -1)
         report.file(path, "unreadable, or its CRC does not agree: no vendor rule is loaded");
     else
-        lint_rule_lines(plain, path, false, report);
+        report.findings(LintRuleFile(plain, path, false));
     DeleteFile(plain);
 }
 
@@ -148,7 +149,7 @@ void lint_rule_sources(const std::string &ini, const std::string &ruleDir, Repor
         else if (item.empty())
             report.file(ini, "[Anti-Spam] RuleFile has an empty item");
         else
-            lint_rule_lines(item, item, false, report);
+            report.findings(LintRuleFile(item, item, false));
         if (comma == std::string::npos)
             break;
         start = comma + 1;
@@ -157,27 +158,45 @@ void lint_rule_sources(const std::string &ini, const std::string &ruleDir, Repor
 
 int run_lint(const OvctlArgs &args)
 {
-    if (args.size() != 2 || args[0] != "--root")
+    std::string root;
+    bool strict = false;
+    for (size_t i = 0; i < args.size(); ++i) {
+        if (args[i] == "--root" && i + 1 < args.size())
+            root = args[++i];
+        else if (args[i] == "--strict")
+            strict = true;
+        else
+            return ovctl_usage("lint");
+    }
+    if (root.empty())
         return ovctl_usage("lint");
-    std::string root = args[1];
     while (root.size() > 1 && root.back() == '/')
         root.pop_back();
     const std::string dir = root + "/Plug-Ins/OV/";
     const std::string ini = dir + "contscan.ini";
+    const std::string ruleFile = dir + "spamrule/spamrule.txt";
     Report report;
     lint_settings(ini, report);
     lint_policies(dir + "CsConfig.dat", report);
-    lint_rule_lines(dir + "spamrule/spamrule.txt", dir + "spamrule/spamrule.txt", true, report);
+    report.findings(LintRuleFile(ruleFile, ruleFile, true));
+    report.findings(LintEnableTable(ruleFile));
     lint_special_rules(dir + "spamrule/SFRule.txt", report);
     lint_rule_sources(ini, dir + "spamrule/", report);
-    if (report.count() == 0) {
+    const IniIndex settings(ini);
+    std::vector<std::string> policies;
+    report.findings(LintPolicies(dir, settings, &policies));
+    report.findings(LintNotificationAddresses(settings, policies));
+    const int failing = report.count() + (strict ? report.warnings() : 0);
+    if (report.count() + report.warnings() == 0) {
         std::printf("%s: no problems\n", dir.c_str());
         return 0;
     }
-    std::fprintf(stderr, "ovctl: %d problem%s\n", report.count(), report.count() == 1 ? "" : "s");
-    return 1;
+    std::fprintf(stderr, "ovctl: %d problem%s, %d warning%s\n", report.count(),
+                 report.count() == 1 ? "" : "s", report.warnings(),
+                 report.warnings() == 1 ? "" : "s");
+    return failing ? 1 : 0;
 }
 
-const OvctlCommand lintCommand{"lint", "lint --root ROOT", run_lint};
+const OvctlCommand lintCommand{"lint", "lint --root ROOT [--strict]", run_lint};
 
 } // namespace
