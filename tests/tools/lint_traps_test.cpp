@@ -11,7 +11,8 @@
 #include "support/base_temp_dir.h"
 #include "support/tools_ovctl.h"
 
-namespace {
+namespace
+{
 
 const char kIni[] = "[Content Filter]\nNotificationSender=postmaster@mail.test\n"
                     "[Junk]\nAction=Delete\n";
@@ -20,14 +21,15 @@ const char kRules[] = "Big\\C\\SIZE>3000000\\QUAR\n";
 
 struct TrapRow {
     const char *what;
-    const char *file;       // under Plug-Ins/OV/
-    std::string text;       // its whole content
-    std::string expected;   // "FILE:LINE: problem-start", or "" for a clean lint
+    const char *file;     // under Plug-Ins/OV/
+    std::string text;     // its whole content
+    std::string expected; // "FILE:LINE: problem-start", or "" for a clean lint
     int status;
 };
 
 // A small installation: settings, one policy, one rule, no special rules.
-class Installation {
+class Installation
+{
 public:
     Installation()
     {
@@ -49,7 +51,10 @@ private:
     BaseTempDir m_tmp;
 };
 
-std::string bytes(size_t count) { return std::string(count, 'k'); }
+std::string bytes(size_t count)
+{
+    return std::string(count, 'k');
+}
 
 const TrapRow kRows[] = {
     {"exact actions", "spamrule/spamrule.txt",
@@ -62,8 +67,7 @@ const TrapRow kRows[] = {
      1},
     {"unknown action", "spamrule/spamrule.txt", "B\\C\\SIZE>1\\REJECT\n",
      "spamrule.txt:1: action \"REJECT\" is none of DEL, QUAR, ARCH", 1},
-    {"no action", "spamrule/spamrule.txt", "B\\C\\SIZE>1\n", "spamrule.txt:1: No Action Error!",
-     1},
+    {"no action", "spamrule/spamrule.txt", "B\\C\\SIZE>1\n", "spamrule.txt:1: No Action Error!", 1},
     {"size without number", "spamrule/spamrule.txt", "B\\C\\SIZE>\\QUAR\n",
      "spamrule.txt:1: term \"SIZE>\" has no number: it reads as SIZE>0", 1},
     {"size with ignored text", "spamrule/spamrule.txt", "B\\C\\SIZE>1 AND SUBJ=\"x\"\\QUAR\n",
@@ -107,7 +111,9 @@ const TrapRow kRows[] = {
      "[Junk]\nAction=Delete\nWarningUser=no\nUser=a@example.com\n", "", 0},
 };
 
-class LintTrapTest : public ::testing::TestWithParam<TrapRow> {};
+class LintTrapTest : public ::testing::TestWithParam<TrapRow>
+{
+};
 
 std::string row_name(const ::testing::TestParamInfo<TrapRow> &info)
 {
@@ -126,10 +132,10 @@ TEST_P(LintTrapTest, ReportsTheTrap)
     EXPECT_EQ(run.status, row.status) << row.what << "\n" << run.output;
     if (row.expected.empty())
         EXPECT_NE(run.output.find(": no problems\n"), std::string::npos) << row.what << "\n"
-                                                                          << run.output;
+                                                                         << run.output;
     else
-        EXPECT_NE(run.output.find("/" + row.expected), std::string::npos)
-            << row.what << "\n" << run.output;
+        EXPECT_NE(run.output.find("/" + row.expected), std::string::npos) << row.what << "\n"
+                                                                          << run.output;
 }
 
 INSTANTIATE_TEST_SUITE_P(Rows, LintTrapTest, ::testing::ValuesIn(kRows), row_name);
@@ -145,8 +151,8 @@ TEST(LintTrapTest, StrictCountsWarnings)
 
 TEST(LintTrapTest, ExampleInstallationHasOnlyItsExampleAddresses)
 {
-    OvctlRun run = run_ovctl(
-        {"lint", "--root", std::string(OV_SOURCE_DIR) + "/examples/gateway"}, false);
+    OvctlRun run =
+        run_ovctl({"lint", "--root", std::string(OV_SOURCE_DIR) + "/examples/gateway"}, false);
     EXPECT_EQ(run.status, 0) << run.output;
     size_t lines = 0, warnings = 0;
     for (size_t at = 0; (at = run.output.find('\n', at)) != std::string::npos; ++at)

@@ -197,6 +197,20 @@ int run_lint(const OvctlArgs &args)
     return failing ? 1 : 0;
 }
 
-const OvctlCommand lintCommand{"lint", "lint --root ROOT [--strict]", run_lint};
+const char kHelp[] =
+    "Checks an installation's settings and rule files for what loses or holds mail.\n"
+    "Reads ROOT/Plug-Ins/OV/ as the plug-in would: \"contscan.ini\", \"CsConfig.dat\" and its\n"
+    "import files, \"spamrule/spamrule.txt\" with its enable table, \"spamrule/SFRule.txt\"\n"
+    "and the \"RuleFile\" sources. Each finding is one line\n"
+    "  FILE:LINE: problem; hint\n"
+    "(\"FILE: ...\" for a whole file). Among them: lines the readers drop, rule actions\n"
+    "other than exactly DEL, QUAR or ARCH (such rules delete), SIZE terms without a\n"
+    "number or with text after it, rules switched off in the enable table (they still\n"
+    "scan), keyword policies without their section or with an Action that falls back\n"
+    "to archiving, unreadable keyword import files, names and keywords longer than 80\n"
+    "bytes. Notification addresses at example.com, .net or .org are warnings\n"
+    "(\"FILE:LINE: warning: ...\").\n"
+    "Exit status: 1 when an error was found (with --strict also for a warning), else 0.\n";
+const OvctlCommand lintCommand{"lint", "lint --root ROOT [--strict]", run_lint, kHelp};
 
 } // namespace

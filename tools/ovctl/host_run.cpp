@@ -12,6 +12,10 @@
 #include <mutex>
 #include <thread>
 
+#include "base/profile.h"
+#include "tools/hostkit/json_text.h"
+#include "tools/hostkit/verdict_words.h"
+
 namespace {
 
 // The host's queue: ZWEnqueMailFn is a plain function pointer, so the outbox
@@ -108,6 +112,15 @@ std::map<std::string, std::string> names_from_event_log(const std::string &dir,
     return names;
 }
 
+// The character code of the names the installation's files hold.
+const char *installation_host_code(const std::string &programDir)
+{
+    char language[64] = "";
+    GetPrivateProfileString("Content Filter", "HostLanguage", "C", language, sizeof language,
+                            (programDir + "contscan.ini").c_str());
+    return host_code_name(language);
+}
+
 void show_progress(size_t done, size_t total)
 {
     std::fprintf(stderr, "\rovctl: %zu/%zu mails", done, total);
@@ -120,20 +133,12 @@ void show_progress(size_t done, size_t total)
 
 const char *verdict_result_word(const MailVerdict &verdict)
 {
-    if (verdict.code < 0)
-        return "error";
-    return verdict.code == 2 || verdict.result.blocked ? "blocked" : "pass";
+    return describe_verdict(verdict.code, verdict.result).result;
 }
 
 const char *verdict_action_word(const MailVerdict &verdict)
 {
-    switch (verdict.result.action) {
-    case 1: return "deleted";
-    case 2: return "quarantined";
-    case 3: return "archived";
-    case 4: return "replaced";
-    default: return "none";
-    }
+    return describe_verdict(verdict.code, verdict.result).action;
 }
 
 bool run_host(const HostRunOptions &options, std::vector<MailVerdict> &mails, std::string *error,
@@ -181,40 +186,15 @@ bool run_host(const HostRunOptions &options, std::vector<MailVerdict> &mails, st
     host.cleanup();
 
     const auto names = names_from_event_log(programDir, logBefore);
+    const char *nameCode = installation_host_code(programDir);
     for (MailVerdict &mail : mails) {
+        mail.nameCode = nameCode;
         auto found = names.find(base_name(mail.pair.dfPath));
         if (found != names.end())
             mail.name = found->second;
     }
     return true;
 }
-
-namespace {
-
-std::string json_string(const std::string &text)
-{
-    std::string out = "\"";
-    for (unsigned char c : text) {
-        switch (c) {
-        case '"': out += "\\\""; break;
-        case '\\': out += "\\\\"; break;
-        case '\n': out += "\\n"; break;
-        case '\r': out += "\\r"; break;
-        case '\t': out += "\\t"; break;
-        default:
-            if (c < 0x20) {
-                char escaped[8];
-                std::snprintf(escaped, sizeof escaped, "\\u%04x", c);
-                out += escaped;
-            } else {
-                out += static_cast<char>(c);
-            }
-        }
-    }
-    return out + "\"";
-}
-
-} // namespace
 
 int print_verdicts(const std::vector<MailVerdict> &mails, bool json)
 {
@@ -230,13 +210,13 @@ int print_verdicts(const std::vector<MailVerdict> &mails, bool json)
             ++failures;
             ++counts["error"];
         } else {
-            ++counts[mail.result.action ? action : result];
+            ++counts[describe_verdict(mail.code, mail.result).word];
         }
         if (json) {
             std::printf("  {\"mail\": %s, \"result\": \"%s\", \"code\": %d, \"action\": \"%s\", "
                         "\"name\": %s}%s\n",
                         json_string(mail.label).c_str(), result, mail.code, action,
-                        json_string(mail.name).c_str(), i + 1 < mails.size() ? "," : "");
+                        json_string(mail.name, mail.nameCode.c_str()).c_str(), i + 1 < mails.size() ? "," : "");
         } else {
             std::string shown = mail.code < 0 ? describe_plugin_code(mail.code) : mail.name;
             std::printf("%s\t%s\t%s\t%s\n", mail.label.c_str(), result, action, shown.c_str());

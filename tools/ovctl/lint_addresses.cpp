@@ -1,12 +1,13 @@
 // Notification-address checks of ovctl lint (see lint_addresses.h).
 #include "tools/ovctl/lint_addresses.h"
 
-namespace {
+namespace
+{
 
 bool ends_with(const std::string &text, const std::string &tail)
 {
-    return text.size() >= tail.size() && text.compare(text.size() - tail.size(), tail.size(),
-                                                      tail) == 0;
+    return text.size() >= tail.size() &&
+           text.compare(text.size() - tail.size(), tail.size(), tail) == 0;
 }
 
 bool is_on(const IniIndex &ini, const char *section, const char *key)

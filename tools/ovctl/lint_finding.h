@@ -8,9 +8,9 @@
 
 struct LintFinding {
     std::string file;
-    int line = 0;            // 1-based
-    std::string problem;     // what the plug-in does with it
-    std::string hint;        // how to write it instead
+    int line = 0;        // 1-based
+    std::string problem; // what the plug-in does with it
+    std::string hint;    // how to write it instead
     bool warning = false;
 };
 

@@ -3,7 +3,8 @@
 
 #include "base/file_util.h"
 
-namespace {
+namespace
+{
 
 std::string trim_blanks(const std::string &text)
 {
@@ -86,7 +87,7 @@ bool IniIndex::has_section(const std::string &section) const
 const IniEntry *IniIndex::find(const std::string &section, const std::string &key) const
 {
     const std::string wantedSection = ini_lower(section), wantedKey = ini_lower(key);
-    int sectionLine = 0;   // the first heading of that name
+    int sectionLine = 0; // the first heading of that name
     for (const IniEntry &entry : m_entries) {
         if (entry.key.empty() && sectionLine == 0 && ini_lower(entry.section) == wantedSection)
             sectionLine = entry.line;

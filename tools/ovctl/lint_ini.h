@@ -12,13 +12,14 @@
 
 struct IniEntry {
     int line = 0;
-    std::string section;   // the section the key is in ("" before any)
-    int sectionLine = 0;   // the line of that section's heading
-    std::string key;       // empty for a section heading
+    std::string section; // the section the key is in ("" before any)
+    int sectionLine = 0; // the line of that section's heading
+    std::string key;     // empty for a section heading
     std::string value;
 };
 
-class IniIndex {
+class IniIndex
+{
 public:
     // Reads the file; an unreadable file gives an empty index.
     explicit IniIndex(const std::string &path);

@@ -8,13 +8,14 @@
 
 #include "contscan/policy_reader.h"
 
-namespace {
+namespace
+{
 
 // Field size of policy names and keyword texts: 80 bytes and a terminator.
 constexpr size_t kNameLimit = 80;
 
 struct PolicyEntry {
-    std::string name;   // as written in the file
+    std::string name; // as written in the file
     int line = 0;
     bool enabled = true;
 };
@@ -42,7 +43,8 @@ std::string without_blanks(const std::string &text)
 }
 
 // Walks the token stream as the reader does and gathers what the checks need.
-class PolicyFileWalk {
+class PolicyFileWalk
+{
 public:
     PolicyFileWalk(const std::string &programDir, LintFindings &out)
         : m_dir(programDir), m_file(programDir + "CsConfig.dat"), m_out(out)
@@ -61,7 +63,7 @@ public:
         bool first = true;
         for (int length; (length = FgetTillTab(token, file.get())) != 0;) {
             if (length < 0)
-                continue;   // a repeated token: already judged
+                continue; // a repeated token: already judged
             if (first && std::strcmp(token, "CsConfig.dat2") != 0)
                 return false;
             if (!first)
@@ -86,10 +88,10 @@ private:
         if (type == TOKEN_POLICY_HEADER) {
             policies.push_back(PolicyEntry{argument, line, true});
             if (argument.size() > kNameLimit)
-                report(line, "policy name \"" + argument + "\" is " +
-                                 std::to_string(argument.size()) +
-                                 " bytes: the plug-in keeps the first 80 and looks for its "
-                                 "section under that name",
+                report(line,
+                       "policy name \"" + argument + "\" is " + std::to_string(argument.size()) +
+                           " bytes: the plug-in keeps the first 80 and looks for its "
+                           "section under that name",
                        "shorten the name to 80 bytes here and in its contscan.ini section");
             return;
         }
@@ -106,8 +108,9 @@ private:
         } else if (type == TOKEN_NOACTION) {
             check_keyword(argument, line, "no-action keyword");
         } else if (type == TOKEN_SYNONYM && argument.size() > kNameLimit) {
-            report(line, "synonym \"" + argument + "\" is " + std::to_string(argument.size()) +
-                             " bytes: only its first 80 are matched",
+            report(line,
+                   "synonym \"" + argument + "\" is " + std::to_string(argument.size()) +
+                       " bytes: only its first 80 are matched",
                    "keep synonyms to 80 bytes");
         } else if (type == TOKEN_IMPORT_FILE) {
             check_import_file(argument, line, policy.name);
@@ -117,14 +120,15 @@ private:
     void check_keyword(const std::string &text, int line, const char *what)
     {
         if (text.size() == kNameLimit + 1)
-            report(line, std::string(what) + " \"" + text +
-                             "\" is 81 bytes: the plug-in cuts it to its first 80, which match "
-                             "more mail",
+            report(line,
+                   std::string(what) + " \"" + text +
+                       "\" is 81 bytes: the plug-in cuts it to its first 80, which match "
+                       "more mail",
                    "keep keywords to 80 bytes");
         else if (text.size() > kNameLimit + 1)
-            report(line, std::string(what) + " \"" + text + "\" is " +
-                             std::to_string(text.size()) +
-                             " bytes: the plug-in drops it, so it never matches",
+            report(line,
+                   std::string(what) + " \"" + text + "\" is " + std::to_string(text.size()) +
+                       " bytes: the plug-in drops it, so it never matches",
                    "keep keywords to 80 bytes");
     }
 
@@ -135,11 +139,13 @@ private:
         path.erase(end == std::string::npos ? 0 : end + 1);
         std::unique_ptr<FILE, FileCloser> file(OpenRegularFile(path.c_str()));
         if (!file)
-            report(line, "import file " + path + " of policy \"" + policy +
-                             "\" cannot be read: its keywords are missing and mail they would "
-                             "catch passes",
+            report(line,
+                   "import file " + path + " of policy \"" + policy +
+                       "\" cannot be read: its keywords are missing and mail they would "
+                       "catch passes",
                    "create the file (one keyword list a line) or fix the name; a relative "
-                   "name is taken from " + m_dir);
+                   "name is taken from " +
+                       m_dir);
     }
 
     std::string m_dir;
@@ -166,7 +172,7 @@ LintFindings LintPolicies(const std::string &programDir, const IniIndex &ini,
             policyNames->push_back(name);
         if (!ini.has_section(name)) {
             if (policy.name.size() > kNameLimit)
-                continue;   // reported with the name
+                continue; // reported with the name
             bool near = false;
             for (const IniEntry &heading : ini.headings()) {
                 if (without_blanks(heading.section) != without_blanks(name))
@@ -182,8 +188,9 @@ LintFindings LintPolicies(const std::string &programDir, const IniIndex &ini,
             if (!near)
                 out.push_back(LintFinding{
                     policyFile, policy.line,
-                    "policy \"" + name + "\" has no section in contscan.ini: matching mail is "
-                    "archived (the default Action) and nobody is told",
+                    "policy \"" + name +
+                        "\" has no section in contscan.ini: matching mail is "
+                        "archived (the default Action) and nobody is told",
                     "add [" + name + "] with Action=Delete, Quarantine or Archive", false});
             continue;
         }

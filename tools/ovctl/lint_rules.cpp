@@ -9,7 +9,8 @@
 #include "rules/rule_line.h"
 #include "rules/rule_scan.h"
 
-namespace {
+namespace
+{
 
 const char kActionHint[] = "end the line with \\DEL, \\QUAR or \\ARCH";
 
@@ -43,12 +44,14 @@ void check_action(const RuleLineFields &fields, LintFinding finding, LintFinding
     } else if (CExpression().ParseAction(action.c_str(), false)) {
         const char *meant = action.compare(0, 3, "DEL") == 0    ? "DEL"
                             : action.compare(0, 4, "QUAR") == 0 ? "QUAR"
-                                                                 : "ARCH";
-        finding.problem = "action \"" + action + "\" is taken by its prefix when loading, but the "
+                                                                : "ARCH";
+        finding.problem = "action \"" + action +
+                          "\" is taken by its prefix when loading, but the "
                           "scanner knows only DEL, QUAR and ARCH: the rule deletes the mail";
         finding.hint = std::string("write ") + meant;
     } else {
-        finding.problem = "action \"" + action + "\" is none of DEL, QUAR, ARCH: the rule loads "
+        finding.problem = "action \"" + action +
+                          "\" is none of DEL, QUAR, ARCH: the rule loads "
                           "and deletes the mail";
         finding.hint = kActionHint;
     }
@@ -173,7 +176,8 @@ LintFindings LintEnableTable(const std::string &ruleFile)
         at.file = ruleFile;
         at.line = lineOfRule[index];
         at.problem = "rule \"" + name + "\" is switched off in " + table + " (byte " +
-                     std::to_string(index + 1) + " is \"0\"), but the plug-in scans with it all "
+                     std::to_string(index + 1) +
+                     " is \"0\"), but the plug-in scans with it all "
                      "the same";
         at.hint = "remove the rule's line to stop it";
         out.push_back(at);
