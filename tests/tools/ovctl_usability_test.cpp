@@ -3,6 +3,7 @@
 // ovctl and ovmilter share.
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <string>
 
 #include "support/base_temp_dir.h"
@@ -79,6 +80,28 @@ TEST(OvctlScanDirectoryTest, JudgesTheMailFilesAndLeavesNoSpool)
         {"scan", "--root", root.dir(), mails.path("a.eml"), mails.path("missing.eml")}, options);
     EXPECT_EQ(failing.status, 1);
     EXPECT_TRUE(tmp.empty()) << "a spool stayed behind after a failure";
+}
+
+// A scan stopped by SIGTERM removes its spool before it ends.
+TEST(OvctlScanDirectoryTest, StoppedScanLeavesNoSpool)
+{
+    BaseTempDir root, mails, tmp;
+    ASSERT_EQ(std::system(("cp -r '" + std::string(OV_SOURCE_DIR) + "/examples/gateway/.' '" +
+                           root.dir() + "'")
+                              .c_str()),
+              0);
+    std::string body(200000, 'x');
+    for (int i = 0; i < 200; ++i)
+        mails.write("m" + std::to_string(i) + ".eml", "From: a@b.test\nSubject: s\n\n" + body);
+    const std::string script =
+        "TMPDIR=" + ovctl_shell_quote(tmp.dir()) + " " + ovctl_shell_quote(OV_OVCTL_PATH) +
+        " scan --root " + ovctl_shell_quote(root.dir()) + " " + ovctl_shell_quote(mails.dir()) +
+        " >/dev/null 2>&1 & pid=$!; while [ -z \"$(ls -A " + ovctl_shell_quote(tmp.dir()) +
+        ")\" ] && kill -0 $pid 2>/dev/null; do sleep 0.01; done; kill -TERM $pid; wait $pid";
+    const int status = std::system(script.c_str());
+    EXPECT_TRUE(WIFEXITED(status)) << status;
+    EXPECT_TRUE(WEXITSTATUS(status) == 128 + SIGTERM || WEXITSTATUS(status) == 0) << status;
+    EXPECT_TRUE(tmp.empty());
 }
 
 TEST(JsonTextTest, AlwaysValidUtf8)

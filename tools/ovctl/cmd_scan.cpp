@@ -26,6 +26,7 @@
 
 #include "tools/ovctl/command.h"
 #include "tools/ovctl/host_run.h"
+#include "tools/ovctl/scan_spool.h"
 
 namespace {
 
@@ -107,32 +108,6 @@ bool make_directory(const std::string &dir, std::string *error)
     return false;
 }
 
-// Removes the pairs written for a scan, and the spool directory when it was
-// made for it, however run_scan ends.
-class ScanSpool {
-public:
-    ScanSpool(std::vector<MailVerdict> &mails, bool keep) : m_mails(mails), m_keep(keep) {}
-    ~ScanSpool()
-    {
-        if (m_keep)
-            return;
-        for (const MailVerdict &mail : m_mails) {
-            std::remove(mail.pair.afPath.c_str());
-            std::remove(mail.pair.dfPath.c_str());
-        }
-        if (!m_dir.empty())
-            rmdir(m_dir.c_str());
-    }
-    ScanSpool(const ScanSpool &) = delete;
-    ScanSpool &operator=(const ScanSpool &) = delete;
-    void made(const std::string &dir) { m_dir = dir; }
-
-private:
-    std::vector<MailVerdict> &m_mails;
-    bool m_keep;
-    std::string m_dir;
-};
-
 // True when the file begins as a mail does: a header field ("Name:") or an
 // mbox "From " line.
 bool looks_like_mail(const std::string &path)
@@ -208,7 +183,7 @@ int run_scan(const OvctlArgs &args)
 
     const bool keepSpool = !host.spool.empty();
     std::vector<MailVerdict> mails;
-    ScanSpool spool(mails, keepSpool);
+    ScanSpool spool(keepSpool);
     if (keepSpool) {
         if (!make_directory(host.spool, &error))
             return ovctl_fail(error);
