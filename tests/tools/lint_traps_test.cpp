@@ -86,6 +86,8 @@ const TrapRow kRows[] = {
      "contscan.ini:2: Action \"delete\" of policy \"Junk\" is none of Delete, Quarantine, "
      "Archive",
      1},
+    {"action line inside a continued value", "contscan.ini",
+     "[Junk]\nMessageUser=first line\\\nAction=delete\nAction=Delete\n", "", 0},
     {"action of another word", "contscan.ini", "[Junk]\n# held\nAction=Reject\n",
      "contscan.ini:3: Action \"Reject\"", 1},
     {"missing import file", "CsConfig.dat", "CsConfig.dat2\tshJunk\tpe=t\tsfwords.txt\t",

@@ -32,11 +32,17 @@ IniIndex::IniIndex(const std::string &path) : m_path(path)
         return;
     std::string line, section;
     int sectionLine = 0;
+    bool continued = false; // the line goes on a value ended by a backslash
     for (int number = 1; file.read_a_line(line); ++number) {
         while (!line.empty() && (line.back() == '\r' || line.back() == '\n'))
             line.pop_back();
-        size_t start = line.find_first_not_of(" \t");
-        if (start == std::string::npos || line[start] == '#')
+        const bool wasContinued = continued;
+        const size_t start = line.find_first_not_of(" \t");
+        const bool comment = start == std::string::npos || line[start] == '#';
+        continued = !line.empty() && line.back() == '\\' &&
+                    (wasContinued ||
+                     (!comment && line[start] != '[' && line.find('=') != std::string::npos));
+        if (wasContinued || comment)
             continue;
         IniEntry entry;
         entry.line = number;
