@@ -82,10 +82,11 @@ public:
     bool IsEnabled() const { return enabled; }
     void SetEnabled(bool value) { enabled = value; }
 
-private:
     // Length of the next term of text, the separating comma excluded, and
     // in *consumed the length to skip to the following term. -1 on error.
     static long SplitTerm(const char *text, size_t *consumed);
+
+private:
     struct ParsedTerm {
         VAR_TYPE var = VAR_DOM;
         OP_TYPE op = OP_EQ;

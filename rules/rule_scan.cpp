@@ -33,8 +33,9 @@ const char *vendor_action()
     return "ARCH";
 }
 
-// "dir/spamrule.txt" -> "dir/spamruleEnable.txt".
-std::string enable_table_name(const char *ruleFile)
+} // namespace
+
+std::string EnableTableName(const char *ruleFile)
 {
     char drive[OV_MAX_PATH] = "", dir[OV_MAX_PATH] = "", name[OV_MAX_PATH] = "",
          ext[OV_MAX_PATH] = "", path[OV_MAX_PATH] = "";
@@ -43,8 +44,6 @@ std::string enable_table_name(const char *ruleFile)
     _makepath(path, drive, dir, base.c_str(), ext);
     return path;
 }
-
-} // namespace
 
 CRuleScan::CRuleScan()
     : count(0), head(nullptr), tail(nullptr), m_lock(0), MaxWriteLine(50), DecodeTnef(1),
@@ -258,7 +257,7 @@ void CRuleScan::LoadEnableTable(const char *ruleFile)
 {
     if (!ruleFile)
         return;
-    const std::string tableName = enable_table_name(ruleFile);
+    const std::string tableName = EnableTableName(ruleFile);
     RuleFilePtr table = OpenRuleFile(tableName.c_str(), "r");
     for (CExpression *rule = head; rule; rule = rule->GetNext()) {
         int c = table ? std::fgetc(table.get()) : EOF;

@@ -44,6 +44,10 @@ class f_read_text_file;
 // Size an error buffer of ParseLine must have at least.
 constexpr int RULE_ERROR_SIZE = 64;
 
+// The enable table beside a rule file: "dir/spamrule.txt" gives
+// "dir/spamruleEnable.txt".
+std::string EnableTableName(const char *ruleFile);
+
 class CRuleScan {
 public:
     CRuleScan();

@@ -2,6 +2,7 @@
 // object goes. Small helpers write and read whole files inside it.
 #pragma once
 
+#include <dirent.h>
 #include <ftw.h>
 #include <stdlib.h>
 #include <unistd.h>
@@ -48,6 +49,19 @@ public:
     }
 
     static bool exists(const std::string &file) { return access(file.c_str(), F_OK) == 0; }
+
+    // True when nothing is in the directory.
+    bool empty() const
+    {
+        DIR *dir = opendir(m_dir.c_str());
+        if (!dir)
+            return false;
+        int entries = 0;
+        while (const dirent *entry = readdir(dir))
+            entries += std::string(entry->d_name) != "." && std::string(entry->d_name) != "..";
+        closedir(dir);
+        return entries == 0;
+    }
 
 private:
     static int remove_entry(const char *file, const struct stat *, int, struct FTW *)

@@ -25,11 +25,14 @@ struct OvctlOptions {
     bool mergeStderr = true;   // standard error joins the output, else it is dropped
     std::string stdinFile;     // standard input; empty: /dev/null
     std::string workDir;       // where ovctl runs; empty: here
+    std::string tmpDir;        // TMPDIR for ovctl; empty: inherited
 };
 
 inline OvctlRun run_ovctl(const std::vector<std::string> &words, const OvctlOptions &options)
 {
     std::string command = ovctl_shell_quote(OV_OVCTL_PATH);
+    if (!options.tmpDir.empty())
+        command = "TMPDIR=" + ovctl_shell_quote(options.tmpDir) + " " + command;
     for (const std::string &word : words)
         command += " " + ovctl_shell_quote(word);
     command += options.mergeStderr ? " 2>&1" : " 2>/dev/null";

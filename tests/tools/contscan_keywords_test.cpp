@@ -68,4 +68,37 @@ TEST_F(OvctlKeywordsTest, ExitCodes)
     EXPECT_NE(run.output.find("DFI1\tMoney\n"), std::string::npos); // the other file still scanned
 }
 
+// A mail is read as the plug-in reads it: its base64 body is decoded before
+// the scan; --raw scans the bytes as they are. Text past the in-memory
+// buffer goes through a temporary file that does not stay behind.
+TEST_F(OvctlKeywordsTest, WalksTheMailUnlessRaw)
+{
+    m_dir.write("DFI4", "Subject: hello\nContent-Type: text/plain\n"
+                        "Content-Transfer-Encoding: base64\n\nZnJlZSBtb25leQo=\n");
+    std::string big = "Subject: long\n\n";
+    for (int i = 0; i < 12000; ++i)
+        big += "filler words\n";
+    m_dir.write("DFI5", big + "winner\n");
+    BaseTempDir tmp;
+    OvctlOptions options;
+    options.workDir = m_dir.dir();
+    const std::string policy = "keywords --policy CsConfig.dat --settings contscan.ini ";
+    const struct {
+        std::string line;
+        std::string output;
+    } rows[] = {
+        {policy + "DFI4", "DFI4\tMoney\n"},
+        {policy + "--raw DFI4", "DFI4\tpass\n"},
+        {policy + "DFI5", "DFI5\tMoney\n"},
+        {policy + "--raw DFI5", "DFI5\tMoney\n"},
+    };
+    options.tmpDir = tmp.dir();
+    for (const auto &row : rows) {
+        OvctlRun run = run_ovctl(ovctl_words(row.line), options);
+        EXPECT_EQ(run.status, 0) << row.line;
+        EXPECT_EQ(run.output, row.output) << row.line;
+    }
+    EXPECT_TRUE(tmp.empty()) << "a temporary text file stayed behind";
+}
+
 } // namespace

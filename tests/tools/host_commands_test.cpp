@@ -55,7 +55,7 @@ TEST(HostCommandsTest, ScanGivesOneVerdictLinePerMail)
         example_mail("01-plain.eml") + "\tpass\tnone\t\t-\n" + example_mail("02-invoice-exe.eml") +
         "\tpass\treplaced\tinvoice.exe\t-\n" + example_mail("03-spam-subject.eml") +
         "\tblocked\tdeleted\tKnown spammer\t-\n" + example_mail("04-confidential.eml") +
-        "\tpass\tquarantined\tConfidential\t-\n";
+        "\tblocked\tquarantined\tConfidential\t-\n";
     EXPECT_EQ(run.output, expected);
     // The administrator's warnings went to the outbox; the mails are untouched.
     std::ifstream notification(outbox + "/notification-1.eml");

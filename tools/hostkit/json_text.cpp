@@ -1,6 +1,10 @@
 #include "tools/hostkit/json_text.h"
 
+#include <iconv.h>
+#include <strings.h>
+
 #include <cctype>
+#include <cerrno>
 #include <cstdio>
 
 namespace {
@@ -324,4 +328,56 @@ bool parse_json_object(const std::string &input, JsonObject *object, std::string
     *error = reader.error;
     *object = JsonObject{};
     return false;
+}
+
+namespace {
+
+// The text converted with iconv; a byte that does not convert is kept as it
+// is (json_quote escapes it) and the conversion goes on after it.
+std::string converted_to_utf8(const std::string &text, const char *code)
+{
+    iconv_t convert = iconv_open("UTF-8", code);
+    if (convert == reinterpret_cast<iconv_t>(-1))
+        return text;
+    std::string out;
+    std::string input = text;
+    char *in = &input[0];
+    size_t inLeft = input.size();
+    char block[256];
+    while (inLeft > 0) {
+        char *to = block;
+        size_t toLeft = sizeof block;
+        size_t done = iconv(convert, &in, &inLeft, &to, &toLeft);
+        out.append(block, static_cast<size_t>(to - block));
+        if (done == static_cast<size_t>(-1) && errno != E2BIG) {
+            out += *in++;
+            --inLeft;
+            iconv(convert, nullptr, nullptr, nullptr, nullptr);
+        }
+    }
+    iconv_close(convert);
+    return out;
+}
+
+} // namespace
+
+const char *host_code_name(const std::string &hostLanguage)
+{
+    auto starts = [&hostLanguage](const char *prefix) {
+        return hostLanguage.rfind(prefix, 0) == 0;
+    };
+    if (starts("ja"))
+        return hostLanguage == "ja_JP.sjis" || hostLanguage == "ja_JP.SJIS" ? "SHIFT_JIS"
+                                                                            : "EUC-JP";
+    if (starts("zh_TW"))
+        return hostLanguage.find("ig5") != std::string::npos ? "BIG5" : "EUC-TW";
+    if (starts("zh"))
+        return "GB2312";
+    return "UTF-8";
+}
+
+std::string json_string(const std::string &text, const char *code)
+{
+    const bool utf8 = !code || strcasecmp(code, "UTF-8") == 0;
+    return json_quote(utf8 ? text : converted_to_utf8(text, code));
 }

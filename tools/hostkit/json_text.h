@@ -7,6 +7,10 @@
 //   if (!parse_json_object(text, &object, &error)) ...
 //   std::string id = object.text("id");
 //
+// Text in the host's character code (rule and policy names, mail headers)
+// is first converted to UTF-8 (json_string); a byte that does not convert
+// stays and is quoted as any other stray byte.
+//
 // Quoting keeps well-formed UTF-8 as it is and writes every other byte as
 // \u00XX (the byte taken as Latin-1), so the output is always valid UTF-8
 // and no control character survives. The reader refuses text that is not
@@ -26,6 +30,13 @@ std::string json_quote(const std::string &text);
 // The text with each byte that is not part of well-formed UTF-8 replaced by
 // U+FFFD, for output that must be UTF-8 (HTML).
 std::string valid_utf8(const std::string &text);
+
+// The iconv name of the host code that a "HostLanguage" value selects:
+// EUC-JP, SHIFT_JIS, BIG5, EUC-TW, GB2312, or UTF-8 for any other value.
+const char *host_code_name(const std::string &hostLanguage);
+
+// json_quote of the text converted from the character code `code` to UTF-8.
+std::string json_string(const std::string &text, const char *code = "UTF-8");
 
 // A JSON array of string literals: ["a", "b"].
 std::string json_quote_list(const std::vector<std::string> &items);

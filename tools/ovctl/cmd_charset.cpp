@@ -99,10 +99,20 @@ int run_header_decode(const OvctlArgs &args)
     return 0;
 }
 
+const char kCharsetHelp[] =
+    "Detects and converts the Japanese and Chinese character codes as the plug-in does.\n"
+    "  detect [FILE]             prints \"<code> <name>\" of the code detected\n"
+    "  convert --to CODE [FILE]  writes the text converted to CODE\n"
+    "CODE is 0 to 5 or a name: plain, iso-2022-jp, shift_jis, euc-jp, iso-2022-cn,\n"
+    "iso-2022-cn-ext. FILE absent or \"-\" is standard input.\n";
+const char kHeaderDecodeHelp[] =
+    "Decodes the RFC 2047 encoded words of a header value to the host code.\n"
+    "TEXT is decoded as the plug-in decodes a header, then converted to CODE\n"
+    "(default 3, euc-jp; names as for \"ovctl charset\").\n";
 const OvctlCommand charset_reg{"charset",
                                "charset detect [FILE] | charset convert --to CODE [FILE]",
-                               run_charset};
+                               run_charset, kCharsetHelp};
 const OvctlCommand header_reg{"header-decode", "header-decode [--to CODE] TEXT",
-                              run_header_decode};
+                              run_header_decode, kHeaderDecodeHelp};
 
 } // namespace

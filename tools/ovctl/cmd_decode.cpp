@@ -146,7 +146,15 @@ int run_encode(const OvctlArgs &args)
     return write_result(bytes, n, base64 ? "base64 encoding" : "quoted-printable encoding");
 }
 
-const OvctlCommand decode_reg{"decode", "decode base64|qp|uu [FILE]", run_decode};
-const OvctlCommand encode_reg{"encode", "encode base64|qp [FILE]", run_encode};
+const char kDecodeHelp[] =
+    "Runs a transfer decoder of the MIME walk on raw bytes.\n"
+    "base64 and qp decode the whole input as one buffer (exit 1 when the decoder\n"
+    "fails); uu decodes uuencoded blocks line by line. FILE absent or \"-\" is\n"
+    "standard input; the decoded bytes go to standard output.\n";
+const char kEncodeHelp[] =
+    "Runs a transfer encoder of the notification mail on raw bytes.\n"
+    "FILE absent or \"-\" is standard input; the encoded text goes to standard output.\n";
+const OvctlCommand decode_reg{"decode", "decode base64|qp|uu [FILE]", run_decode, kDecodeHelp};
+const OvctlCommand encode_reg{"encode", "encode base64|qp [FILE]", run_encode, kEncodeHelp};
 
 } // namespace

@@ -45,6 +45,11 @@ int run_envelope(const OvctlArgs &args)
     return 0;
 }
 
-const OvctlCommand reg{"envelope", "envelope AF", run_envelope};
+const char kHelp[] =
+    "Shows what the plug-in reads from an envelope (AF) file.\n"
+    "One line per stored value, \"<letter>\\t<value>\", in the order F T O D C P S A R\n"
+    "(letters without a value are left out), then \"recipients\\t<list>\" with the\n"
+    "recipients the plug-in keeps, duplicates removed.\n";
+const OvctlCommand reg{"envelope", "envelope AF", run_envelope, kHelp};
 
 } // namespace

@@ -176,9 +176,16 @@ int run_ini(const OvctlArgs &args)
     return ovctl_usage("ini");
 }
 
+const char kHelp[] =
+    "Reads and changes a settings file exactly as the plug-in reads it.\n"
+    "  get FILE SECTION KEY [DEFAULT]  prints the value (or DEFAULT)\n"
+    "  set FILE SECTION KEY VALUE      sets the key; FILE must exist, and the names and\n"
+    "                                  the value must read back as written\n"
+    "  delete FILE SECTION [KEY]       removes the key, or the whole section\n"
+    "Sections and keys match without regard to case, as in the plug-in.\n";
 const OvctlCommand reg{"ini",
                        "ini get FILE SECTION KEY [DEFAULT] | ini set FILE SECTION KEY VALUE | "
                        "ini delete FILE SECTION [KEY]",
-                       run_ini};
+                       run_ini, kHelp};
 
 } // namespace

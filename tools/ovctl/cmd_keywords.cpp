@@ -1,11 +1,15 @@
-// ovctl keywords: tries a keyword policy file on mail text files, as the
+// ovctl keywords: tries a keyword policy file on mail files, as the
 // plug-in's keyword scan judges a mail.
 //
-//   ovctl keywords --policy CsConfig.dat --settings contscan.ini [--explain] FILE...
+//   ovctl keywords --policy CsConfig.dat --settings contscan.ini [--raw] [--explain] FILE...
 //
-// Each FILE is scanned from disk (the text-file mode of the scan), its
-// direction taken from its name as the plug-in takes it (third character of
-// the file name "O" or "o": outbound; also for a name given without a
+// Each FILE is read as the plug-in reads a mail: the MIME walk gathers its
+// decoded text (and, as "DECODETNEF" and "EnableAttachScan" of the settings
+// say, the text of its attachments) into memory, past 99999 bytes into a
+// temporary text file that is removed afterwards, and the scan runs over
+// that text. With --raw the file itself is scanned as text. The direction is
+// taken from FILE's name as the plug-in takes it (third character of the
+// file name "O" or "o": outbound; also for a name given without a
 // directory). Output, one line per matched policy:
 //
 //   FILE<TAB>POLICY             or, when no policy matched,   FILE<TAB>pass
@@ -15,6 +19,11 @@
 // no-action keywords gets a line "FILE<TAB>POLICY (no action)<TAB>WORDS".
 // A file that cannot be read is reported on stderr and the command ends
 // with 1 after the other files.
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -23,6 +32,10 @@
 #include "contscan/content_scan.h"
 #include "contscan/keyword_tree.h"
 #include "contscan/policy.h"
+#include "base/profile.h"
+#include "mail/attachment_ops.h"
+#include "mail/mail_info.h"
+#include "mail/mime_walk.h"
 #include "tools/ovctl/command.h"
 
 namespace
@@ -32,6 +45,7 @@ struct KeywordsOptions {
     std::string policy;
     std::string settings;
     bool explain = false;
+    bool raw = false;
     std::vector<std::string> files;
 };
 
@@ -42,6 +56,8 @@ bool ParseOptions(const OvctlArgs &args, KeywordsOptions *options)
         const std::string &word = args[i];
         if (word == "--explain") {
             options->explain = true;
+        } else if (word == "--raw") {
+            options->raw = true;
         } else if ((word == "--policy" || word == "--settings") && i + 1 < args.size()) {
             (word == "--policy" ? options->policy : options->settings) = args[++i];
         } else if (word.rfind("--", 0) == 0) {
@@ -108,25 +124,88 @@ std::string FoundNoActionWords(const POLICY_STRU *policy, const KEYWORD_MATCH_SE
     return Join(words, ", ");
 }
 
+// True when the scan takes the file for outbound mail.
+bool IsOutbound(const std::string &file)
+{
+    const size_t slash = file.rfind('/');
+    const std::string name = slash == std::string::npos ? file : file.substr(slash + 1);
+    return name.size() > 2 && (name[2] == 'O' || name[2] == 'o');
+}
+
+// The text the plug-in's keyword scan reads for one mail: the MIME walk's
+// text in memory, or in a temporary text file once it outgrows the buffer.
+// The file is named as the plug-in names it ("DFI"/"DFO", whose third
+// character gives the direction) and removed with this object.
+class MailText {
+public:
+    MailText() : m_membuf(new MEMBUF{}) {}
+    ~MailText()
+    {
+        if (!m_path.empty())
+            std::remove(m_path.c_str());
+    }
+    MailText(const MailText &) = delete;
+    MailText &operator=(const MailText &) = delete;
+
+    // False with a reason when the mail cannot be read or the text file made.
+    bool Walk(const std::string &file, const std::string &settings, std::string *error)
+    {
+        const char *tmp = std::getenv("TMPDIR");
+        std::string pattern = std::string(tmp && *tmp ? tmp : "/tmp") +
+                              (IsOutbound(file) ? "/DFO" : "/DFI") + "XXXXXX";
+        int fd = mkstemp(&pattern[0]);
+        if (fd < 0) {
+            *error = std::string("cannot make a temporary text file: ") + std::strerror(errno);
+            return false;
+        }
+        close(fd);
+        m_path = pattern;
+        CMailInfo info;
+        if (!GetAttachmentInfo(file.c_str(), m_membuf.get(), m_path.c_str(), &info)) {
+            *error = "cannot scan " + file + ": " + std::strerror(errno);
+            return false;
+        }
+        const char *ini = settings.c_str();
+        if (GetPrivateProfileInt("Content Filter", "DECODETNEF", 1, ini) != 0)
+            GetTnefFileName(file.c_str(),
+                            GetPrivateProfileInt("Content Filter", "EnableAttachScan", 0, ini) == 1,
+                            info, m_membuf.get(), m_path.c_str());
+        return true;
+    }
+    MEMBUF *membuf() { return m_membuf.get(); }
+    std::string &path() { return m_path; }
+
+private:
+    std::unique_ptr<MEMBUF> m_membuf;
+    std::string m_path;
+};
+
 // Prints the verdict lines of one file; false when it could not be scanned.
-bool ScanOne(POLICYSET *set, const std::string &file, bool explain)
+bool ScanOne(POLICYSET *set, const std::string &file, const KeywordsOptions &options)
 {
     std::vector<_POLICY_MATCH_INFO> entries = NewMatchInfo(set);
-    std::unique_ptr<MEMBUF> membuf(new MEMBUF{});
+    MailText text;
+    std::string error;
     // The scan takes the direction from the name after the last "/" and
     // treats a path without one as inbound; a bare name is given its "./"
     // so that its own third character decides here too.
-    std::string path = file.find('/') == std::string::npos ? "./" + file : file;
-    int result =
-        ZWContScanScanFile(set, membuf.get(), &path[0], entries.empty() ? nullptr : &entries[0]);
+    std::string rawPath = file.find('/') == std::string::npos ? "./" + file : file;
+    if (!options.raw && !text.Walk(file, options.settings, &error)) {
+        ovctl_fail(error);
+        return false;
+    }
+    // Not walked (--raw), the text is the file: the empty buffer says so.
+    std::string &path = options.raw ? rawPath : text.path();
+    MEMBUF *membuf = text.membuf();
+    int result = ZWContScanScanFile(set, membuf, &path[0], entries.empty() ? nullptr : &entries[0]);
     if (result < 0) {
         ovctl_fail("cannot scan " + file + ": " + std::strerror(result == -1 ? EINVAL : -result));
         return false;
     }
     KEYWORD_MATCH_SET matches = {};
-    if (explain)
-        AhoCorasickStringSearch(set->m_pKeywordTree, nullptr, path.c_str(), set->m_bCaseSensitive,
-                                set->m_bExactMatch, &matches);
+    if (options.explain)
+        AhoCorasickStringSearch(set->m_pKeywordTree, membuf, path.c_str(),
+                                set->m_bCaseSensitive, set->m_bExactMatch, &matches);
     std::string output;
     bool matched = false;
     for (const _POLICY_MATCH_INFO &entry : entries) {
@@ -134,10 +213,10 @@ bool ScanOne(POLICYSET *set, const std::string &file, bool explain)
         if (entry.m_nMatched) {
             matched = true;
             output += file + "\t" + name;
-            if (explain)
+            if (options.explain)
                 output += "\t" + FoundLists(entry.m_pPolicy, &matches);
             output += "\n";
-        } else if (explain && entry.m_nNoAction) {
+        } else if (options.explain && entry.m_nNoAction) {
             output += file + "\t" + name + " (no action)\t" +
                       FoundNoActionWords(entry.m_pPolicy, matches) + "\n";
         }
@@ -160,11 +239,23 @@ int run_keywords(const OvctlArgs &args)
         return ovctl_fail("cannot read policy file " + options.policy);
     bool allScanned = true;
     for (const std::string &file : options.files)
-        allScanned = ScanOne(set.get(), file, options.explain) && allScanned;
+        allScanned = ScanOne(set.get(), file, options) && allScanned;
     return allScanned ? 0 : 1;
 }
 
-const OvctlCommand reg{"keywords", "keywords --policy CSCONFIG --settings INI [--explain] FILE...",
-                       run_keywords};
+const char kHelp[] =
+    "Tries keyword policies on mail files, as the plug-in's keyword scan judges a mail.\n"
+    "Each FILE is read as a mail: its MIME structure is walked and the decoded text the\n"
+    "plug-in gathers (headers' encoded words, quoted-printable and base64 parts) is\n"
+    "scanned. With --raw the file is scanned as it is. The direction is taken from the\n"
+    "file name as the plug-in takes it (third character \"O\" or \"o\": outbound).\n"
+    "Output, one line per matched policy: \"FILE\\tPOLICY\", or \"FILE\\tpass\".\n"
+    "  --explain  also names the keyword lists found whole (\"free+money, win\") and\n"
+    "             the policies excused by a no-action keyword:\n"
+    "             \"FILE\\tPOLICY (no action)\\tWORDS\"\n"
+    "Exit 1 when a file cannot be read (after the others).\n";
+const OvctlCommand reg{"keywords",
+                       "keywords --policy CSCONFIG --settings INI [--raw] [--explain] FILE...",
+                       run_keywords, kHelp};
 
 } // namespace

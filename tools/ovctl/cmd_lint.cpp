@@ -11,7 +11,10 @@
 //   work directories        the temporary, quarantine and archive directories
 //                           must be creatable and writable (checked with a
 //                           real file; missing ones are created)
-// Exit 1 when anything was reported, 0 for a clean installation.
+// and the traps that load without complaint but lose mail (lint_rules.h,
+// lint_policies.h, lint_addresses.h), each as "FILE:LINE: problem; hint".
+// Exit 1 when an error was reported (with --strict also for warnings), 0
+// otherwise.
 #include <strings.h>
 #include <unistd.h>
 
@@ -23,12 +26,14 @@
 #include "base/config_file.h"
 #include "base/file_util.h"
 #include "base/profile.h"
-#include "rules/rule_line.h"
 #include "rules/sealed_file.h"
 #include "sfilter/sfrule_content.h"
 #include "sfilter/sfrule_file.h"
 #include "tools/hostkit/work_directories.h"
 #include "tools/ovctl/command.h"
+#include "tools/ovctl/lint_addresses.h"
+#include "tools/ovctl/lint_policies.h"
+#include "tools/ovctl/lint_rules.h"
 
 namespace {
 
@@ -44,10 +49,24 @@ public:
         std::printf("%s:%d: %s\n", path.c_str(), number, message.c_str());
         ++m_count;
     }
+    void findings(const LintFindings &found)
+    {
+        for (const LintFinding &finding : found) {
+            const std::string text = (finding.warning ? "warning: " : "") + finding.problem +
+                                     "; " + finding.hint;
+            if (finding.line > 0)
+                std::printf("%s:%d: %s\n", finding.file.c_str(), finding.line, text.c_str());
+            else
+                std::printf("%s: %s\n", finding.file.c_str(), text.c_str());
+            ++(finding.warning ? m_warnings : m_count);
+        }
+    }
     int count() const { return m_count; }
+    int warnings() const { return m_warnings; }
 
 private:
     int m_count = 0;
+    int m_warnings = 0;
 };
 
 bool readable(const std::string &path)
@@ -80,24 +99,6 @@ void lint_policies(const std::string &path, Report &report)
                              "no policy is loaded");
 }
 
-// Rule lines of a rule file; the action is judged only where the file's own
-// actions count (the vendor's are replaced by the configured one).
-void lint_rule_lines(const std::string &path, const std::string &shownAs, bool checkAction,
-                     Report &report)
-{
-    f_read_text_file rules(path.c_str());
-    if (!rules.is_open()) {
-        report.file(shownAs, "missing or unreadable");
-        return;
-    }
-    std::string line;
-    for (int number = 1; rules.read_a_line(line); ++number) {
-        RuleLineError error = CheckRuleLine(line.c_str(), checkAction);
-        if (error != RULE_LINE_OK && error != RULE_LINE_EMPTY)
-            report.line(shownAs, number, RuleLineMessage(error));
-    }
-}
-
 void lint_special_rules(const std::string &path, Report &report)
 {
     f_read_text_file rules(path.c_str());
@@ -126,7 +127,7 @@ void lint_sealed(const std::string &path, const std::string &tempDir, Report &re
     if (DecrptFileWithCRC(path.c_str(), plain) == -1)
         report.file(path, "unreadable, or its CRC does not agree: no vendor rule is loaded");
     else
-        lint_rule_lines(plain, path, false, report);
+        report.findings(LintRuleFile(plain, path, false));
     DeleteFile(plain);
 }
 
@@ -152,7 +153,7 @@ void lint_rule_sources(const std::string &ini, const std::string &ruleDir, Repor
         else if (item.empty())
             report.file(ini, "[Anti-Spam] RuleFile has an empty item");
         else
-            lint_rule_lines(item, item, false, report);
+            report.findings(LintRuleFile(item, item, false));
         if (comma == std::string::npos)
             break;
         start = comma + 1;
@@ -168,28 +169,60 @@ void lint_work_directories(const std::string &root, const std::string &ini, Repo
 
 int run_lint(const OvctlArgs &args)
 {
-    if (args.size() != 2 || args[0] != "--root")
+    std::string root;
+    bool strict = false;
+    for (size_t i = 0; i < args.size(); ++i) {
+        if (args[i] == "--root" && i + 1 < args.size())
+            root = args[++i];
+        else if (args[i] == "--strict")
+            strict = true;
+        else
+            return ovctl_usage("lint");
+    }
+    if (root.empty())
         return ovctl_usage("lint");
-    std::string root = args[1];
     while (root.size() > 1 && root.back() == '/')
         root.pop_back();
     const std::string dir = root + "/Plug-Ins/OV/";
     const std::string ini = dir + "contscan.ini";
+    const std::string ruleFile = dir + "spamrule/spamrule.txt";
     Report report;
     lint_settings(ini, report);
     lint_policies(dir + "CsConfig.dat", report);
-    lint_rule_lines(dir + "spamrule/spamrule.txt", dir + "spamrule/spamrule.txt", true, report);
+    report.findings(LintRuleFile(ruleFile, ruleFile, true));
+    report.findings(LintEnableTable(ruleFile));
     lint_special_rules(dir + "spamrule/SFRule.txt", report);
     lint_rule_sources(ini, dir + "spamrule/", report);
     lint_work_directories(root, ini, report);
-    if (report.count() == 0) {
+    const IniIndex settings(ini);
+    std::vector<std::string> policies;
+    report.findings(LintPolicies(dir, settings, &policies));
+    report.findings(LintNotificationAddresses(settings, policies));
+    const int failing = report.count() + (strict ? report.warnings() : 0);
+    if (report.count() + report.warnings() == 0) {
         std::printf("%s: no problems\n", dir.c_str());
         return 0;
     }
-    std::fprintf(stderr, "ovctl: %d problem%s\n", report.count(), report.count() == 1 ? "" : "s");
-    return 1;
+    std::fprintf(stderr, "ovctl: %d problem%s, %d warning%s\n", report.count(),
+                 report.count() == 1 ? "" : "s", report.warnings(),
+                 report.warnings() == 1 ? "" : "s");
+    return failing ? 1 : 0;
 }
 
-const OvctlCommand lintCommand{"lint", "lint --root ROOT", run_lint};
+const char kHelp[] =
+    "Checks an installation's settings and rule files for what loses or holds mail.\n"
+    "Reads ROOT/Plug-Ins/OV/ as the plug-in would: \"contscan.ini\", \"CsConfig.dat\" and its\n"
+    "import files, \"spamrule/spamrule.txt\" with its enable table, \"spamrule/SFRule.txt\"\n"
+    "and the \"RuleFile\" sources. Each finding is one line\n"
+    "  FILE:LINE: problem; hint\n"
+    "(\"FILE: ...\" for a whole file). Among them: lines the readers drop, rule actions\n"
+    "other than exactly DEL, QUAR or ARCH (such rules delete), SIZE terms without a\n"
+    "number or with text after it, rules switched off in the enable table (they still\n"
+    "scan), keyword policies without their section or with an Action that falls back\n"
+    "to archiving, unreadable keyword import files, names and keywords longer than 80\n"
+    "bytes. Notification addresses at example.com, .net or .org are warnings\n"
+    "(\"FILE:LINE: warning: ...\").\n"
+    "Exit status: 1 when an error was found (with --strict also for a warning), else 0.\n";
+const OvctlCommand lintCommand{"lint", "lint --root ROOT [--strict]", run_lint, kHelp};
 
 } // namespace

@@ -80,6 +80,15 @@ int run_mime(const OvctlArgs &args)
     return 0;
 }
 
-const OvctlCommand reg{"mime", "mime DF [--text OUT] [--attach-scan]", run_mime};
+const char kHelp[] =
+    "Shows the attachments the plug-in's MIME walk finds in a message (DF) file.\n"
+    "One line per attachment: \"<index>\\t<name>\\t<content-type>\\t<start>\\t<end>\\t\n"
+    "<encoding>\" (byte range in DF; encoding 1 7bit, 2 quoted-printable, 4 base64,\n"
+    "8 8bit, 16 binary, 32 uuencoded), and \"<index>.<k>\\t<name>\" for each file inside\n"
+    "a TNEF attachment.\n"
+    "  --text OUT     writes the text the keyword scan reads to OUT\n"
+    "  --attach-scan  adds the text of text and Office attachments, as the\n"
+    "                 \"EnableAttachScan\" setting does\n";
+const OvctlCommand reg{"mime", "mime DF [--text OUT] [--attach-scan]", run_mime, kHelp};
 
 } // namespace

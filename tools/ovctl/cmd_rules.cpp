@@ -250,9 +250,22 @@ int run_rules(const OvctlArgs &args)
     return ovctl_usage("rules");
 }
 
+const char kHelp[] =
+    "The rule filter from the command line.\n"
+    "  test 'SENTENCE' AF    evaluates one rule sentence on the mail of envelope AF\n"
+    "                        (SIZE is the size of the DF file beside it; relay hosts and\n"
+    "                        attachments are not read): prints \"match\" or \"no match\"\n"
+    "  check FILE            \"FILE:LINE: message\" for every line the loader or the\n"
+    "                        editor's check refuses; exit 1 when there is one\n"
+    "  seal PLAIN SEALED     seals a vendor rule file; unseal SEALED PLAIN opens one\n"
+    "                        (exit 1 when it is damaged)\n"
+    "  scan --rules FILE [--sfrule FILE] [--ini FILE] AF DF\n"
+    "                        judges one mail as the plug-in does: \"rule\\t<name>\\t\n"
+    "                        <action>\\t<trigger>\" or \"pass\", then \"replace\\t<name>\\t\n"
+    "                        <start>\\t<end>\" per attachment the special filter picks\n";
 const OvctlCommand reg{"rules",
                        "rules test 'SENTENCE' AF | check FILE | seal PLAIN SEALED | "
                        "unseal SEALED PLAIN | scan --rules FILE [--sfrule FILE] [--ini FILE] AF DF",
-                       run_rules};
+                       run_rules, kHelp};
 
 } // namespace

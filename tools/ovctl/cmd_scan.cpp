@@ -2,29 +2,34 @@
 //
 //   ovctl scan --root ROOT [--spool DIR] [--outbox DIR] [--outbound] [--json]
 //              [--threads N] [--plugin PATH] MAIL...
-//       turns each RFC 822 file into an AF/DF pair in a spool directory (a
-//       fresh one, removed afterwards, unless --spool is given) and has the
+//       turns each RFC 822 file (a directory stands for the files in it) into
+//       an AF/DF pair in a spool directory (a fresh one, removed afterwards
+//       however the command ends, unless --spool is given) and has the
 //       plug-in judge them; the original files are never modified.
 //   ovctl spool --root ROOT [--outbox DIR] [--json] [--threads N] [--plugin PATH] DIR
 //       judges the AF*/DF* pairs already in DIR, in place.
 //   ovctl update --root ROOT [--plugin PATH]
 //       starts the plug-in, reloads its settings as the gateway's "update"
 //       command does, and stops it.
+#include <dirent.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <set>
+#include <fstream>
 #include <string>
 
 #include "tools/hostkit/spool_id.h"
 #include "tools/ovctl/command.h"
 #include "tools/ovctl/host_run.h"
 #include "tools/ovctl/scan_copy_records.h"
+#include "tools/ovctl/scan_spool.h"
 
 namespace {
 
@@ -123,13 +128,64 @@ std::string spool_id_for_input(const std::string &spool, const std::string &inpu
     }
 }
 
-void remove_spool(const std::vector<MailVerdict> &mails, const std::string &dir)
+// True when the file begins as a mail does: a header field ("Name:") or an
+// mbox "From " line.
+bool looks_like_mail(const std::string &path)
 {
-    for (const MailVerdict &mail : mails) {
-        std::remove(mail.pair.afPath.c_str());
-        std::remove(mail.pair.dfPath.c_str());
+    std::ifstream in(path, std::ios::binary);
+    std::string line;
+    if (!in || !std::getline(in, line))
+        return false;
+    if (line.rfind("From ", 0) == 0)
+        return true;
+    size_t colon = line.find(':');
+    if (colon == 0 || colon == std::string::npos)
+        return false;
+    for (size_t i = 0; i < colon; ++i) {
+        const unsigned char c = static_cast<unsigned char>(line[i]);
+        if (c <= ' ' || c >= 0x7F)
+            return false;
     }
-    rmdir(dir.c_str());
+    return true;
+}
+
+// The mail files named: a directory stands for the regular files in it
+// that look like mail (not those whose names begin with "."), in name order;
+// the others are named on stderr. False, with the reason, for a directory
+// that holds none.
+bool mail_files(const std::vector<std::string> &operands, std::vector<std::string> *files,
+                std::string *error)
+{
+    for (const std::string &operand : operands) {
+        struct stat info;
+        if (stat(operand.c_str(), &info) != 0 || !S_ISDIR(info.st_mode)) {
+            files->push_back(operand);
+            continue;
+        }
+        std::vector<std::string> found;
+        if (DIR *dir = opendir(operand.c_str())) {
+            while (const dirent *entry = readdir(dir)) {
+                const std::string path = operand + (operand.back() == '/' ? "" : "/") +
+                                         entry->d_name;
+                if (entry->d_name[0] == '.' || stat(path.c_str(), &info) != 0 ||
+                    !S_ISREG(info.st_mode))
+                    continue;
+                if (looks_like_mail(path))
+                    found.push_back(path);
+                else
+                    std::fprintf(stderr, "ovctl: %s is not a mail file: skipped\n", path.c_str());
+            }
+            closedir(dir);
+        }
+        if (found.empty()) {
+            *error = operand + " holds no mail files: give RFC 822 mail files, or a directory "
+                               "of them";
+            return false;
+        }
+        std::sort(found.begin(), found.end());
+        files->insert(files->end(), found.begin(), found.end());
+    }
+    return true;
 }
 
 int run_scan(const OvctlArgs &args)
@@ -141,16 +197,23 @@ int run_scan(const OvctlArgs &args)
     if (host.operands.empty())
         return usage_error("scan", "no mail given");
 
+    std::vector<std::string> files;
+    if (!mail_files(host.operands, &files, &error))
+        return ovctl_fail(error);
+
     const bool keepSpool = !host.spool.empty();
+    ScanSpool spool(keepSpool);
     if (keepSpool) {
         if (!make_directory(host.spool, &error))
             return ovctl_fail(error);
     } else {
-        char pattern[] = "/tmp/ovctl-spool-XXXXXX";
-        if (!mkdtemp(pattern))
+        const char *tmp = std::getenv("TMPDIR");
+        std::string pattern = std::string(tmp && *tmp ? tmp : "/tmp") + "/ovctl-spool-XXXXXX";
+        if (!mkdtemp(&pattern[0]))
             return ovctl_fail(std::string("cannot create a spool directory: ") +
                               std::strerror(errno));
         host.spool = pattern;
+        spool.made(host.spool);
     }
     if (!host.run.outbox.empty() && !make_directory(host.run.outbox, &error))
         return ovctl_fail(error);
@@ -158,29 +221,22 @@ int run_scan(const OvctlArgs &args)
     std::vector<MailVerdict> mails;
     std::set<std::string> spoolIds;
     std::vector<MailEnvelope> envelopes;
-    for (size_t i = 0; i < host.operands.size(); ++i) {
+    for (size_t i = 0; i < files.size(); ++i) {
         std::string message;
-        if (!ovctl_read_input(host.operands[i], &message, &error)) {
-            remove_spool(mails, keepSpool ? "" : host.spool);
+        if (!ovctl_read_input(files[i], &message, &error))
             return ovctl_fail(error);
-        }
         MailVerdict mail;
-        mail.label = host.operands[i];
+        mail.label = files[i];
         MailEnvelope envelope = envelope_from_message(message, time(nullptr));
-        std::string id = spool_id_for_input(host.spool, host.operands[i], &spoolIds);
+        std::string id = spool_id_for_input(host.spool, files[i], &spoolIds);
         if (!write_spool_pair(host.spool, id, host.outbound, envelope, message, &mail.pair,
-                              &error)) {
-            remove_spool(mails, keepSpool ? "" : host.spool);
+                              &error))
             return ovctl_fail(error);
-        }
         mails.push_back(mail);
         envelopes.push_back(envelope);
     }
 
-    bool started = run_host(host.run, mails, &error);
-    if (!keepSpool)
-        remove_spool(mails, host.spool);
-    if (!started)
+    if (!run_host(host.run, mails, &error))
         return ovctl_fail(error);
     const int unrecorded = keep_copy_records(mails, envelopes);
     return print_verdicts(mails, host.json) | (unrecorded ? 1 : 0);
@@ -235,14 +291,50 @@ int run_update(const OvctlArgs &args)
     return 0;
 }
 
+const char kScanHelp[] =
+    "Has the plug-in of installation ROOT judge mail files, as the gateway would.\n"
+    "Each MAIL (an RFC 822 file; a directory stands for the mail files in it) is\n"
+    "written as an envelope/data pair into a spool directory (a fresh one, removed\n"
+    "afterwards, unless --spool DIR is given); the files themselves are never changed.\n"
+    "Output, one line per mail, tab-separated:\n"
+    "  MAIL  RESULT  ACTION  NAME  FAULTS\n"
+    "RESULT  pass (the mail goes on), blocked (it does not), or error (the plug-in\n"
+    "        could not judge it; NAME then gives the code)\n"
+    "ACTION  none, deleted, quarantined, archived (a rule or keyword policy blocked\n"
+    "        the mail: these come with blocked), or replaced (attachments were\n"
+    "        replaced by a text; the mail goes on)\n"
+    "NAME    the rule, keyword policy or removed attachment that acted\n"
+    "FAULTS  - or, comma-separated: copy (the quarantine or archive copy failed),\n"
+    "        replace (the attachments were not replaced; the mail is as it was),\n"
+    "        temp (no temporary file: filters were skipped), notify (a notification\n"
+    "        was not queued)\n"
+    "ovmilter logs the same words as verdict=. A summary goes to stderr.\n"
+    "  --outbox DIR   keeps the notification mails there (notification-N.eml and .env)\n"
+    "  --outbound     the mails are outbound (default inbound)\n"
+    "  --json         one JSON object per mail (mail, result, code, action, name,\n"
+    "                 faults, copy), in UTF-8; bytes that do not convert are written\n"
+    "                 as \\u00NN\n"
+    "  --threads N    judge N mails at once (1 to 256)\n"
+    "  --plugin PATH  the libov.so to load (default: the one beside ovctl)\n"
+    "Exit 1 when a mail could not be judged or had a fault, or the plug-in does not\n"
+    "start.\n";
+const char kSpoolHelp[] =
+    "Has the plug-in judge the AF*/DF* pairs already in a spool directory, in place.\n"
+    "The pairs are changed as the gateway would change them (attachments replaced).\n"
+    "Output and options as for \"ovctl scan --help\".\n";
+const char kUpdateHelp[] =
+    "Reloads the settings of installation ROOT as the gateway's \"update\" does.\n"
+    "Starts the plug-in on ROOT, reloads its settings and stops it; prints \"update: ok\"\n"
+    "or why the reload failed.\n";
 const OvctlCommand scanCommand{
     "scan",
     "scan --root ROOT [--spool DIR] [--outbox DIR] [--outbound] [--json] [--threads N] "
     "[--plugin PATH] MAIL...",
-    run_scan};
+    run_scan, kScanHelp};
 const OvctlCommand spoolCommand{
     "spool", "spool --root ROOT [--outbox DIR] [--json] [--threads N] [--plugin PATH] DIR",
-    run_spool};
-const OvctlCommand updateCommand{"update", "update --root ROOT [--plugin PATH]", run_update};
+    run_spool, kSpoolHelp};
+const OvctlCommand updateCommand{"update", "update --root ROOT [--plugin PATH]", run_update,
+                                 kUpdateHelp};
 
 } // namespace

@@ -49,6 +49,11 @@ int run_sfrule(const OvctlArgs &args)
     return run_list(args[1]);
 }
 
-const OvctlCommand reg{"sfrule", "sfrule list FILE", run_sfrule};
+const char kHelp[] =
+    "Lists the rules of a special-filter rule file (\"SFRule.txt\") as the plug-in loads them.\n"
+    "One line per rule: \"<name>\\t<A|B|C>\\t<INCLUDE|EXCLUDE>\\t<MIME types>\\t<file-name\n"
+    "patterns>\", both lists lower case and comma-joined. Lines the loader drops (no\n"
+    "<RULE NAME> or <MAIL TYPE>) do not appear; \"ovctl lint\" names them.\n";
+const OvctlCommand reg{"sfrule", "sfrule list FILE", run_sfrule, kHelp};
 
 } // namespace

@@ -92,6 +92,13 @@ int run_tnef(const OvctlArgs &args)
     return ovctl_usage("tnef");
 }
 
-const OvctlCommand reg{"tnef", "tnef list FILE | tnef extract FILE DIR", run_tnef};
+const char kHelp[] =
+    "Shows the files inside a TNEF stream (\"winmail.dat\") as the plug-in decodes it.\n"
+    "  list FILE         one line per attachment name, in stream order\n"
+    "  extract FILE DIR  saves the attachments into DIR (which must exist) under\n"
+    "                    their names made safe (\"/\" and \"..\" become \"_\", a name met\n"
+    "                    again gets \"_2\", \"_3\"...) and prints each file name\n"
+    "Exit 1 when FILE is no TNEF stream, cannot be read, or a file cannot be written.\n";
+const OvctlCommand reg{"tnef", "tnef list FILE | tnef extract FILE DIR", run_tnef, kHelp};
 
 } // namespace

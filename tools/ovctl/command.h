@@ -4,7 +4,11 @@
 // with a file-scope OvctlCommand object:
 //
 //   static const OvctlCommand reg{"ini", "ini get|set|delete FILE SECTION ...",
-//                                 run_ini};
+//                                 run_ini, kIniHelp};
+//
+// The help text (optional) is what "ovctl COMMAND --help" prints below the
+// usage: its first line summarises the command for "ovctl --help", the rest
+// explains arguments, output and exit status.
 //
 // The runner gets the words after the command name. Exit codes: 0 success,
 // 1 an operation failed (one line on stderr starting "ovctl: "), 2 a usage
@@ -18,10 +22,12 @@ using OvctlArgs = std::vector<std::string>;
 using OvctlRunner = int (*)(const OvctlArgs &args);
 
 struct OvctlCommand {
-    OvctlCommand(const char *name, const char *usage, OvctlRunner run);
+    OvctlCommand(const char *name, const char *usage, OvctlRunner run,
+                 const char *help = nullptr);
     const char *name;
     const char *usage;
     OvctlRunner run;
+    const char *help;
 };
 
 // All registered commands, in name order.

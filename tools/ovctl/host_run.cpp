@@ -13,6 +13,10 @@
 #include <mutex>
 #include <thread>
 
+#include "base/profile.h"
+#include "tools/hostkit/json_text.h"
+#include "tools/hostkit/verdict_words.h"
+
 namespace {
 
 // The host's queue: ZWEnqueMailFn is a plain function pointer, so the outbox
@@ -101,6 +105,15 @@ std::map<std::string, std::string> names_from_event_log(const std::string &dir,
     return names;
 }
 
+// The character code of the names the installation's files hold.
+const char *installation_host_code(const std::string &programDir)
+{
+    char language[64] = "";
+    GetPrivateProfileString("Content Filter", "HostLanguage", "C", language, sizeof language,
+                            (programDir + "contscan.ini").c_str());
+    return host_code_name(language);
+}
+
 void show_progress(size_t done, size_t total)
 {
     std::fprintf(stderr, "\rovctl: %zu/%zu mails", done, total);
@@ -113,20 +126,12 @@ void show_progress(size_t done, size_t total)
 
 const char *verdict_result_word(const MailVerdict &verdict)
 {
-    if (verdict.code < 0)
-        return "error";
-    return verdict.code == 2 || verdict.result.blocked ? "blocked" : "pass";
+    return describe_verdict(verdict.code, verdict.result).result;
 }
 
 const char *verdict_action_word(const MailVerdict &verdict)
 {
-    switch (verdict.result.action) {
-    case 1: return "deleted";
-    case 2: return "quarantined";
-    case 3: return "archived";
-    case 4: return "replaced";
-    default: return "none";
-    }
+    return describe_verdict(verdict.code, verdict.result).action;
 }
 
 bool run_host(const HostRunOptions &options, std::vector<MailVerdict> &mails, std::string *error,
@@ -174,7 +179,9 @@ bool run_host(const HostRunOptions &options, std::vector<MailVerdict> &mails, st
     host.cleanup();
 
     const auto names = names_from_event_log(programDir, logBefore);
+    const char *nameCode = installation_host_code(programDir);
     for (MailVerdict &mail : mails) {
+        mail.nameCode = nameCode;
         auto found = names.find(base_name(mail.pair.dfPath));
         if (found != names.end())
             mail.name = found->second;
@@ -183,29 +190,6 @@ bool run_host(const HostRunOptions &options, std::vector<MailVerdict> &mails, st
 }
 
 namespace {
-
-std::string json_string(const std::string &text)
-{
-    std::string out = "\"";
-    for (unsigned char c : text) {
-        switch (c) {
-        case '"': out += "\\\""; break;
-        case '\\': out += "\\\\"; break;
-        case '\n': out += "\\n"; break;
-        case '\r': out += "\\r"; break;
-        case '\t': out += "\\t"; break;
-        default:
-            if (c < 0x20) {
-                char escaped[8];
-                std::snprintf(escaped, sizeof escaped, "\\u%04x", c);
-                out += escaped;
-            } else {
-                out += static_cast<char>(c);
-            }
-        }
-    }
-    return out + "\"";
-}
 
 // ["copy", "temp"] from "copy,temp"; [] from "-".
 std::string json_array(const std::string &words)
@@ -236,7 +220,7 @@ int print_verdicts(const std::vector<MailVerdict> &mails, bool json)
             ++failures;
             ++counts["error"];
         } else {
-            ++counts[mail.result.action ? action : result];
+            ++counts[describe_verdict(mail.code, mail.result).word];
         }
         const std::string faults = fault_words(mail.report.faults);
         faulted += mail.report.faults != 0;
@@ -244,7 +228,7 @@ int print_verdicts(const std::vector<MailVerdict> &mails, bool json)
             std::printf("  {\"mail\": %s, \"result\": \"%s\", \"code\": %d, \"action\": \"%s\", "
                         "\"name\": %s, \"faults\": %s, \"copy\": %s}%s\n",
                         json_string(mail.label).c_str(), result, mail.code, action,
-                        json_string(mail.name).c_str(), json_array(faults).c_str(),
+                        json_string(mail.name, mail.nameCode.c_str()).c_str(), json_array(faults).c_str(),
                         json_string(mail.report.copy_path).c_str(),
                         i + 1 < mails.size() ? "," : "");
         } else {

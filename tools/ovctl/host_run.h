@@ -22,6 +22,7 @@ struct MailVerdict {
     ZWMailResult result{};
     OVMailReport report{};
     std::string name;        // rule or policy that acted, when known
+    std::string nameCode = "UTF-8";   // character code of name: the host's
 };
 
 struct HostRunOptions {
@@ -32,7 +33,8 @@ struct HostRunOptions {
     bool progress = false;   // progress line on stderr
 };
 
-// Words for the result record, as printed by ovctl.
+// Words for the result record, as printed by ovctl (and, as one word, by
+// ovmilter's log: describe_verdict).
 const char *verdict_result_word(const MailVerdict &verdict);
 const char *verdict_action_word(const MailVerdict &verdict);
 

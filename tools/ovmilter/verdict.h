@@ -22,8 +22,9 @@ enum class MilterReply { Accept, Discard, Reject, Tempfail };
 struct MilterVerdict {
     MilterReply reply = MilterReply::Tempfail;
     bool replaceBody = false;
-    // One word for logs and the verdict header: pass, replaced, deleted,
-    // quarantined, archived, blocked or error.
+    // One word for logs and the verdict header, as ovctl prints it
+    // (describe_verdict): pass, replaced, deleted, quarantined, archived,
+    // blocked or error.
     const char *word = "error";
 };
 
