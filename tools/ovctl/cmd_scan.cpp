@@ -20,6 +20,7 @@
 #include <ctime>
 #include <string>
 
+#include "tools/hostkit/spool.h"
 #include "tools/ovctl/command.h"
 #include "tools/ovctl/host_run.h"
 
@@ -103,13 +104,28 @@ bool make_directory(const std::string &dir, std::string *error)
     return false;
 }
 
+bool names_stdin(const std::string &operand)
+{
+    return operand.empty() || operand == "-";
+}
+
+void remove_spool_directory(const std::string &dir)
+{
+    if (!dir.empty())
+        rmdir(dir.c_str());
+}
+
+// The pairs written for the mails (those a failed run did not reach have
+// none), and the directory unless it is empty.
 void remove_spool(const std::vector<MailVerdict> &mails, const std::string &dir)
 {
     for (const MailVerdict &mail : mails) {
+        if (mail.pair.afPath.empty())
+            continue;
         std::remove(mail.pair.afPath.c_str());
         std::remove(mail.pair.dfPath.c_str());
     }
-    rmdir(dir.c_str());
+    remove_spool_directory(dir);
 }
 
 int run_scan(const OvctlArgs &args)
@@ -135,25 +151,36 @@ int run_scan(const OvctlArgs &args)
     if (!host.run.outbox.empty() && !make_directory(host.run.outbox, &error))
         return ovctl_fail(error);
 
-    std::vector<MailVerdict> mails;
-    const std::string stamp = std::to_string(getpid());
+    // Standard input is read here, once; the files are read and their
+    // spool pairs written by the workers, each mail just before it is judged.
+    std::vector<MailVerdict> mails(host.operands.size());
+    std::vector<std::string> fromStdin(host.operands.size());
     for (size_t i = 0; i < host.operands.size(); ++i) {
-        std::string message;
-        if (!ovctl_read_input(host.operands[i], &message, &error)) {
-            remove_spool(mails, keepSpool ? "" : host.spool);
+        const std::string &operand = host.operands[i];
+        mails[i].label = operand;
+        bool isStdin = names_stdin(operand);
+        if (isStdin ? !ovctl_read_input(operand, &fromStdin[i], &error)
+                    : access(operand.c_str(), R_OK) != 0) {
+            if (!isStdin)
+                error = "cannot open " + operand + ": " + std::strerror(errno);
+            remove_spool_directory(keepSpool ? "" : host.spool);
             return ovctl_fail(error);
         }
-        MailVerdict mail;
-        mail.label = host.operands[i];
-        MailEnvelope envelope = envelope_from_message(message, time(nullptr));
-        std::string id = stamp + "_" + std::to_string(i + 1);
-        if (!write_spool_pair(host.spool, id, host.outbound, envelope, message, &mail.pair,
-                              &error)) {
-            remove_spool(mails, keepSpool ? "" : host.spool);
-            return ovctl_fail(error);
-        }
-        mails.push_back(mail);
     }
+    const std::string stamp = std::to_string(getpid());
+    const time_t now = time(nullptr);
+    host.run.prepare = [&](size_t i, MailVerdict &mail, std::string *reason) {
+        std::string read;
+        const std::string &operand = host.operands[i];
+        bool isStdin = names_stdin(operand);
+        if (!isStdin && !read_file(operand, &read, reason))
+            return false;
+        const std::string &message = isStdin ? fromStdin[i] : read;
+        MailEnvelope envelope = envelope_from_message(message, now);
+        std::string id = stamp + "_" + std::to_string(i + 1);
+        return write_spool_pair(host.spool, id, host.outbound, envelope, message, &mail.pair,
+                                reason);
+    };
 
     bool started = run_host(host.run, mails, &error);
     if (!keepSpool)

@@ -4,12 +4,11 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <fstream>
 #include <iostream>
-#include <iterator>
 #include <map>
 #include <sstream>
 
+#include "tools/hostkit/spool.h"
 #include "tools/ovctl/command.h"
 #include "tools/ovctl/global_options.h"
 
@@ -71,17 +70,7 @@ bool ovctl_read_input(const std::string &file, std::string *data, std::string *e
         *data = all.str();
         return true;
     }
-    std::ifstream in(file, std::ios::binary);
-    if (!in) {
-        *error = "cannot open " + file + ": " + std::strerror(errno);
-        return false;
-    }
-    data->assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-    if (in.bad()) {
-        *error = "cannot read " + file + ": " + std::strerror(errno);
-        return false;
-    }
-    return true;
+    return read_file(file, data, error);
 }
 
 void ovctl_write_output(const std::string &data)
