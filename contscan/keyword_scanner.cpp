@@ -23,9 +23,16 @@ KeywordScanner::KeywordScanner(const KEYWORDTREE *tree, bool caseSensitive, bool
 {
     for (int c = 0; c < 256; ++c) {
         int lowered = caseSensitive ? c : std::tolower(c);
+        m_lower[c] = static_cast<uint8_t>(lowered);
         m_class[c] = tree->m_ByteClass[static_cast<unsigned char>(lowered)];
         m_wordByte[c] = std::isalnum(lowered) ? 1 : 0;
     }
+}
+
+void KeywordScanner::Lower(unsigned char *text, size_t length) const
+{
+    for (size_t i = 0; i < length; ++i)
+        text[i] = m_lower[text[i]];
 }
 
 int KeywordScanner::Depth() const

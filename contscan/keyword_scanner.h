@@ -18,6 +18,7 @@
 // later streams are gathered apart and appended in text order.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "contscan/keyword_tree.h"
@@ -31,6 +32,10 @@ public:
     void Reset() { m_state = 0; }
     // Length of the string the current state stands for.
     int Depth() const;
+    // Lowers text in place through a table filled from tolower when the
+    // scanner was made (the same bytes as tolower itself); nothing changes
+    // for a case-sensitive scan.
+    void Lower(unsigned char *text, size_t length) const;
     // Whether every state goes back to the empty state on a newline.
     bool NewlineResets() const { return m_class[static_cast<unsigned char>('\n')] == 0; }
 
@@ -75,4 +80,5 @@ private:
     uint32_t m_state = 0;
     uint8_t m_class[256];
     uint8_t m_wordByte[256];
+    uint8_t m_lower[256]; // identity when case sensitive
 };

@@ -12,10 +12,9 @@
 // the bytes before and after it are not letters or digits; a byte outside
 // the current piece counts as such a boundary.
 //
-// Without case sensitivity the text is lowered with tolower first; in memory
-// mode that changes the caller's buffer.
+// Without case sensitivity the text is lowered first, through the scanner's
+// table filled from tolower; in memory mode that changes the caller's buffer.
 #include <algorithm>
-#include <cctype>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -37,10 +36,8 @@ int ScanMemory(KeywordScanner &scanner, MEMBUF *membuf, bool caseSensitive)
 {
     unsigned char *text = reinterpret_cast<unsigned char *>(membuf->m_szData);
     size_t length = strnlen(membuf->m_szData, sizeof membuf->m_szData);
-    if (!caseSensitive) {
-        for (size_t i = 0; i < length; ++i)
-            text[i] = static_cast<unsigned char>(std::tolower(text[i]));
-    }
+    if (!caseSensitive)
+        scanner.Lower(text, length);
     return scanner.ScanStreams(text, text + length) ? 0 : -ENOMEM;
 }
 

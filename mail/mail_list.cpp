@@ -23,10 +23,8 @@ void CMailList::AddMailer(const char *address)
 {
     if (address == nullptr || *address == '\0')
         return;
-    for (const CMailer *entry = m_pHead; entry != nullptr; entry = entry->m_pNext) {
-        if (std::strcmp(entry->m_pszAddress, address) == 0)
-            return;
-    }
+    if (m_addresses.count(address) != 0)
+        return;
     CMailer *entry = new (std::nothrow) CMailer;
     if (entry == nullptr)
         return;
@@ -37,6 +35,12 @@ void CMailList::AddMailer(const char *address)
         return;
     }
     std::memcpy(entry->m_pszAddress, address, size);
+    try {
+        m_addresses.insert(std::string_view(entry->m_pszAddress, size - 1));
+    } catch (const std::bad_alloc &) {
+        delete entry;
+        return;
+    }
     if (m_pTail == nullptr)
         m_pHead = entry;
     else

@@ -5,8 +5,13 @@
 //   list.GatherMailList(afPath);       // reads the T lines, builds the text
 //   const char *all = list.GetListString();   // "<a@x>,<b@y>", or null
 //
-// The list owns its entries and the joined text.
+// The list owns its entries and the joined text. A hash set of the addresses
+// held keeps AddMailer's test for a repetition constant in time, so a mail
+// of many recipients costs linear time.
 #pragma once
+
+#include <string_view>
+#include <unordered_set>
 
 class CMailer {
 public:
@@ -41,4 +46,7 @@ public:
     char *m_pszList = nullptr;   // malloc'ed joined text
     CMailer *m_pHead = nullptr;
     CMailer *m_pTail = nullptr;
+
+private:
+    std::unordered_set<std::string_view> m_addresses;   // views of the entries' texts
 };

@@ -1,6 +1,8 @@
 // The keyword automaton: which match records a search yields, in which order,
 // in memory and file mode, with exact matching and across the 999-byte cuts
 // of long lines.
+#include <cctype>
+
 #include <gtest/gtest.h>
 
 #include "support/contscan_fixtures.h"
@@ -87,6 +89,15 @@ TEST(KeywordTree, CaseFoldingLowersTheMemoryTextInPlace)
     EXPECT_EQ(tree.SearchText("Free MONEY", true, false, nullptr, &lowered), (std::vector<int>{1}));
     EXPECT_EQ(lowered, "Free MONEY");
     EXPECT_EQ(tree.SearchFile("Free MONEY\n", false, false), (std::vector<int>{0}));
+
+    // Every byte but NUL comes out as tolower gives it.
+    std::string all, expected;
+    for (int c = 1; c < 256; ++c) {
+        all += static_cast<char>(c);
+        expected += static_cast<char>(std::tolower(c));
+    }
+    tree.SearchText(all, false, false, nullptr, &lowered);
+    EXPECT_EQ(lowered, expected);
 }
 
 TEST(KeywordTree, ReturnCodes)

@@ -2,7 +2,10 @@
 // the recipient list.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <random>
 #include <string>
+#include <vector>
 
 #include "mail/charset.h"
 #include "mail/mail_info.h"
@@ -155,6 +158,31 @@ TEST(CMailList, KeepsEachRecipientOnceInEnvelopeOrder)
             EXPECT_STREQ(list.GetListString(), row.list) << row.af;
         EXPECT_EQ(list.QueryListLen(), row.length) << row.af;
     }
+}
+
+// Many recipients with repeats (also ones differing only in case or a
+// trailing blank): the list of the classic rule, first occurrence kept in
+// envelope order.
+TEST(CMailList, ManyRecipientsKeepFirstSeenOrder)
+{
+    std::mt19937 random(40000);
+    std::string af;
+    std::vector<std::string> classic;
+    for (int i = 0; i < 3000; ++i) {
+        int n = static_cast<int>(random() % 1000);
+        std::string address = (n % 7 == 0 ? "<U" : "<u") + std::to_string(n) + "@x>";
+        af += "T" + address + (n % 5 == 0 ? " \n" : "\n");
+        if (std::find(classic.begin(), classic.end(), address) == classic.end())
+            classic.push_back(address);
+    }
+    std::string expected;
+    for (const std::string &address : classic)
+        expected += (expected.empty() ? "" : ",") + address;
+    BaseTempDir dir;
+    CMailList list;
+    list.GatherMailList(dir.write("AF", af).c_str());
+    ASSERT_NE(list.GetListString(), nullptr);
+    EXPECT_EQ(std::string(list.GetListString()), expected);
 }
 
 TEST(CMailList, RebuildsItsTextAfterAdditions)

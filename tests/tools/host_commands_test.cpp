@@ -1,12 +1,15 @@
 // ovctl as a host and as the administrators' checker: scan and spool run the
 // built plug-in on the example installation; lint reports what the plug-in
 // would drop or refuse, file by file and line by line.
+#include <dirent.h>
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <vector>
 
 #include "support/base_temp_dir.h"
 #include "support/tools_ovctl.h"
@@ -63,6 +66,57 @@ TEST(HostCommandsTest, ScanGivesOneVerdictLinePerMail)
     std::ifstream original(example_mail("02-invoice-exe.eml"));
     std::string text((std::istreambuf_iterator<char>(original)), std::istreambuf_iterator<char>());
     EXPECT_NE(text.find("invoice.exe\"\r\nContent-Transfer-Encoding: base64"), std::string::npos);
+}
+
+std::vector<std::string> directory_names(const std::string &dir)
+{
+    std::vector<std::string> names;
+    if (DIR *handle = opendir(dir.c_str())) {
+        while (dirent *entry = readdir(handle))
+            names.push_back(entry->d_name);
+        closedir(handle);
+    }
+    return names;
+}
+
+std::string file_text(const std::string &path)
+{
+    std::ifstream in(path, std::ios::binary);
+    return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+}
+
+// The workers write the spool: every mail, read from a file or from
+// standard input, gets its pair with the mail's bytes unchanged, and the
+// verdict lines keep the order of the arguments.
+TEST(HostCommandsTest, ScanWritesEachMailsPairOnTheWorkers)
+{
+    ExampleRoot install;
+    BaseTempDir spool;
+    const std::string plain = example_mail("01-plain.eml");
+    const std::string pdf = example_mail("11-pdf-attachment.eml");
+    OvctlOptions options;
+    options.mergeStderr = false;
+    options.stdinFile = pdf;
+    OvctlRun run = run_ovctl({"scan", "--root", install.root(), "--spool", spool.dir(),
+                              "--threads", "3", plain, "-", pdf, plain},
+                             options);
+    ASSERT_EQ(run.status, 0) << run.output;
+    EXPECT_EQ(run.output, plain + "\tpass\tnone\t\n-\tpass\tnone\t\n" + pdf +
+                              "\tpass\tnone\t\n" + plain + "\tpass\tnone\t\n");
+    const std::string sources[] = {plain, pdf, pdf, plain};
+    int pairs = 0;
+    for (const std::string &af : directory_names(spool.dir())) {
+        if (af.compare(0, 3, "AFI") != 0)
+            continue;
+        ++pairs;
+        size_t underscore = af.rfind('_');
+        ASSERT_NE(underscore, std::string::npos) << af;
+        int index = std::atoi(af.c_str() + underscore + 1) - 1;
+        ASSERT_TRUE(index >= 0 && index < 4) << af;
+        EXPECT_EQ(file_text(spool.path("DF" + af.substr(2))), file_text(sources[index])) << af;
+        EXPECT_NE(file_text(spool.path(af)).find("\nT<"), std::string::npos) << af;
+    }
+    EXPECT_EQ(pairs, 4);
 }
 
 TEST(HostCommandsTest, ScanJsonAndBadArguments)

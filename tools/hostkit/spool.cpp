@@ -1,6 +1,9 @@
 #include "tools/hostkit/spool.h"
 
 #include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cctype>
@@ -170,6 +173,39 @@ std::string format_envelope(const MailEnvelope &envelope)
     line('S', envelope.subject);
     text += "R" + std::to_string(envelope.receivedTime) + "\n";
     return text;
+}
+
+bool read_file(const std::string &path, std::string *data, std::string *error)
+{
+    int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) {
+        *error = "cannot open " + path + ": " + std::strerror(errno);
+        return false;
+    }
+    struct stat info;
+    size_t expected = fstat(fd, &info) == 0 && S_ISREG(info.st_mode)
+                          ? static_cast<size_t>(info.st_size)
+                          : 0;
+    data->resize(std::max<size_t>(expected + 1, 4096));
+    size_t length = 0;
+    for (;;) {
+        if (length == data->size())
+            data->resize(data->size() * 2);
+        ssize_t got = read(fd, &(*data)[length], data->size() - length);
+        if (got == 0)
+            break;
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got < 0) {
+            *error = "cannot read " + path + ": " + std::strerror(errno);
+            close(fd);
+            return false;
+        }
+        length += static_cast<size_t>(got);
+    }
+    data->resize(length);
+    close(fd);
+    return true;
 }
 
 bool write_file(const std::string &path, const std::string &data, std::string *error)

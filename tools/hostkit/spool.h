@@ -48,5 +48,9 @@ bool write_spool_pair(const std::string &dir, const std::string &id, bool outbou
 // DF sibling is listed too: the plug-in reports it).
 std::vector<SpoolPair> list_spool_pairs(const std::string &dir);
 
+// Reads the file at `path` whole into `data` (one read for a regular file of
+// known size); false with a reason.
+bool read_file(const std::string &path, std::string *data, std::string *error);
+
 // Writes `data` to `path` whole; false with a reason.
 bool write_file(const std::string &path, const std::string &data, std::string *error);

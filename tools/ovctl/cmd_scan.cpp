@@ -21,10 +21,11 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
-#include <set>
 #include <fstream>
+#include <set>
 #include <string>
 
+#include "tools/hostkit/spool.h"
 #include "tools/hostkit/spool_id.h"
 #include "tools/ovctl/command.h"
 #include "tools/ovctl/host_run.h"
@@ -109,6 +110,11 @@ bool make_directory(const std::string &dir, std::string *error)
         return true;
     *error = "cannot create " + dir + ": " + std::strerror(errno);
     return false;
+}
+
+bool names_stdin(const std::string &operand)
+{
+    return operand.empty() || operand == "-";
 }
 
 // The pair of an input file is named after the file, so that the event log
@@ -218,23 +224,38 @@ int run_scan(const OvctlArgs &args)
     if (!host.run.outbox.empty() && !make_directory(host.run.outbox, &error))
         return ovctl_fail(error);
 
-    std::vector<MailVerdict> mails;
-    std::set<std::string> spoolIds;
-    std::vector<MailEnvelope> envelopes;
+    // Standard input is read here, once, and every spool name chosen; the
+    // files are read and their spool pairs written by the workers, each mail
+    // just before it is judged.
+    std::vector<MailVerdict> mails(files.size());
+    std::vector<std::string> fromStdin(files.size());
+    std::vector<std::string> spoolIds(files.size());
+    std::set<std::string> takenIds;
     for (size_t i = 0; i < files.size(); ++i) {
-        std::string message;
-        if (!ovctl_read_input(files[i], &message, &error))
+        const std::string &file = files[i];
+        mails[i].label = file;
+        const bool isStdin = names_stdin(file);
+        spoolIds[i] = spool_id_for_input(host.spool, isStdin ? "stdin" : file, &takenIds);
+        if (isStdin ? !ovctl_read_input(file, &fromStdin[i], &error)
+                    : access(file.c_str(), R_OK) != 0) {
+            if (!isStdin)
+                error = "cannot open " + file + ": " + std::strerror(errno);
             return ovctl_fail(error);
-        MailVerdict mail;
-        mail.label = files[i];
-        MailEnvelope envelope = envelope_from_message(message, time(nullptr));
-        std::string id = spool_id_for_input(host.spool, files[i], &spoolIds);
-        if (!write_spool_pair(host.spool, id, host.outbound, envelope, message, &mail.pair,
-                              &error))
-            return ovctl_fail(error);
-        mails.push_back(mail);
-        envelopes.push_back(envelope);
+        }
     }
+    const time_t now = time(nullptr);
+    std::vector<MailEnvelope> envelopes(files.size());
+    host.run.prepare = [&](size_t i, MailVerdict &mail, std::string *reason) {
+        std::string read;
+        const std::string &file = files[i];
+        bool isStdin = names_stdin(file);
+        if (!isStdin && !read_file(file, &read, reason))
+            return false;
+        const std::string &message = isStdin ? fromStdin[i] : read;
+        envelopes[i] = envelope_from_message(message, now);
+        return write_spool_pair(host.spool, spoolIds[i], host.outbound, envelopes[i], message,
+                                &mail.pair, reason);
+    };
 
     if (!run_host(host.run, mails, &error))
         return ovctl_fail(error);

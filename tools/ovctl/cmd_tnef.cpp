@@ -15,7 +15,6 @@
 #include <sys/stat.h>
 
 #include <cstdio>
-#include <set>
 #include <string>
 
 #include "base/file_util.h"
@@ -23,34 +22,21 @@
 #include "mail/tnef_decoder.h"
 #include "ov/tnef.h"
 #include "tools/ovctl/command.h"
+#include "tools/ovctl/unique_file_names.h"
 
 namespace {
 
 struct Listing {
     int answer;
-    std::set<std::string> saved;   // file names used so far
+    UniqueFileNames saved;   // file names used so far
 };
-
-// A file name not used yet in this extraction.
-std::string UniqueFileName(const char *name, std::set<std::string> &saved)
-{
-    std::string safe = SafeFileNamePart(name);
-    std::string candidate = safe;
-    size_t dot = safe.rfind('.');
-    if (dot == 0 || dot == std::string::npos)
-        dot = safe.size();
-    for (int n = 2; saved.count(candidate); ++n)
-        candidate = safe.substr(0, dot) + "_" + std::to_string(n) + safe.substr(dot);
-    saved.insert(candidate);
-    return candidate;
-}
 
 int print_name(char *name, void *context)
 {
     auto *listing = static_cast<Listing *>(context);
     if (listing->answer == OVCM_TNEF_SAVE) {
         // The decoder saves under the name left in its buffer.
-        std::string file = UniqueFileName(name, listing->saved);
+        std::string file = listing->saved.Take(name);
         strcpy_truncate(name, file.c_str(), 256);
     }
     std::printf("%s\n", name);

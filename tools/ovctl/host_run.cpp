@@ -157,9 +157,18 @@ bool run_host(const HostRunOptions &options, std::vector<MailVerdict> &mails, st
     const auto logBefore = event_log_sizes(programDir);
     std::atomic<size_t> next{0}, done{0};
     std::mutex progressMutex;
+    std::atomic<bool> prepareFailed{false};
+    std::string prepareError;
     auto worker = [&]() {
-        for (size_t i; (i = next++) < mails.size();) {
+        for (size_t i; !prepareFailed && (i = next++) < mails.size();) {
             MailVerdict &mail = mails[i];
+            std::string reason;
+            if (options.prepare && !options.prepare(i, mail, &reason)) {
+                std::lock_guard<std::mutex> guard(progressMutex);
+                if (!prepareFailed.exchange(true))
+                    prepareError = reason;
+                break;
+            }
             ZWHostCall call{};
             call.enque_mail = enqueue_to_outbox;
             std::snprintf(call.af_path, sizeof call.af_path, "%s", mail.pair.afPath.c_str());
@@ -177,6 +186,10 @@ bool run_host(const HostRunOptions &options, std::vector<MailVerdict> &mails, st
     for (std::thread &thread : threads)
         thread.join();
     host.cleanup();
+    if (prepareFailed) {
+        *error = prepareError;
+        return false;
+    }
 
     const auto names = names_from_event_log(programDir, logBefore);
     const char *nameCode = installation_host_code(programDir);

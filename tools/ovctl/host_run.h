@@ -9,6 +9,7 @@
 // from the plug-in's report (OVEmailPluginProcessReport).
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -31,6 +32,11 @@ struct HostRunOptions {
     std::string outbox;      // where queued notifications go; empty: dropped
     int threads = 1;
     bool progress = false;   // progress line on stderr
+    // Called on the worker thread before the mail is handed to the plug-in
+    // (ovctl scan writes the mail's spool pair there, so that the workers
+    // share that work); false with a reason stops the run: no further mail
+    // is started and run_host fails with the first reason.
+    std::function<bool(size_t index, MailVerdict &mail, std::string *error)> prepare;
 };
 
 // Words for the result record, as printed by ovctl (and, as one word, by
@@ -39,7 +45,8 @@ const char *verdict_result_word(const MailVerdict &verdict);
 const char *verdict_action_word(const MailVerdict &verdict);
 
 // Processes the mails; false with a reason when the plug-in cannot be loaded
-// or started (its result code is then in *startCode when given).
+// or started (its result code is then in *startCode when given) or a mail
+// could not be prepared.
 bool run_host(const HostRunOptions &options, std::vector<MailVerdict> &mails,
               std::string *error, int *startCode = nullptr);
 

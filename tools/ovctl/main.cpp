@@ -6,12 +6,11 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <fstream>
 #include <iostream>
-#include <iterator>
 #include <map>
 #include <sstream>
 
+#include "tools/hostkit/spool.h"
 #include "tools/ovctl/command.h"
 #include "tools/ovctl/global_options.h"
 
@@ -110,21 +109,7 @@ bool ovctl_read_input(const std::string &file, std::string *data, std::string *e
         *error = file + " is a directory, not a file";
         return false;
     }
-    std::ifstream in(file, std::ios::binary);
-    if (!in) {
-        *error = "cannot open " + file + ": " + std::strerror(errno);
-        return false;
-    }
-    try {
-        data->assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-    } catch (const std::exception &) {
-        in.setstate(std::ios::badbit);   // the stream buffer throws on read errors
-    }
-    if (in.bad()) {
-        *error = "cannot read " + file + ": " + std::strerror(errno);
-        return false;
-    }
-    return true;
+    return read_file(file, data, error);
 }
 
 void ovctl_write_output(const std::string &data)

@@ -13,12 +13,14 @@
 #include <exception>
 #include <memory>
 #include <thread>
+#include <vector>
 
 #include "tools/hostkit/plugin_host.h"
 #include "tools/hostkit/spool_id.h"
 #include "tools/ovmilter/copy_record_note.h"
 #include "tools/ovmilter/milter_answer.h"
 #include "tools/ovmilter/milter_log.h"
+#include "tools/ovmilter/tcp_nodelay.h"
 
 namespace {
 
@@ -248,7 +250,8 @@ sfsistat on_close(SMFICTX *context)
     return SMFIS_CONTINUE;
 }
 
-// Opens the socket; a unix socket gets its permissions from the start.
+// Opens the socket; a unix socket gets its permissions from the start, a
+// TCP one TCP_NODELAY, and its connections quick acknowledgements.
 bool open_socket(const MilterConfig &config, std::string *error)
 {
     std::string file = unix_socket_path(config.socket);
@@ -263,6 +266,18 @@ bool open_socket(const MilterConfig &config, std::string *error)
         *error = "cannot set the permissions of " + file + ": " + std::strerror(errno);
         return false;
     }
+    int port = inet_socket_port(config.socket);
+    if (port < 0)
+        return true;
+    std::vector<int> listeners = tcp_listeners(port);
+    for (int fd : listeners) {
+        if (set_tcp_nodelay(fd))
+            MilterConnections::listener(fd);
+    }
+    if (listeners.size() != 1)
+        milter_log(LOG_WARNING, "found %zu listening sockets for %s: TCP_NODELAY not set, mail "
+                                "may wait for delayed acknowledgements",
+                   listeners.size(), config.socket.c_str());
     return true;
 }
 

@@ -1,0 +1,78 @@
+// UniqueFileNames against the classic rule (count from 2 for every name
+// until a free one is found) on name sequences that collide with each
+// other's numbered forms.
+#include <random>
+#include <set>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "mail/temp_dir.h"
+#include "tools/ovctl/unique_file_names.h"
+
+namespace {
+
+std::vector<std::string> ClassicNames(const std::vector<std::string> &names)
+{
+    std::set<std::string> saved;
+    std::vector<std::string> out;
+    for (const std::string &name : names) {
+        std::string safe = SafeFileNamePart(name.c_str());
+        std::string candidate = safe;
+        size_t dot = safe.rfind('.');
+        if (dot == 0 || dot == std::string::npos)
+            dot = safe.size();
+        for (int n = 2; saved.count(candidate); ++n)
+            candidate = safe.substr(0, dot) + "_" + std::to_string(n) + safe.substr(dot);
+        saved.insert(candidate);
+        out.push_back(candidate);
+    }
+    return out;
+}
+
+std::vector<std::string> TakeAll(const std::vector<std::string> &names)
+{
+    UniqueFileNames unique;
+    std::vector<std::string> out;
+    for (const std::string &name : names)
+        out.push_back(unique.Take(name.c_str()));
+    return out;
+}
+
+TEST(UniqueFileNames, NumbersRepeatsBeforeTheExtension)
+{
+    struct {
+        std::vector<std::string> names;
+        std::vector<std::string> expected;
+    } rows[] = {
+        {{"a.txt", "a.txt", "a.txt"}, {"a.txt", "a_2.txt", "a_3.txt"}},
+        {{"a.txt", "a_2.txt", "a.txt", "a.txt"}, {"a.txt", "a_2.txt", "a_3.txt", "a_4.txt"}},
+        {{"a.txt", "a.txt", "a_2.txt", "a_2.txt"}, {"a.txt", "a_2.txt", "a_2_2.txt", "a_2_3.txt"}},
+        {{".profile", ".profile"}, {".profile", ".profile_2"}},
+        {{"noext", "noext"}, {"noext", "noext_2"}},
+        {{"x.tar.gz", "x.tar.gz"}, {"x.tar.gz", "x.tar_2.gz"}},
+        {{"../a.txt", "__a.txt"}, {"__a.txt", "__a_2.txt"}},
+    };
+    for (const auto &row : rows) {
+        EXPECT_EQ(TakeAll(row.names), row.expected);
+        EXPECT_EQ(ClassicNames(row.names), row.expected);
+    }
+}
+
+// Random sequences over a few bases, their numbered forms and unsafe
+// spellings: the same names in the same order as the classic rule.
+TEST(UniqueFileNames, SameNamesAsTheClassicRule)
+{
+    const char *pool[] = {"a.txt", "a_2.txt", "a_3.txt", "a_2_2.txt", "a",     "a_2",
+                          "../a.txt", ".txt", "b.c.d", "b.c_2.d", "/", ".."};
+    std::mt19937 random(18);
+    for (int round = 0; round < 50; ++round) {
+        std::vector<std::string> names(200);
+        for (std::string &name : names)
+            name = pool[random() % (sizeof pool / sizeof *pool)];
+        ASSERT_EQ(TakeAll(names), ClassicNames(names)) << "round " << round;
+    }
+}
+
+} // namespace
