@@ -144,7 +144,9 @@ cleanup() { om_stop || true; pf_stop "$RELAY_DIR" || true; pf_stop "$PF_DIR" || 
 pf_setup "$RELAY_DIR" "$relay_port" "" "virtual_mailbox_domains=" "relay_domains=example.net" \
   "relay_transport=smtp:[127.0.0.1]:$smtp_port" || om_fail "cannot set up the relaying instance"
 pf_start "$RELAY_DIR" || om_fail "the relaying postfix did not start"
-copies_before=$(ls "$quarantine/Anti-Spam/Vendor lottery/" | wc -l)
+# Copies, without the envelope records (<copy>.json) ovmilter writes beside them.
+count_copies() { find "$quarantine/Anti-Spam/Vendor lottery" -type f ! -name '*.json' | wc -l; }
+copies_before=$(count_copies)
 mv "$quarantine" "$quarantine.saved"
 echo "not a directory" >"$quarantine"
 swaks --silent 2 --server "127.0.0.1:$relay_port" --from sender@partner.example --to bob@example.net \
@@ -162,7 +164,9 @@ rm -f "$quarantine"
 mv "$quarantine.saved" "$quarantine"
 pf_wait_idle "$RELAY_DIR" 30 || om_fail "the relay did not pass the mail on after the directory was mended"
 settle
-[ "$(ls "$quarantine/Anti-Spam/Vendor lottery/" | wc -l)" -eq $((copies_before + 1)) ] || om_fail "the retried mail was not quarantined"
+[ "$(count_copies)" -eq $((copies_before + 1)) ] || om_fail "the retried mail was not quarantined"
+grep -l '"recipients": \["bob@example.net"\]' "$quarantine/Anti-Spam/Vendor lottery/"*.json >/dev/null ||
+  om_fail "the quarantined copy has no envelope record with its recipient"
 expect_count bob 0
 [ -z "$(ls "$work/spool" | grep -E "^(AF|DF)")" ] || om_fail "spool not empty: $(ls "$work/spool")"
 om_stop || om_fail "ovmilter did not stop cleanly"

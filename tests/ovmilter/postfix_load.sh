@@ -85,7 +85,7 @@ hup_loop=
 
 delivered=$(pf_count "$PF_DIR" alice)
 replaced=$(pf_count "$PF_DIR" other)
-quarantined=$(find "$root/Plug-Ins/OV/Quarantine/Anti-Spam/Vendor lottery" -type f 2>/dev/null | wc -l)
+quarantined=$(find "$root/Plug-Ins/OV/Quarantine/Anti-Spam/Vendor lottery" -type f ! -name '*.json' 2>/dev/null | wc -l)
 with_text=$(pf_mailbox_files "$PF_DIR" other | xargs -r grep -l 'removed by the content filter' | wc -l)
 reloads=$(grep -c 'settings reloaded' "$log" || true)
 tempfails=$(grep -c 'tempfail' "$log" || true)

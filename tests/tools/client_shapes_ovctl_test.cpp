@@ -67,6 +67,12 @@ Scanned Scan(const PluginInstallation &install, BaseTempDir &tmp, const std::str
     Scanned scanned;
     if (run.output.compare(0, path.size() + 1, path + "\t") == 0)
         scanned.verdict = run.output.substr(path.size() + 1, run.output.find('\n') - path.size() - 1);
+    // The last column names the faults; none of these mails has one.
+    const size_t faults = scanned.verdict.rfind('\t');
+    if (faults != std::string::npos) {
+        EXPECT_EQ(scanned.verdict.substr(faults + 1), "-") << run.output;
+        scanned.verdict.resize(faults);
+    }
     scanned.deliveredPath = DeliveredFile(spool);
     scanned.delivered = PluginReadFile(scanned.deliveredPath);
     return scanned;
@@ -141,7 +147,12 @@ TEST(ClientShapesOvctl, AmbiguousMailIsQuarantinedWhenSoConfigured)
         EXPECT_NE(PluginReadFile(tmp.path(name + "-outbox/notification-1.eml")).find("Policy: Ambiguous MIME"),
                   std::string::npos);
     }
-    EXPECT_EQ(int(install.Files("Quarantine/Anti-Spam/Ambiguous MIME").size()), held);
+    // Each copy has the envelope record ovctl wrote beside it.
+    int copies = 0, records = 0;
+    for (const std::string &file : install.Files("Quarantine/Anti-Spam/Ambiguous MIME"))
+        ++(EndsWith(file, ".json") ? records : copies);
+    EXPECT_EQ(copies, held);
+    EXPECT_EQ(records, held);
     std::vector<PluginEvent> events = PluginEvents(install.EventLog());
     int logged = 0;
     for (const PluginEvent &event : events)

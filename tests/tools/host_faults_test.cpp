@@ -48,8 +48,8 @@ TEST(HostFaultsTest, ScanNamesTheFaultsOfEachMail)
         const char *mail;
         std::string line;      // after the mail's name
     } rows[] = {
-        {"QuarantineDirectory", "04-confidential.eml", "\tpass\tquarantined\tConfidential\tcopy\n"},
-        {"ArchiveDirectory", "06-japanese.eml", "\tpass\tarchived\tJapanese\tcopy\n"},
+        {"QuarantineDirectory", "04-confidential.eml", "\tblocked\tquarantined\tConfidential\tcopy\n"},
+        {"ArchiveDirectory", "06-japanese.eml", "\tblocked\tarchived\tJapanese\tcopy\n"},
         {"TempDir", "04-confidential.eml", "\tpass\tnone\t\ttemp\n"},
         {"TempDir", "02-invoice-exe.eml", "\tpass\tnone\t\treplace,temp,notify\n"},
         {"QuarantineDirectory", "01-plain.eml", "\tpass\tnone\t\t-\n"},
@@ -86,7 +86,7 @@ TEST(HostFaultsTest, JsonAndSpoolCarryTheFaults)
                example_mail("04-confidential.eml")});
     OvctlRun run = run_ovctl({"spool", "--root", install.root(), spool.dir()});
     EXPECT_EQ(1, run.status);
-    EXPECT_NE(std::string::npos, run.output.find("\tpass\tquarantined\tConfidential\tcopy\n"))
+    EXPECT_NE(std::string::npos, run.output.find("\tblocked\tquarantined\tConfidential\tcopy\n"))
         << run.output;
 }
 

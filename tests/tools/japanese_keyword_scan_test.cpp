@@ -48,7 +48,7 @@ TEST(JapaneseKeywordScan, KeywordCutByTheLineEndIsFound)
                 mails.write("mail" + std::to_string(++n) + ".eml",
                             JapaneseMail(row.charset, encoding, CutBody(encoding, line, row.cut)));
             words.push_back(path);
-            expected += path + "\tpass\tarchived\tJapanese\n";
+            expected += path + "\tblocked\tarchived\tJapanese\t-\n";
         }
     }
     OvctlRun run = run_ovctl(words, false);

@@ -67,8 +67,8 @@ TEST(OvctlScanDirectoryTest, JudgesTheMailFilesAndLeavesNoSpool)
     options.mergeStderr = false;
     OvctlRun run = run_ovctl({"scan", "--root", root.dir(), mails.dir()}, options);
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.output, mails.path("a.eml") + "\tpass\tnone\t\n" + mails.path("b.eml") +
-                              "\tblocked\tdeleted\tJunk words\n");
+    EXPECT_EQ(run.output, mails.path("a.eml") + "\tpass\tnone\t\t-\n" + mails.path("b.eml") +
+                              "\tblocked\tdeleted\tJunk words\t-\n");
     EXPECT_TRUE(tmp.empty());
 
     BaseTempDir empty;

@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "base/profile.h"
+#include "tools/hostkit/plugin_host.h"
 
 namespace {
 

@@ -54,6 +54,13 @@ int run_logs(const OvctlArgs &args)
     return result.errors.empty() ? 0 : 1;
 }
 
-const OvctlCommand reg{"logs", "logs prune --root ROOT --keep-days N", run_logs};
+const char kLogsHelp[] =
+    "Deletes the daily event logs of installation ROOT older than N days.\n"
+    "A log \"pwall.log.YYYY.MM.DD\" goes when both the day in its name and its last\n"
+    "change are more than N days ago; other files are left alone. Each deleted file\n"
+    "is named on standard output.\n"
+    "Exit 1 when the program directory cannot be read or a log cannot be deleted.\n";
+
+const OvctlCommand reg{"logs", "logs prune --root ROOT --keep-days N", run_logs, kLogsHelp};
 
 } // namespace

@@ -298,10 +298,27 @@ int run_quarantine(const OvctlArgs &words)
     return 0;
 }
 
+const char kQuarantineHelp[] =
+    "Lists and handles the quarantined (with --archive: archived) copies of mail.\n"
+    "  list [--json]     one line per copy: ID, time (UTC), rule or policy, envelope\n"
+    "                    sender, recipients, size, subject (decoded)\n"
+    "  show ID           the copy's envelope record and headers\n"
+    "  release ID [--to ADDR]... [--sendmail CMD]\n"
+    "                    hands the copy to the MTA for its envelope recipients (or\n"
+    "                    ADDRs); CMD defaults to \"/usr/sbin/sendmail -oi -f SENDER --\".\n"
+    "                    A released copy is marked and not released again.\n"
+    "  delete ID         removes the copy and its record\n"
+    "  expire --older-than DAYS [--dry-run]\n"
+    "                    removes the copies older than DAYS (with --dry-run: lists them)\n"
+    "ID is the copy's file name, its path under the quarantine directory, or the mail\n"
+    "id of its record. The envelope comes from the record \"<copy>.json\" the host\n"
+    "wrote beside the copy, else from the copy's headers.\n"
+    "Exit 1 when a copy is not found or an operation fails.\n";
+
 const OvctlCommand quarantineCommand{
     "quarantine",
     "quarantine list|show|release|delete|expire --root ROOT [--archive] [--json] "
     "[--to ADDR]... [--sendmail CMD] [--older-than DAYS] [--dry-run] [ID]",
-    run_quarantine};
+    run_quarantine, kQuarantineHelp};
 
 } // namespace

@@ -133,8 +133,17 @@ int run_report(const OvctlArgs &words)
     return 0;
 }
 
+const char kReportHelp[] =
+    "Sums up the daily event logs of installation ROOT.\n"
+    "Per day and in total: mails blocked per action, per rule and per keyword policy,\n"
+    "attachments removed, and the top senders. --since and --until bound the days\n"
+    "(inclusive); --json prints the same as one JSON object; --html FILE also writes\n"
+    "a self-contained page with charts of blocked mails per day and the top rules\n"
+    "and policies.\n"
+    "Exit 1 when the logs cannot be read or FILE cannot be written.\n";
+
 const OvctlCommand reportCommand{
     "report", "report --root ROOT [--since YYYY-MM-DD] [--until YYYY-MM-DD] [--json] [--html FILE]",
-    run_report};
+    run_report, kReportHelp};
 
 } // namespace
