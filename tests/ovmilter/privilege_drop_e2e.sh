@@ -28,7 +28,7 @@ root=$work/root
 om_make_root "$src" "$root"
 # As the package has it: the settings stay root's, the program directory
 # (event logs, quarantine, temporary files) is the user's.
-chown nobody: "$root/Plug-Ins/OV"
+chown -R nobody: "$root/Plug-Ins/OV"
 om_write_ini "$work/ovmilter.ini" "inet:$milter_port@127.0.0.1" "$root" "$work/spool" 2 \
   "$(pf_sendmail_command "$PF_DIR")" "User=nobody" "PidFile=$work/ovmilter.pid"
 om_start "$build" "$work/ovmilter.ini" "$work/ovmilter.log" || om_fail "ovmilter did not start"

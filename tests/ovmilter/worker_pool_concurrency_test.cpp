@@ -125,7 +125,7 @@ TEST(WorkerPool, TheCallerKeepsBusyWhileItsJobRuns)
                                  release = true;
                          },
                          std::chrono::milliseconds(1)));
-    EXPECT_EQ(calls, 3);
+    EXPECT_GE(calls, 3);   // more when the job's thread is slow to see the release
     EXPECT_TRUE(onCaller);
 }
 

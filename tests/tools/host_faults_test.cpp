@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "support/base_temp_dir.h"
+#include "support/small_tmpfs.h"
 #include "support/tools_ovctl.h"
 
 namespace {
@@ -87,6 +88,20 @@ TEST(HostFaultsTest, JsonAndSpoolCarryTheFaults)
     OvctlRun run = run_ovctl({"spool", "--root", install.root(), spool.dir()});
     EXPECT_EQ(1, run.status);
     EXPECT_NE(std::string::npos, run.output.find("\tblocked\tquarantined\tConfidential\tcopy\n"))
+        << run.output;
+}
+
+TEST(HostFaultsTest, AFullOutboxIsANotifyFault)
+{
+    SmallTmpfs outbox(64 * 1024);
+    if (!outbox.mounted())
+        GTEST_SKIP() << outbox.reason();
+    outbox.Fill(0);
+    FaultyRoot install;
+    OvctlRun run = run_ovctl({"scan", "--root", install.root(), "--outbox", outbox.dir(),
+                              example_mail("02-invoice-exe.eml")});
+    EXPECT_EQ(1, run.status);
+    EXPECT_NE(std::string::npos, run.output.find("\tpass\treplaced\tinvoice.exe\tnotify\n"))
         << run.output;
 }
 

@@ -11,6 +11,7 @@
 #include <fstream>
 #include <map>
 #include <mutex>
+#include <sstream>
 #include <thread>
 
 #include "base/profile.h"
@@ -25,6 +26,35 @@ std::mutex g_outboxMutex;
 std::string g_outbox;
 unsigned g_queued = 0;
 
+// Writes `text` to `path` whole; false (and no file) when any write fails.
+bool write_whole_file(const std::string &path, const std::string &text)
+{
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    out << text;
+    out.close();
+    if (out)
+        return true;
+    std::remove(path.c_str());
+    return false;
+}
+
+// The notification mail moved (or, across file systems, copied) to `to`.
+bool move_queued_mail(const char *from, const std::string &to)
+{
+    if (std::rename(from, to.c_str()) == 0)
+        return true;
+    std::ifstream in(from, std::ios::binary);
+    std::ostringstream text;
+    text << in.rdbuf();
+    if (!in || !write_whole_file(to, text.str()))
+        return false;
+    std::remove(from);
+    return true;
+}
+
+// Keeps a queued notification in the outbox as notification-N.eml with its
+// envelope in notification-N.env; -1 when either cannot be written, so that
+// the plug-in reports the notification as not queued.
 int enqueue_to_outbox(ZWEnqueRecord *record)
 {
     if (!record || !record->path)
@@ -35,17 +65,15 @@ int enqueue_to_outbox(ZWEnqueRecord *record)
         std::remove(record->path);
         return 0;
     }
-    std::string base = g_outbox + "/notification-" + std::to_string(g_queued);
-    std::ofstream envelope(base + ".env");
-    envelope << "from " << (record->from ? record->from : "") << "\n";
+    const std::string base = g_outbox + "/notification-" + std::to_string(g_queued);
+    std::string envelope = "from " + std::string(record->from ? record->from : "") + "\n";
     for (char **to = record->recipients; to && *to; ++to)
-        envelope << "to " << *to << "\n";
-    if (std::rename(record->path, (base + ".eml").c_str()) != 0) {
-        // Another file system: copy, then remove the queued file.
-        std::ifstream in(record->path, std::ios::binary);
-        std::ofstream out(base + ".eml", std::ios::binary);
-        out << in.rdbuf();
-        std::remove(record->path);
+        envelope += "to " + std::string(*to) + "\n";
+    if (!write_whole_file(base + ".env", envelope))
+        return -1;
+    if (!move_queued_mail(record->path, base + ".eml")) {
+        std::remove((base + ".env").c_str());
+        return -1;
     }
     return 0;
 }
