@@ -4,16 +4,16 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "base/file_util.h"
-
-_BOUNDLIST *AddBoundary(char *boundary, _BOUNDLIST *top, int digest)
+_BOUNDLIST *AddBoundary(const char *boundary, _BOUNDLIST *top, int digest)
 {
-    auto *entry = static_cast<_BOUNDLIST *>(std::malloc(sizeof(_BOUNDLIST)));
+    if (!boundary)
+        boundary = "";
+    const size_t length = std::strlen(boundary);
+    auto *entry = static_cast<_BOUNDLIST *>(std::malloc(sizeof(_BOUNDLIST) + length + 1));
     if (!entry)
         return top;
-    if (boundary && std::strlen(boundary) > BOUNDARY_SIZE - 1)
-        boundary[BOUNDARY_SIZE - 1] = '\0';
-    strcpy_truncate(entry->m_szBoundary, boundary ? boundary : "", sizeof entry->m_szBoundary);
+    entry->m_szBoundary = reinterpret_cast<char *>(entry + 1);
+    std::memcpy(entry->m_szBoundary, boundary, length + 1);
     entry->m_pNext = top;
     entry->m_bDigest = digest;
     return entry;

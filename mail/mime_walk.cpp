@@ -18,7 +18,6 @@
 namespace {
 
 constexpr int kNameSize = MimeLineReader::kLineSize;
-constexpr size_t kMaxBoundaryValue = 511;
 constexpr size_t kMaxClearBoundary = 70;   // the longest boundary the format allows
 
 enum State {
@@ -84,7 +83,7 @@ private:
     void EndHeader();
     void ApplyContentTypeParameters();
     void UpdateName();
-    void PushBoundary(std::string value);
+    void PushBoundary(const std::string &value);
     void Ambiguous(int reason)
     {
         if (m_pInfo)
@@ -520,12 +519,10 @@ std::string MimeWalk::Decoded(const char *line)
     return text;
 }
 
-void MimeWalk::PushBoundary(std::string value)
+void MimeWalk::PushBoundary(const std::string &value)
 {
-    if (value.size() > kMaxBoundaryValue)
-        value.resize(kMaxBoundaryValue);
     m_bBoundaryKnown = true;
-    m_pTop = AddBoundary(&value[0], m_pTop, m_bDigest ? 1 : 0);
+    m_pTop = AddBoundary(value.c_str(), m_pTop, m_bDigest ? 1 : 0);
 }
 
 } // namespace

@@ -38,6 +38,7 @@ inline std::vector<MailClientShape> MailClientShapes()
     const std::pair<std::string, std::string> evil = {"evil.exe", "application/octet-stream"};
     const std::string exe = MailClientExePart("Content-Type: application/octet-stream; name=\"evil.exe\"\n");
     const std::string longBoundary(80, 'L');
+    const std::string hugeBoundary(600, 'h');
     const std::string longWord = "eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4"
                                  "eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4"
                                  "eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4LmV4"
@@ -80,6 +81,12 @@ inline std::vector<MailClientShape> MailClientShapes()
          MailClientHead("Content-Type: multipart/mixed; boundary=\"" + longBoundary + "\"\n\n--" +
                         longBoundary + "\n") +
              exe + "--" + longBoundary + "--\n",
+         {evil},
+         MIME_AMBIGUOUS_LONG_BOUNDARY},
+        {"boundary of 600 characters",
+         MailClientHead("Content-Type: multipart/mixed; boundary=\"" + hugeBoundary + "\"\n\n--" +
+                        hugeBoundary + "\n") +
+             exe + "--" + hugeBoundary + "--\n",
          {evil},
          MIME_AMBIGUOUS_LONG_BOUNDARY},
         {"part with two Content-Type headers",
