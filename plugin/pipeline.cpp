@@ -13,6 +13,12 @@
 //      severe action (Delete > Quarantine > Archive) and the warnings
 //   7. remove the temporary file, count the thread out, fill the result
 //
+// Each file of the mail is opened once: the envelope is read whole and parsed
+// from memory; the message stays open for the relay hosts and the MIME walk;
+// the text file is created open, written by the walk only when the text
+// outgrows its buffer and then read back by the keyword scan through the
+// same stream. Copies, rewrites and notifications open what they need.
+//
 // Notifications for a policy block go out in the order sender, recipients,
 // users, after the mail was copied, so that a warning never speaks of a copy
 // that failed silently before it.
