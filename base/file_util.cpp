@@ -233,6 +233,30 @@ bool CreateDirectory(const char *path, void *)
     return path && ::mkdir(path, 0755) == 0;
 }
 
+int CreateTempFile(const char *dir, const char *prefix, const char *extension, char *out,
+                   unsigned *number)
+{
+    if (!out)
+        return -1;
+    out[0] = '\0';
+    // A clash takes the next number.
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        unsigned n = next_temp_number();
+        if (!build_temp_name(dir, prefix, extension, n, out))
+            break;
+        int fd = ::open(out, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+        if (fd >= 0) {
+            if (number)
+                *number = n;
+            return fd;
+        }
+        if (errno != EEXIST)
+            break;
+    }
+    out[0] = '\0';
+    return -1;
+}
+
 unsigned GetTempFileNameEx(const char *dir, const char *prefix, const char *extension,
                            unsigned unique, char *out)
 {
@@ -241,21 +265,13 @@ unsigned GetTempFileNameEx(const char *dir, const char *prefix, const char *exte
     out[0] = '\0';
     if (unique != 0)
         return build_temp_name(dir, prefix, extension, unique, out) ? unique : 0;
-    // Create the file so that the name stays ours; a clash takes the next number.
-    for (int attempt = 0; attempt < 100; ++attempt) {
-        unsigned n = next_temp_number();
-        if (!build_temp_name(dir, prefix, extension, n, out))
-            break;
-        int fd = ::open(out, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-        if (fd >= 0) {
-            ::close(fd);
-            return n;
-        }
-        if (errno != EEXIST)
-            break;
-    }
-    out[0] = '\0';
-    return 0;
+    // Create the file so that the name stays ours.
+    unsigned n = 0;
+    int fd = CreateTempFile(dir, prefix, extension, out, &n);
+    if (fd < 0)
+        return 0;
+    ::close(fd);
+    return n;
 }
 
 unsigned GetTempFileName(const char *dir, const char *prefix, unsigned unique, char *out)
@@ -356,6 +372,11 @@ f_read_text_file::f_read_text_file(const char *path) : m_file(path ? std::fopen(
 {
 }
 
+f_read_text_file::f_read_text_file(const char *text, size_t length)
+    : m_text(text), m_textEnd(text ? text + length : nullptr)
+{
+}
+
 f_read_text_file::~f_read_text_file()
 {
     if (m_file)
@@ -365,6 +386,8 @@ f_read_text_file::~f_read_text_file()
 bool f_read_text_file::read_a_line(std::string &line)
 {
     line.clear();
+    if (m_text)
+        return read_a_text_line(line);
     if (!m_file)
         return false;
     int c;
@@ -378,6 +401,18 @@ bool f_read_text_file::read_a_line(std::string &line)
     if (!line.empty() && line.back() == '\r' && c == '\n')
         line.pop_back();
     return any;
+}
+
+bool f_read_text_file::read_a_text_line(std::string &line)
+{
+    if (m_text == m_textEnd)
+        return false;
+    const char *end = static_cast<const char *>(std::memchr(m_text, '\n', m_textEnd - m_text));
+    line.assign(m_text, end ? end : m_textEnd);
+    m_text = end ? end + 1 : m_textEnd;
+    if (end && !line.empty() && line.back() == '\r')
+        line.pop_back();
+    return true;
 }
 
 f_write_text_file::f_write_text_file(const char *path, const char *mode)

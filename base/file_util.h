@@ -41,6 +41,11 @@ unsigned GetTempFileName(const char *dir, const char *prefix, unsigned unique, c
 // ".tmp": "<dir>/<prefix><pid>_<tid>_<n><extension>".
 unsigned GetTempFileNameEx(const char *dir, const char *prefix, const char *extension,
                            unsigned unique, char *out);
+// Creates a new temporary file as GetTempFileNameEx does and returns it open
+// for reading and writing (close-on-exec), its name in out and its number in
+// *number (when given); -1 with errno set and out empty on failure.
+int CreateTempFile(const char *dir, const char *prefix, const char *extension, char *out,
+                   unsigned *number = nullptr);
 // "<dir><name>.<pid>.<tid>" into out (OV_MAX_PATH bytes).
 void make_path_name_pid_tid(const char *dir, const char *name, char *out);
 // A unique base name "<prefix><pid>_<tid>_<n>" without a directory.
@@ -67,18 +72,25 @@ char *Strtok(char *text, const char *separators, char **save);
 // Line reader: read_a_line gives the next line without its line end ("\n",
 // "\r\n") and returns false at the end of the file. A last line without a
 // line end is still given.
+// The second constructor reads the lines of a text already in memory (which
+// must outlive the reader) the same way.
 class f_read_text_file {
 public:
     explicit f_read_text_file(const char *path);
+    f_read_text_file(const char *text, size_t length);
     ~f_read_text_file();
     f_read_text_file(const f_read_text_file &) = delete;
     f_read_text_file &operator=(const f_read_text_file &) = delete;
 
-    bool is_open() const { return m_file != nullptr; }
+    bool is_open() const { return m_file != nullptr || m_text != nullptr; }
     bool read_a_line(std::string &line);
 
 private:
+    bool read_a_text_line(std::string &line);
+
     FILE *m_file = nullptr;
+    const char *m_text = nullptr; // the rest of the text in memory
+    const char *m_textEnd = nullptr;
 };
 
 // Line writer: output_a_line writes one printf-style formatted text (the

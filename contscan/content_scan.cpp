@@ -158,14 +158,15 @@ int IsKeywordListMatch(KEYWORDLIST_STRU *list, KEYWORD_MATCH_SET *matches)
     return 1;
 }
 
-int ACFileStringSearch(POLICYSET *set, MEMBUF *membuf, char *path, TYPE_CS_MAIL direction,
-                       _POLICY_MATCH_INFO *info)
+namespace
 {
-    if (!set)
-        return -1;
-    KEYWORD_MATCH_SET matches = {};
-    int result = AhoCorasickStringSearch(set->m_pKeywordTree, membuf, path, set->m_bCaseSensitive,
-                                         set->m_bExactMatch, &matches);
+
+// Marks the policies of the list from the search's matches (or passes on the
+// search's error); frees the matches.
+int JudgeMatches(POLICYSET *set, int searched, KEYWORD_MATCH_SET &matches, TYPE_CS_MAIL direction,
+                 _POLICY_MATCH_INFO *info)
+{
+    int result = searched;
     if (result != 0) {
         FreeKeywordMatchSet(&matches);
         return result;
@@ -184,6 +185,30 @@ int ACFileStringSearch(POLICYSET *set, MEMBUF *membuf, char *path, TYPE_CS_MAIL 
     }
     FreeKeywordMatchSet(&matches);
     return result;
+}
+
+} // namespace
+
+int ACFileStringSearch(POLICYSET *set, MEMBUF *membuf, char *path, TYPE_CS_MAIL direction,
+                       _POLICY_MATCH_INFO *info)
+{
+    if (!set)
+        return -1;
+    KEYWORD_MATCH_SET matches = {};
+    int searched = AhoCorasickStringSearch(set->m_pKeywordTree, membuf, path, set->m_bCaseSensitive,
+                                           set->m_bExactMatch, &matches);
+    return JudgeMatches(set, searched, matches, direction, info);
+}
+
+int ACStreamStringSearch(POLICYSET *set, MEMBUF *membuf, FILE *text, TYPE_CS_MAIL direction,
+                         _POLICY_MATCH_INFO *info)
+{
+    if (!set)
+        return -1;
+    KEYWORD_MATCH_SET matches = {};
+    int searched = AhoCorasickStreamSearch(set->m_pKeywordTree, membuf, text, set->m_bCaseSensitive,
+                                           set->m_bExactMatch, &matches);
+    return JudgeMatches(set, searched, matches, direction, info);
 }
 
 extern "C" {

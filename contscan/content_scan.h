@@ -25,6 +25,11 @@ TYPE_CS_MAIL MailDirectionOf(const char *path);
 // search's error (-1, -ENOENT, -ENOMEM) otherwise; -1 for a null set.
 int ACFileStringSearch(POLICYSET *set, MEMBUF *membuf, char *path, TYPE_CS_MAIL direction,
                        _POLICY_MATCH_INFO *info);
+// The same over the mail's text file already open for reading (see
+// AhoCorasickStreamSearch): the caller that made the file reads it without
+// opening it again.
+int ACStreamStringSearch(POLICYSET *set, MEMBUF *membuf, FILE *text, TYPE_CS_MAIL direction,
+                         _POLICY_MATCH_INFO *info);
 
 // 1 when an enabled policy has neither flag set in the list.
 int CheckIfNeedSearch(POLICYSET *set, _POLICY_MATCH_INFO *info);

@@ -161,8 +161,18 @@ int AhoCorasickStringSearch(KEYWORDTREE *tree, MEMBUF *membuf, const char *path,
                           << ") failed: " << Log::syserr() << Orvane::endl;
         return -ENOENT;
     }
+    return AhoCorasickStreamSearch(tree, membuf, file.get(), caseSensitive, exactMatch, matches);
+}
+
+int AhoCorasickStreamSearch(KEYWORDTREE *tree, MEMBUF *membuf, FILE *text, int caseSensitive,
+                            int exactMatch, KEYWORD_MATCH_SET *matches)
+{
+    if (!tree || !tree->m_bBuilt || !matches || !text)
+        return -1;
     KeywordScanner scanner(tree, caseSensitive != 0, exactMatch != 0, matches);
     if (membuf && membuf->m_bInMemory)
         return ScanMemory(scanner, membuf, caseSensitive != 0);
-    return LineScan(file.get(), scanner).Run();
+    if (std::fseek(text, 0, SEEK_SET) != 0)
+        return -EIO;
+    return LineScan(text, scanner).Run();
 }

@@ -33,6 +33,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdio>
 #include <memory>
 #include <vector>
 
@@ -204,6 +205,10 @@ size_t KeywordTreeMemory(const KEYWORDTREE *tree);
 // 0 on success, -1 for a null tree, -ENOENT when the file at path cannot be
 // opened (also in memory mode). Hits are appended to matches.
 int AhoCorasickStringSearch(KEYWORDTREE *tree, MEMBUF *membuf, const char *path, int caseSensitive,
+                            int exactMatch, KEYWORD_MATCH_SET *matches);
+// The same over a text file already open for reading (read from its start,
+// only when the text is not in memory); -1 for a null tree or file.
+int AhoCorasickStreamSearch(KEYWORDTREE *tree, MEMBUF *membuf, FILE *text, int caseSensitive,
                             int exactMatch, KEYWORD_MATCH_SET *matches);
 // Appends a copy of the output's three fields; 0 when memory failed.
 int AddKeywordMatchInfo(KEYWORD_MATCH_SET *matches, const KeywordOutput *output);

@@ -57,8 +57,21 @@ std::string DecodeValue(const std::string &value)
 bool CMailInfo::ParseAFInfo(const char *afPath, bool raw)
 {
     f_read_text_file file(afPath);
+    ParseAFLines(file, raw);
+    return true;
+}
+
+bool CMailInfo::ParseAFText(const std::string &text, bool raw)
+{
+    f_read_text_file lines(text.data(), text.size());
+    ParseAFLines(lines, raw);
+    return true;
+}
+
+void CMailInfo::ParseAFLines(f_read_text_file &file, bool raw)
+{
     if (!file.is_open())
-        return true;
+        return;
     std::string line;
     while (file.read_a_line(line)) {
         if (line.size() <= 1 || !envelope::IsCommandLetter(line[0]))
@@ -71,7 +84,6 @@ bool CMailInfo::ParseAFInfo(const char *afPath, bool raw)
             continue;
         StoreValue(trimmed[0], envelope::DecodeValue(value));
     }
-    return true;
 }
 
 void CMailInfo::StoreValue(char letter, const std::string &value)

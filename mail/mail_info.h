@@ -25,6 +25,7 @@
 
 #include <string>
 
+#include "base/file_util.h"
 #include "mail/attach.h"
 #include "mail/envelope.h"
 
@@ -45,6 +46,8 @@ public:
     // ">" are stripped and a value that is empty then is skipped. A file
     // that cannot be opened leaves the record unchanged. Always true.
     bool ParseAFInfo(const char *afPath, bool raw);
+    // The same over the envelope file's text, already read.
+    bool ParseAFText(const std::string &text, bool raw);
     // Appends a relay host; a host longer than 511 characters is cut in the
     // caller's own buffer first.
     void AddDomain(char *host);
@@ -87,5 +90,6 @@ public:
     int m_nMimeAmbiguity;             // MIME_AMBIGUOUS_... bits (mail/mime_walk.h)
 
 private:
+    void ParseAFLines(f_read_text_file &lines, bool raw);
     void StoreValue(char letter, const std::string &value);
 };

@@ -51,6 +51,17 @@ void CMailList::AddMailer(const char *address)
 void CMailList::GatherMailList(const char *afPath)
 {
     f_read_text_file file(afPath);
+    GatherLines(file);
+}
+
+void CMailList::GatherMailListText(const std::string &text)
+{
+    f_read_text_file lines(text.data(), text.size());
+    GatherLines(lines);
+}
+
+void CMailList::GatherLines(f_read_text_file &file)
+{
     if (!file.is_open())
         return;
     std::string line;

@@ -10,8 +10,11 @@
 // of many recipients costs linear time.
 #pragma once
 
+#include <string>
 #include <string_view>
 #include <unordered_set>
+
+class f_read_text_file;
 
 class CMailer {
 public:
@@ -37,6 +40,8 @@ public:
     // AddMailer for every "T" line of the envelope file (the text after the
     // letter, trimmed on the right, brackets kept), then CreateListString.
     void GatherMailList(const char *afPath);
+    // The same over the envelope file's text, already read.
+    void GatherMailListText(const std::string &text);
     // Sum over the entries of (length + 1).
     int QueryListLen();
     // Rebuilds the joined text; it stays null for an empty list.
@@ -48,5 +53,7 @@ public:
     CMailer *m_pTail = nullptr;
 
 private:
+    void GatherLines(f_read_text_file &lines);
+
     std::unordered_set<std::string_view> m_addresses;   // views of the entries' texts
 };

@@ -27,8 +27,12 @@ std::string host_path(const std::string &path)
     return result.empty() ? path : result;
 }
 
+// Makes the directory and any missing parents; one call when the parent is
+// there (the usual case: each mail's copy goes where earlier ones went).
 void make_directories(const std::string &path)
 {
+    if (CreateDirectory(path.c_str(), nullptr) || errno != ENOENT)
+        return;
     for (size_t slash = path.find('/', 1); slash != std::string::npos;
          slash = path.find('/', slash + 1))
         CreateDirectory(path.substr(0, slash).c_str(), nullptr);

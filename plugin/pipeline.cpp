@@ -13,6 +13,12 @@
 //      severe action (Delete > Quarantine > Archive) and the warnings
 //   7. remove the temporary file, count the thread out, fill the result
 //
+// Each file of the mail is opened once: the envelope is read whole and parsed
+// from memory; the message stays open for the relay hosts and the MIME walk;
+// the text file is created open, written by the walk only when the text
+// outgrows its buffer and then read back by the keyword scan through the
+// same stream. Copies, rewrites and notifications open what they need.
+//
 // Notifications for a policy block go out in the order sender, recipients,
 // users, after the mail was copied, so that a warning never speaks of a copy
 // that failed silently before it.
@@ -43,7 +49,9 @@
 // "Attachment Removal" for the specialized filter, whichever acted last,
 // also when its action failed. The plug-in never deletes the host's AF or DF
 // file.
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -57,12 +65,13 @@
 
 #include "base/file_util.h"
 #include "base/log.h"
+#include "contscan/content_scan.h"
 #include "mail/mail_info.h"
 #include "mail/mail_list.h"
 #include "mail/mime_walk.h"
+#include "mail/temp_dir.h"
 #include "notify/event_log.h"
 #include "notify/notification.h"
-#include "mail/temp_dir.h"
 #include "notify/notify_globals.h"
 #include "ov/contscan.h"
 #include "ov/host.h"
@@ -131,45 +140,92 @@ int mail_direction(const std::string &afPath)
     return name.size() >= 3 && name[2] == 'O' ? 1 : 0;
 }
 
-// Length of a readable file, or -1 with errno set.
-long file_length(const std::string &path)
-{
-    FILE *file = std::fopen(path.c_str(), "rb");
-    if (!file)
-        return -1;
+struct FileCloser {
+    void operator()(FILE *file) const { std::fclose(file); }
+};
+using FilePtr = std::unique_ptr<FILE, FileCloser>;
+
+// The message is read through a buffer this large: the "Received:" headers
+// and the MIME walk of a mail of that size then read the file once.
+constexpr size_t kMessageBuffer = 64 * 1024;
+
+// One of the mail's two files, opened once for the whole call.
+struct MailFile {
+    FilePtr file;
     long length = -1;
-    if (std::fseek(file, 0, SEEK_END) == 0)
-        length = std::ftell(file);
-    std::fclose(file);
-    return length;
+    std::string problem; // why it is unusable: the system's error text or "File length=0"
+    std::unique_ptr<char[]> buffer;
+
+    bool usable() const { return length > 0; }
+};
+
+// Opens a mail file for reading and takes its length; a buffer size other
+// than 0 gives the stream a buffer of its own.
+void open_mail_file(const std::string &path, size_t bufferSize, MailFile *out)
+{
+    out->file.reset(std::fopen(path.c_str(), "rb"));
+    struct stat status;
+    if (!out->file || fstat(fileno(out->file.get()), &status) != 0) {
+        out->problem = std::strerror(errno);
+        out->file.reset();
+        return;
+    }
+    out->length = static_cast<long>(status.st_size);
+    if (out->length == 0)
+        out->problem = "File length=0";
+    if (bufferSize > 0) {
+        out->buffer.reset(new char[bufferSize]);
+        std::setvbuf(out->file.get(), out->buffer.get(), _IOFBF, bufferSize);
+    }
 }
 
-// Checks the AF and DF files; writes the event-log line on failure.
-bool check_mail_files(const std::string &af, const std::string &df, long *dfLength)
+// The whole of a small file opened by open_mail_file (read past its known
+// length, in case it grew); what could be read when a read fails.
+std::string read_whole(const MailFile &mail)
 {
-    long afLength = file_length(af);
-    std::string afProblem = afLength < 0 ? std::strerror(errno) : "File length=0";
-    *dfLength = file_length(df);
-    std::string dfProblem = *dfLength < 0 ? std::strerror(errno) : "File length=0";
-    const bool afOk = afLength > 0, dfOk = *dfLength > 0;
+    std::string text(static_cast<size_t>(mail.length) + 1, '\0');
+    size_t have = 0;
+    while (true) {
+        const ssize_t got = read(fileno(mail.file.get()), &text[have], text.size() - have);
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got <= 0)
+            break;
+        have += static_cast<size_t>(got);
+        if (have < text.size())
+            break; // a short read of a regular file ends it
+        text.resize(text.size() * 2);
+    }
+    text.resize(have);
+    return text;
+}
+
+// Opens the AF and DF files; writes the event-log line when either does not
+// open or is empty.
+bool open_mail_files(const std::string &af, const std::string &df, MailFile *afFile,
+                     MailFile *dfFile)
+{
+    open_mail_file(af, 0, afFile);
+    open_mail_file(df, kMessageBuffer, dfFile);
+    const bool afOk = afFile->usable(), dfOk = dfFile->usable();
     if (afOk && dfOk) {
-        ovux_log->start() << "ZWEmailPluginProcess: AF(" << af << "): File length=" << afLength
-                          << Orvane::endl;
-        ovux_log->start() << "ZWEmailPluginProcess: DF(" << df << "): File length=" << *dfLength
-                          << Orvane::endl;
+        ovux_log->start() << "ZWEmailPluginProcess: AF(" << af
+                          << "): File length=" << afFile->length << Orvane::endl;
+        ovux_log->start() << "ZWEmailPluginProcess: DF(" << df
+                          << "): File length=" << dfFile->length << Orvane::endl;
         debug("ZWEmailPluginProcess: AF and DF exist!");
         return true;
     }
     char line[4 * OV_MAX_PATH];
     if (!afOk && !dfOk)
         std::snprintf(line, sizeof line, "CONTENT MANAGEMENT ERROR: AF(%s): %s, DF(%s): %s",
-                      af.c_str(), afProblem.c_str(), df.c_str(), dfProblem.c_str());
+                      af.c_str(), afFile->problem.c_str(), df.c_str(), dfFile->problem.c_str());
     else if (!afOk)
         std::snprintf(line, sizeof line, "CONTENT MANAGEMENT ERROR: AF(%s): %s", af.c_str(),
-                      afProblem.c_str());
+                      afFile->problem.c_str());
     else
         std::snprintf(line, sizeof line, "CONTENT MANAGEMENT ERROR: DF(%s): %s", df.c_str(),
-                      dfProblem.c_str());
+                      dfFile->problem.c_str());
     WriteLogFile(line, nullptr, 367, 0);
     return false;
 }
@@ -288,8 +344,10 @@ std::string take_action(PolicyAction action, MailContext &mail,
     return "";
 }
 
-void remove_temp_file(const char *tempName)
+// Closes the mail's text file, then removes it when so configured.
+void remove_temp_file(FilePtr &text, const char *tempName)
 {
+    text.reset();
     if (!bDeleteTempDir)
         return;
     DeleteFile(tempName);
@@ -323,13 +381,14 @@ void act_on_rule(MailContext &mail, const std::string &ruleName, const std::stri
 
 // The names of the policies whose keyword lists matched, in policy order;
 // false when the scan could not prepare the message.
-bool scan_keywords(MEMBUF *membuf, char *tempName, std::vector<std::string> *matched)
+bool scan_keywords(MEMBUF *membuf, FILE *text, const char *tempName,
+                   std::vector<std::string> *matched)
 {
     ReadLock lock(*m_rwObj);
     _POLICY_MATCH_INFO *list = InitPolicySetMatchInfo();
     ovux_log->start() << "ZWEmailPluginProcess: ZWContScanScanFile(" << tempName << ") enter...."
                       << Orvane::endl;
-    int scanned = ZWContScanScanFile(m_pPolicySet, membuf, tempName, list);
+    int scanned = ACStreamStringSearch(m_pPolicySet, membuf, text, MailDirectionOf(tempName), list);
     debug("ZWEmailPluginProcess: ZWContScanScanFile() leave OK!");
     if (scanned < 0) {
         FreePolicySetMatchInfo(list);
@@ -431,10 +490,10 @@ std::string bare_address(const std::string &value)
 }
 
 // The envelope recipients ("T" lines), without brackets, comma-separated.
-std::string envelope_recipients(const std::string &af)
+std::string envelope_recipients(const std::string &afText)
 {
     CMailList list;
-    list.GatherMailList(af.c_str());
+    list.GatherMailListText(afText);
     std::string joined;
     for (const CMailer *entry = list.m_pHead; entry; entry = entry->m_pNext) {
         std::string address = bare_address(entry->m_pszAddress ? entry->m_pszAddress : "");
@@ -459,27 +518,32 @@ void set_queue_function(ZWEnqueMailFn queue)
 }
 
 // True when the new temporary file takes a byte: a full disk shows here
-// rather than as a text file cut short under the keyword scan.
-bool takes_a_byte(const char *path)
+// rather than as a text file cut short under the keyword scan. The file is
+// left empty; its first block is reserved where the file system can do that
+// without a write.
+bool takes_a_byte(int fd)
 {
-    FILE *file = std::fopen(path, "wb");
-    if (!file)
+    if (fallocate(fd, FALLOC_FL_KEEP_SIZE, 0, 1) == 0)
+        return true;
+    if (errno != EOPNOTSUPP && errno != ENOSYS)
         return false;
-    const bool written = std::fputc('\n', file) != EOF;
-    return std::fclose(file) == 0 && written;
+    return pwrite(fd, "\n", 1, 0) == 1 && ftruncate(fd, 0) == 0;
 }
 
-// A name for the mail's text file in the temporary directory, its file
-// created and writable. A directory that has gone is made again once. When
-// none can be had the keyword scan is skipped (see the ContScan step), and
-// the event log says why.
-bool make_temp_name(const char *prefix, char *tempName)
+// The mail's text file in the temporary directory, created, writable and
+// open for reading and writing, its name in tempName. A directory that has
+// gone is made again once. When none can be had the keyword scan is skipped
+// (see the ContScan step), and the event log says why.
+FilePtr make_text_file(const char *prefix, char *tempName)
 {
     for (int attempt = 0; attempt < 2; ++attempt) {
-        if (GetTempFileName(g_t_strTEMPDIR.c_str(), prefix, 0, tempName) != 0) {
-            if (takes_a_byte(tempName))
-                return true;
+        const int fd = CreateTempFile(g_t_strTEMPDIR.c_str(), prefix, ".tmp", tempName);
+        if (fd >= 0) {
+            FILE *text = takes_a_byte(fd) ? fdopen(fd, "w+b") : nullptr;
+            if (text)
+                return FilePtr(text);
             const int error = errno;
+            close(fd);
             DeleteFile(tempName);
             tempName[0] = '\0';
             errno = error;
@@ -494,7 +558,7 @@ bool make_temp_name(const char *prefix, char *tempName)
     std::snprintf(line, sizeof line, "CONTENT MANAGEMENT ERROR: GetTempFileName(%s) fail! ErrCode(%d)",
                   g_t_strTEMPDIR.c_str(), error);
     WriteLogFile(line, nullptr, 367, 0);
-    return false;
+    return nullptr;
 }
 
 int process_mail(ZWHostCall *call, ZWMailResult *result, OVMailReport *report)
@@ -509,16 +573,18 @@ int process_mail(ZWHostCall *call, ZWMailResult *result, OVMailReport *report)
     mail->af.assign(call->af_path, strnlen(call->af_path, sizeof call->af_path));
     mail->df = data_file_path(mail->af);
     mail->direction = mail_direction(mail->af);
-    long dfLength = 0;
-    if (!check_mail_files(mail->af, mail->df, &dfLength))
+    MailFile afFile, dfFile;
+    if (!open_mail_files(mail->af, mail->df, &afFile, &dfFile))
         return -6;
 
-    mail->info.ParseAFInfo(mail->af.c_str(), true);
+    const std::string afText = read_whole(afFile);
+    afFile.file.reset();
+    mail->info.ParseAFText(afText, true);
     if (mail->info.m_lReceivedTime == 0)
         mail->info.m_lReceivedTime = static_cast<int>(time(nullptr));
-    mail->info.m_nMailSize = static_cast<int>(dfLength);
+    mail->info.m_nMailSize = static_cast<int>(dfFile.length);
     mail->info.m_nDirection = mail->direction;
-    mail->recipients = envelope_recipients(mail->af);
+    mail->recipients = envelope_recipients(afText);
     mail->sender = bare_address(mail->info.m_pszEnvelopeFrom ? mail->info.m_pszEnvelopeFrom : "");
     // The report goes back however the call ends from here on.
     struct ReportOut {
@@ -531,11 +597,12 @@ int process_mail(ZWHostCall *call, ZWMailResult *result, OVMailReport *report)
         }
     } reportOut{*mail, report};
     char tempName[OV_MAX_PATH] = "";
-    if (!make_temp_name(mail->direction == 1 ? "DFO" : "DFI", tempName))
+    FilePtr text = make_text_file(mail->direction == 1 ? "DFO" : "DFI", tempName);
+    if (!text)
         mail->report.faults |= OV_FAULT_TEMP;
 
     debug("ZWEmailPluginProcess: RuleScan Starting....");
-    auto membuf = std::make_unique<MEMBUF>();
+    std::unique_ptr<MEMBUF> membuf(new MEMBUF); // not cleared: the walk fills what is read
     membuf->m_bInMemory = 0;
     membuf->m_nLength = 0;
     membuf->m_szData[0] = '\0';
@@ -544,12 +611,17 @@ int process_mail(ZWHostCall *call, ZWMailResult *result, OVMailReport *report)
     std::string ruleName, ruleText;
     ACT_TYPE actType = ACT_QUAR;
     TriggerType trigger = TRIGGER_ADMIN;
-    std::vector<char> af(mail->af.begin(), mail->af.end()), df(mail->df.begin(), mail->df.end());
-    af.push_back('\0');
-    df.push_back('\0');
-    const bool blocked = m_pRuleScanObj->Scan(af.data(), df.data(), ruleName, ruleText, actType,
-                                              trigger, mail->info, membuf.get(), tempName,
-                                              removal ? &replace : nullptr);
+    ScanFiles files;
+    files.af = mail->af.c_str();
+    files.df = mail->df.c_str();
+    files.message = dfFile.file.get();
+    files.messageSize = dfFile.length;
+    files.text = text.get();
+    files.textPath = tempName;
+    const bool blocked =
+        m_pRuleScanObj->Scan(files, ruleName, ruleText, actType, trigger, mail->info, membuf.get(),
+                             removal ? &replace : nullptr);
+    dfFile.file.reset();
     ovux_log->start() << (removal ? "ZWEmailPluginProcess: m_pRuleScanObj->Scan() with SFilter "
                                   : "ZWEmailPluginProcess: m_pRuleScanObj->Scan() ")
                       << (blocked ? "block!" : "pass!") << Orvane::endl;
@@ -570,7 +642,7 @@ int process_mail(ZWHostCall *call, ZWMailResult *result, OVMailReport *report)
 
     if (blocked || ambiguous) {
         act_on_rule(*mail, ruleName, ruleText, actType, result);
-        remove_temp_file(tempName);
+        remove_temp_file(text, tempName);
         debug("ZWEmailPluginProcess: Take Action for Anti-Spam OK!");
         debug("ZWEmailPluginProcess: OK!!");
         return 2;
@@ -578,7 +650,6 @@ int process_mail(ZWHostCall *call, ZWMailResult *result, OVMailReport *report)
 
     debug("ZWEmailPluginProcess: ContScan Starting....");
     std::vector<std::string> policies;
-    FILE *text = std::fopen(tempName, "r");
     if (!text) {
         ovux_log->start() << "ZWEmailPluginProcess: fopen(szTempDFName=" << tempName
                           << ",\"r\") failed!" << Orvane::endl;
@@ -586,11 +657,12 @@ int process_mail(ZWHostCall *call, ZWMailResult *result, OVMailReport *report)
             log_error(std::string("cannot read ") + tempName + ": keyword scan skipped");
         mail->report.faults |= OV_FAULT_TEMP;
     } else {
-        std::fclose(text);
-        if (!scan_keywords(membuf.get(), tempName, &policies)) {
+        const bool scanned = scan_keywords(membuf.get(), text.get(), tempName, &policies);
+        text.reset();
+        if (!scanned) {
             WriteLogFile("CONTENT MANAGEMENT ERROR: Failed to preprocess original message file.",
                          nullptr, 367, 0);
-            remove_temp_file(tempName);
+            remove_temp_file(text, tempName);
             return -8;
         }
     }
@@ -599,7 +671,7 @@ int process_mail(ZWHostCall *call, ZWMailResult *result, OVMailReport *report)
     else
         debug("ZWEmailPluginProcess: ZWContScanScanFile() pass!!");
 
-    remove_temp_file(tempName);
+    remove_temp_file(text, tempName);
     debug("ZWEmailPluginProcess: OK!!");
     return 0;
 }

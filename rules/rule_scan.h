@@ -29,6 +29,7 @@
 // runs. Envelope reading (GetAFInfo) lives in rule_scan_envelope.cpp.
 #pragma once
 
+#include <cstdio>
 #include <string>
 
 #include "base/sync.h"
@@ -40,6 +41,19 @@
 
 class CMailInfo;
 class f_read_text_file;
+
+// The files of one mail as its caller holds them open, so that a scan opens
+// neither again: the message at its start with its size, and the text file
+// (null when there is none) open for writing, with its name for the readers
+// that append to it.
+struct ScanFiles {
+    const char *af = nullptr;
+    const char *df = nullptr;
+    FILE *message = nullptr;
+    long messageSize = 0;
+    FILE *text = nullptr;
+    const char *textPath = nullptr;
+};
 
 // Size an error buffer of ParseLine must have at least.
 constexpr int RULE_ERROR_SIZE = 64;
@@ -114,6 +128,11 @@ public:
     bool Scan(const char *afFile, const char *dfFile, std::string &ruleName,
               std::string &ruleText, ACT_TYPE &action, TriggerType &trigger, CMailInfo &info,
               MEMBUF *buffer, const char *workDir, Replace_Stru *replace);
+    // As above over files the caller opened; the text file is flushed when
+    // Scan returns.
+    bool Scan(const ScanFiles &files, std::string &ruleName, std::string &ruleText,
+              ACT_TYPE &action, TriggerType &trigger, CMailInfo &info, MEMBUF *buffer,
+              Replace_Stru *replace);
 
     // Seal and unseal vendor rule files (sealed_file.h).
     static int EncrptFileWithCRC(const char *plainPath, const char *sealedPath);
@@ -132,8 +151,11 @@ private:
     // ParseLine for every line of an open rule file.
     void ParseRuleLines(f_read_text_file &file);
     // MIME walk and TNEF names of the message into info.
-    void CollectAttachments(const char *dfFile, MEMBUF *buffer, const char *workDir,
-                            CMailInfo &info);
+    void CollectAttachments(const ScanFiles &files, MEMBUF *buffer, CMailInfo &info);
+    // Scan over open files, with the action as text.
+    bool ScanOpenFiles(const ScanFiles &files, std::string &ruleName, std::string &ruleText,
+                       std::string &actionText, TriggerType &trigger, CMailInfo &info,
+                       MEMBUF *buffer, Replace_Stru *replace);
     // Lets the specialized filter pick attachments into replace.
     void PickAttachments(CMailInfo &info, Replace_Stru &replace);
     // The first rule for this direction that matches, or null.

@@ -2,15 +2,19 @@
 // text for Scan - the MIME walk, then, with DECODETNEF, the names of the
 // files inside TNEF attachments (and, with EnableAttachScan, the text of
 // included attachments, appended to the same buffer and text file).
+#include <cstdio>
+
 #include "mail/attachment_ops.h"
 #include "mail/mail_info.h"
 #include "mail/mime_walk.h"
 #include "rules/rule_scan.h"
 
-void CRuleScan::CollectAttachments(const char *dfFile, MEMBUF *buffer, const char *workDir,
-                                   CMailInfo &info)
+void CRuleScan::CollectAttachments(const ScanFiles &files, MEMBUF *buffer, CMailInfo &info)
 {
-    GetAttachmentInfo(dfFile, buffer, workDir, &info);
+    std::rewind(files.message);
+    WalkMail(files.message, files.messageSize, buffer, files.text, &info);
+    if (files.text)
+        std::fflush(files.text); // the TNEF listing appends to the same file
     if (DecodeTnef)
-        GetTnefFileName(dfFile, EnableAttachScan, info, buffer, workDir);
+        GetTnefFileName(files.df, EnableAttachScan, info, buffer, files.textPath);
 }

@@ -5,6 +5,8 @@
 //   3. the MIME walk (attachments, searchable text) and the TNEF names
 //   4. the specialized filter's picks, when a Replace_Stru is given
 //   5. the first matching rule, in list order
+#include <sys/stat.h>
+
 #include <cstdio>
 #include <memory>
 
@@ -64,22 +66,36 @@ bool CRuleScan::Scan(const char *afFile, const char *dfFile, std::string &ruleNa
                      std::string &ruleText, std::string &actionText, TriggerType &trigger,
                      CMailInfo &info, MEMBUF *buffer, const char *workDir, Replace_Stru *replace)
 {
-    const MAIL_TYPE direction = MailDirectionFromName(afFile);
+    RuleFilePtr message = OpenRuleFile(dfFile, "r");
+    if (!message) {
+        info.m_nDirection = MailDirectionFromName(afFile);
+        ovux_log->start() << "Scan: cannot open " << (dfFile ? dfFile : "(null)") << Orvane::endl;
+        return false;
+    }
+    struct stat status;
+    RuleFilePtr text = OpenRuleFile(workDir, "wb");
+    ScanFiles files;
+    files.af = afFile;
+    files.df = dfFile;
+    files.message = message.get();
+    files.messageSize = fstat(fileno(message.get()), &status) == 0 ? long(status.st_size) : 0;
+    files.text = text.get();
+    files.textPath = workDir;
+    return ScanOpenFiles(files, ruleName, ruleText, actionText, trigger, info, buffer, replace);
+}
+
+bool CRuleScan::ScanOpenFiles(const ScanFiles &files, std::string &ruleName, std::string &ruleText,
+                              std::string &actionText, TriggerType &trigger, CMailInfo &info,
+                              MEMBUF *buffer, Replace_Stru *replace)
+{
+    const MAIL_TYPE direction = MailDirectionFromName(files.af);
     info.m_nDirection = direction;
 
     ReadLock hold(m_lock);
-    {
-        RuleFilePtr message = OpenRuleFile(dfFile, "r");
-        if (!message) {
-            ovux_log->start() << "Scan: cannot open " << (dfFile ? dfFile : "(null)")
-                              << Orvane::endl;
-            return false;
-        }
-        info.m_nDomainCount = 0;
-        CollectReceivedHosts(message.get(), info);
-    }
+    info.m_nDomainCount = 0;
+    CollectReceivedHosts(files.message, info);
     info.m_nAttachCount = 0;
-    CollectAttachments(dfFile, buffer, workDir, info);
+    CollectAttachments(files, buffer, info);
     trigger = TRIGGER_ADMIN;
     if (replace)
         PickAttachments(info, *replace);
@@ -102,6 +118,17 @@ bool CRuleScan::Scan(const char *afFile, const char *dfFile, std::string &ruleNa
     std::string actionText;
     bool matched = Scan(afFile, dfFile, ruleName, ruleText, actionText, trigger, info, buffer,
                         workDir, replace);
+    action_from_text(actionText, action);
+    return matched;
+}
+
+bool CRuleScan::Scan(const ScanFiles &files, std::string &ruleName, std::string &ruleText,
+                     ACT_TYPE &action, TriggerType &trigger, CMailInfo &info, MEMBUF *buffer,
+                     Replace_Stru *replace)
+{
+    std::string actionText;
+    bool matched =
+        ScanOpenFiles(files, ruleName, ruleText, actionText, trigger, info, buffer, replace);
     action_from_text(actionText, action);
     return matched;
 }

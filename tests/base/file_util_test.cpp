@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstring>
 #include <set>
 #include <string>
@@ -125,6 +126,29 @@ TEST(FileUtilTest, TemporaryNamesAreUniqueAndCreated)
     EXPECT_EQ(std::string::npos, get_temp_name_without_path("p").find('/'));
 }
 
+TEST(FileUtilTest, CreatedTemporaryFileComesOpen)
+{
+    BaseTempDir tmp;
+    char out[OV_MAX_PATH];
+    unsigned n = 0;
+    const int fd = CreateTempFile(tmp.dir().c_str(), "DFI", ".tmp", out, &n);
+    ASSERT_GE(fd, 0);
+    EXPECT_NE(0u, n);
+    EXPECT_EQ("_" + std::to_string(n) + ".tmp",
+              std::string(out).substr(std::strrchr(out, '_') - out));
+    ASSERT_EQ(3, write(fd, "abc", 3)); // open for writing and reading
+    char back[4] = "";
+    EXPECT_EQ(3, pread(fd, back, 3, 0));
+    EXPECT_STREQ("abc", back);
+    close(fd);
+    EXPECT_EQ("abc", BaseTempDir::read(out));
+
+    errno = 0;
+    EXPECT_EQ(-1, CreateTempFile(tmp.path("missing-dir").c_str(), "DFI", ".tmp", out));
+    EXPECT_EQ(ENOENT, errno);
+    EXPECT_STREQ("", out);
+}
+
 TEST(FileUtilTest, SplitAndMakePath)
 {
     const struct {
@@ -196,6 +220,41 @@ TEST(FileUtilTest, TextFilesLineByLine)
     EXPECT_FALSE(f_read_text_file(tmp.path("missing").c_str()).read_a_line(line));
     f_write_text_file bad(tmp.path("no/dir").c_str());
     EXPECT_FALSE(output_a_line(bad, "x"));
+}
+
+// A text in memory reads into the same lines as the file holding it.
+TEST(FileUtilTest, TextInMemoryReadsAsItsFile)
+{
+    BaseTempDir tmp;
+    const std::string texts[] = {
+        "",
+        "\n",
+        "one",
+        "one\n",
+        "one\r\n",
+        "one\r",
+        "\r\n\r\n",
+        "a\n\nb",
+        "a\rb\nc",
+        "a\r\r\nb",
+        "\r",
+        "x\n\ny\r\n\r",
+        std::string("nul\0inside\nz", 13),
+    };
+    for (const std::string &text : texts) {
+        SCOPED_TRACE(::testing::PrintToString(text));
+        const std::string file = tmp.write("text", text);
+        f_read_text_file fromFile(file.c_str()), fromMemory(text.data(), text.size());
+        EXPECT_TRUE(fromMemory.is_open());
+        std::string a, b;
+        bool more;
+        do {
+            more = fromFile.read_a_line(a);
+            EXPECT_EQ(more, fromMemory.read_a_line(b));
+            EXPECT_EQ(a, b);
+        } while (more);
+        EXPECT_FALSE(fromMemory.read_a_line(b));
+    }
 }
 
 } // namespace

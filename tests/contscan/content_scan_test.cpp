@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <memory>
 
@@ -32,10 +33,12 @@ public:
     POLICYSET *set() { return m_set.get(); }
 
     // Scans text as the file `name` (in memory mode when asked, with the
-    // file left empty); returns "name:flags" per policy ("m" matched, "n"
-    // no action) and the scan's result.
+    // file left empty; with `stream`, from a file the caller holds open and
+    // has just written, as the plug-in's pipeline does); returns
+    // "name:flags" per policy ("m" matched, "n" no action) and the scan's
+    // result.
     std::vector<std::string> Scan(const std::string &text, const std::string &name = "DFI1234",
-                                  bool inMemory = false, int *result = nullptr)
+                                  bool inMemory = false, int *result = nullptr, bool stream = false)
     {
         std::string path = m_dir.write(name, inMemory ? "" : text);
         std::unique_ptr<MEMBUF> membuf(new MEMBUF{});
@@ -46,8 +49,17 @@ public:
             entries.push_back(_POLICY_MATCH_INFO{p, 0, 0, nullptr});
         for (size_t i = 0; i + 1 < entries.size(); ++i)
             entries[i].m_pNext = &entries[i + 1];
-        int rc = ZWContScanScanFile(m_set.get(), membuf.get(), &path[0],
-                                    entries.empty() ? nullptr : &entries[0]);
+        _POLICY_MATCH_INFO *list = entries.empty() ? nullptr : &entries[0];
+        int rc;
+        if (stream) {
+            std::unique_ptr<FILE, int (*)(FILE *)> file(std::tmpfile(), std::fclose);
+            if (!inMemory)
+                std::fwrite(text.data(), 1, text.size(), file.get());
+            rc = ACStreamStringSearch(m_set.get(), membuf.get(), file.get(),
+                                      MailDirectionOf(path.c_str()), list);
+        } else {
+            rc = ZWContScanScanFile(m_set.get(), membuf.get(), &path[0], list);
+        }
         if (result)
             *result = rc;
         std::vector<std::string> flags;
@@ -121,6 +133,10 @@ TEST(ContentScan, ListsCombineWithAndPoliciesWithOr)
         ASSERT_NE(scan.set(), nullptr) << c.name;
         EXPECT_EQ(scan.Scan(c.text, c.file), c.expected) << c.name;
         EXPECT_EQ(scan.Scan(c.text, c.file, true), c.expected) << c.name << " (memory)";
+        EXPECT_EQ(scan.Scan(c.text, c.file, false, nullptr, true), c.expected)
+            << c.name << " (open file)";
+        EXPECT_EQ(scan.Scan(c.text, c.file, true, nullptr, true), c.expected)
+            << c.name << " (memory, open file)";
     }
 }
 
@@ -143,6 +159,7 @@ TEST(ContentScan, ResultCodes)
     membuf.m_bInMemory = 1;
     EXPECT_EQ(ZWContScanScanFile(scan.set(), &membuf, missing, &info), -ENOENT);
     EXPECT_EQ(ACFileStringSearch(nullptr, &membuf, missing, CS_MAIL_INBOUND, &info), -1);
+    EXPECT_EQ(ACStreamStringSearch(scan.set(), &membuf, nullptr, CS_MAIL_INBOUND, &info), -1);
 }
 
 TEST(ContentScan, InitRefusesWhatIsNotAPolicyFile)
