@@ -52,6 +52,7 @@ struct EucPass {
     int characters = 0;
     bool invalid = false;
     bool cut = false;
+    bool eightBit = false;   // a byte of 128 or more was seen
 };
 
 bool IsEucByte(uint8_t b) { return b >= 161 && b <= 254; }
@@ -72,7 +73,10 @@ EucPass FirstPass(const uint8_t *text, size_t n)
         }
         if (b < 128) {
             ++i;
-        } else if (IsEucByte(b) && IsEucByte(text[i + 1])) {
+            continue;
+        }
+        r.eightBit = true;
+        if (IsEucByte(b) && IsEucByte(text[i + 1])) {
             ++r.characters;
             i += 2;
         } else if (b == 142 && text[i + 1] >= 161 && text[i + 1] <= 223) {
@@ -133,6 +137,8 @@ int AutoDetect(const char *text)
     if (euc.characters > 0 && (!euc.invalid || euc.cut))
         return CHARSET_EUC;
     if (euc.mode == CHARSET_ISO2022CN || euc.mode == CHARSET_ISO2022CNEXT)
+        return euc.mode;
+    if (!euc.eightBit)   // the second pass would count nothing
         return euc.mode;
     const SjisPass sjis = SecondPass(p, n);
     if (sjis.doubles + sjis.halves > 0 && (!sjis.invalid || sjis.cut))

@@ -550,6 +550,8 @@ int process_mail(ZWHostCall *call, ZWMailResult *result, OVMailReport *report)
     const bool blocked = m_pRuleScanObj->Scan(af.data(), df.data(), ruleName, ruleText, actType,
                                               trigger, mail->info, membuf.get(), tempName,
                                               removal ? &replace : nullptr);
+    if (mail->info.m_bTextWriteFailed)   // the searchable text lost bytes
+        mail->report.faults |= OV_FAULT_TEMP;
     ovux_log->start() << (removal ? "ZWEmailPluginProcess: m_pRuleScanObj->Scan() with SFilter "
                                   : "ZWEmailPluginProcess: m_pRuleScanObj->Scan() ")
                       << (blocked ? "block!" : "pass!") << Orvane::endl;
