@@ -57,11 +57,28 @@ struct EucPass {
 
 bool IsEucByte(uint8_t b) { return b >= 161 && b <= 254; }
 
+// Bytes the first pass acts on: ESC, SO, SI, "=" and every 8-bit byte;
+// the others it steps over.
+struct NotableBytes {
+    bool notable[256] = {};
+    NotableBytes()
+    {
+        for (int b = 128; b < 256; ++b)
+            notable[b] = true;
+        notable[kEsc] = notable[14] = notable[15] = notable[uint8_t('=')] = true;
+    }
+};
+const NotableBytes kNotable;
+
 EucPass FirstPass(const uint8_t *text, size_t n)
 {
     EucPass r;
     for (size_t i = 0; i < n;) {
         const uint8_t b = text[i];
+        if (!kNotable.notable[b]) {
+            ++i;
+            continue;
+        }
         if (b == kEsc) {
             r.mode = EscapeMode(text + i + 1, r.mode);
         } else if (b == 14 || b == 15) {
