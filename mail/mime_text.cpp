@@ -231,31 +231,35 @@ bool IsPlain(const char *text, size_t n)
 
 // The text converted to code 3 by what the detector found; null when the
 // conversion leaves it as it is (codes 0, 3 and 6) or fails.
-CText Converted(const std::string &text, int code)
+CText Converted(const char *text, int code)
 {
     if (code == CHARSET_JIS || code == CHARSET_ISO2022CN || code == CHARSET_ISO2022CNEXT)
-        return Own(fromISO2022(text.c_str(), CHARSET_EUC));
+        return Own(fromISO2022(text, CHARSET_EUC));
     if (code != CHARSET_SJIS)
         return Own(nullptr);
-    CText jis = Own(toJIS(text.c_str(), CHARSET_SJIS));
+    CText jis = Own(toJIS(text, CHARSET_SJIS));
     return Own(jis ? fromJIS(jis.get(), CHARSET_EUC) : nullptr);
 }
 
 std::string ConvertToEuc(const std::string &text, int code)
 {
-    CText converted = Converted(text, code);
+    CText converted = Converted(text.c_str(), code);
     return converted ? std::string(converted.get()) : text;
 }
 
 // Converts text to code 3, takes off the line breaks TakeOffCRLF joins, and
 // writes it; text that the conversion leaves as it is changes in place.
-bool ConvertAndWrite(std::string &text, int code, MEMBUF *buf, FILE *file)
+bool WriteTakenOff(char *bytes, int length, MEMBUF *buf, FILE *file)
 {
-    CText converted = Converted(text, code);
-    char *bytes = converted ? converted.get() : &text[0];
-    int length = converted ? int(std::strlen(converted.get())) : int(text.size());
     TakeOffCRLF(bytes, &length);
     return WriteToTempFile(bytes, length, buf, file);
+}
+
+bool ConvertAndWrite(std::string &text, int code, MEMBUF *buf, FILE *file)
+{
+    if (CText converted = Converted(text.c_str(), code))
+        return WriteTakenOff(converted.get(), int(std::strlen(converted.get())), buf, file);
+    return WriteTakenOff(&text[0], int(text.size()), buf, file);
 }
 
 // The transfer decoding of one line (bytes, n; owner holds a decoded
@@ -290,8 +294,9 @@ const char *LastLineEnd(const char *bytes, size_t n)
 
 // Adds decoded bytes to the text held and writes the text lines they
 // complete (or, past DECODE_HOLD_LIMIT without a line break, the whole
-// characters of the long line).
-bool AddDecoded(const char *bytes, size_t n, MEMBUF *buf, FILE *file, DecodeCarry &carry)
+// characters of the long line). `terminated`: bytes[n] is a NUL.
+bool AddDecoded(const char *bytes, size_t n, bool terminated, MEMBUF *buf, FILE *file,
+                DecodeCarry &carry)
 {
     const bool plain = !carry.reference && carry.heldPlain && IsPlain(bytes, n);
     const char *lineEnd = LastLineEnd(bytes, n);
@@ -299,13 +304,24 @@ bool AddDecoded(const char *bytes, size_t n, MEMBUF *buf, FILE *file, DecodeCarr
         carry.held.assign(lineEnd + 1, size_t(bytes + n - lineEnd - 1));
         return WriteToTempFile(bytes, int(lineEnd + 1 - bytes), buf, file);
     }
+    int code = -1;
+    const bool wholeLine = lineEnd && size_t(lineEnd - bytes) + 1 == n;
+    if (!plain && terminated && wholeLine && carry.held.empty()) {
+        // A whole line alone: detected and converted where it stands.
+        code = AutoDetect(bytes);
+        if (CText converted = Converted(bytes, code)) {
+            carry.heldPlain = true;
+            return WriteTakenOff(converted.get(), int(std::strlen(converted.get())), buf, file);
+        }
+    }
     std::string &text = carry.complete;
     text.swap(carry.held);
-    int code = CHARSET_PLAIN;
     if (lineEnd) {
         text.append(bytes, size_t(lineEnd + 1 - bytes));
         carry.held.assign(lineEnd + 1, size_t(bytes + n - lineEnd - 1));
-        if (!plain)
+        if (plain)
+            code = CHARSET_PLAIN;
+        else if (code < 0)
             code = AutoDetect(text.c_str());
     } else {
         text.append(bytes, n);
@@ -315,8 +331,7 @@ bool AddDecoded(const char *bytes, size_t n, MEMBUF *buf, FILE *file, DecodeCarr
             carry.heldPlain = plain;
             return true;
         }
-        if (!plain)
-            code = KeepBack(text, carry);
+        code = plain ? CHARSET_PLAIN : KeepBack(text, carry);
     }
     carry.heldPlain = plain || IsPlain(carry.held.data(), carry.held.size());
     bool written = ConvertAndWrite(text, code, buf, file);
@@ -408,7 +423,7 @@ bool InsertDataToTempFile(const char *line, int encoding, int /*charset*/, MEMBU
         bool flushed = FlushDataToTempFile(buf, file, carry);
         return WriteToTempFile(line, int(std::strlen(line)), buf, file) && flushed;
     }
-    return AddDecoded(bytes, n, buf, file, carry);
+    return AddDecoded(bytes, n, bytes == line, buf, file, carry);
 }
 
 // In place: the bytes kept move down over the breaks taken off, so the two
