@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <vector>
 
 #include "mail/charset.h"
 #include "mail/transfer_codecs.h"
@@ -247,14 +246,15 @@ std::string ConvertToEuc(const std::string &text, int code)
     return converted ? std::string(converted.get()) : text;
 }
 
-// Converts text to code 3, takes off the line breaks TakeOffCRLF joins, and
-// writes it; text that the conversion leaves as it is changes in place.
+// Writes converted text after TakeOffCRLF, which works in place.
 bool WriteTakenOff(char *bytes, int length, MEMBUF *buf, FILE *file)
 {
     TakeOffCRLF(bytes, &length);
     return WriteToTempFile(bytes, length, buf, file);
 }
 
+// Converts text to code 3 and writes it; text that the conversion leaves as
+// it is changes in place.
 bool ConvertAndWrite(std::string &text, int code, MEMBUF *buf, FILE *file)
 {
     if (CText converted = Converted(text.c_str(), code))
