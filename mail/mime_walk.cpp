@@ -591,6 +591,8 @@ bool GetAttachmentInfo(const char *mailPath, MEMBUF *buf, const char *textPath, 
     struct stat status;
     long size = fstat(fileno(mail), &status) == 0 ? long(status.st_size) : 0;
     FILE *text = textPath ? std::fopen(textPath, "wb") : nullptr;
+    if (text)   // a large mail's text goes out in few writes
+        std::setvbuf(text, nullptr, _IOFBF, size_t(1) << 16);
     bool written = WalkMail(mail, size, buf, text, info);
     if (text && std::fclose(text) != 0)
         written = false;
