@@ -1,6 +1,6 @@
 // MIME walk throughput beside GMime 3 and beside reading the bytes.
 //
-//   bench_mail_walk_main [MAILS]     (default 2000)
+//   bench_mail_walk_main [MAILS] [corpus|single]   (default 2000, both)
 //
 // Writes a corpus of generated mails of 20 to 70 KB into a scratch
 // directory, a quarter of each kind: plain ASCII text, quoted-printable
@@ -16,6 +16,11 @@
 //          through their transfer decoding into a null stream.
 // Prints MB/s and the ratios walk/read and walk/gmime; each figure is the
 // best of three runs in CPU time, since the machine is shared.
+//
+// Then single mails of 10 KB, 1 MB, 10 MB and 50 MB (multipart: plain,
+// quoted-printable and Japanese text parts and a base64 attachment, a
+// quarter each) and one mail whose body is a single 20 MB line, each timed
+// alone the same way and printed as walk/gmime.
 //
 // Hostile shapes (many header lines, deep nesting, long lines) have their
 // own benchmark, bench_mail_hostile_main.
@@ -75,6 +80,34 @@ public:
             break;
         }
         return mail;
+    }
+
+    // A multipart mail of about `size` bytes: plain, quoted-printable and
+    // Japanese text parts and a base64 attachment, a quarter each.
+    std::string Mixed(size_t size)
+    {
+        std::string boundary = "=_mixed_0012_01C2A8";
+        size_t quarter = size / 4;
+        std::string mail = Headers(0, 1) + "Content-Type: multipart/mixed; boundary=\"" +
+                           boundary + "\"\n\n--" + boundary +
+                           "\nContent-Type: text/plain; charset=us-ascii\n\n" + AsciiText(quarter);
+        mail += "--" + boundary + "\nContent-Type: text/plain; charset=iso-8859-1\n"
+                "Content-Transfer-Encoding: quoted-printable\n\n" + QuotedText(quarter);
+        mail += "--" + boundary + "\nContent-Type: text/plain; charset=iso-2022-jp\n\n" +
+                JapaneseText(quarter);
+        mail += "--" + boundary + "\nContent-Type: application/octet-stream; name=\"a.bin\"\n"
+                "Content-Transfer-Encoding: base64\n\n" + Base64Lines(quarter * 3 / 4);
+        return mail + "--" + boundary + "--\n";
+    }
+
+    // A plain mail whose body is one line of `size` bytes of words.
+    std::string OneLine(size_t size)
+    {
+        std::string line;
+        line.reserve(size + 16);
+        while (line.size() < size)
+            line += Word() + " ";
+        return Headers(0, 1) + "Content-Type: text/plain; charset=us-ascii\n\n" + line + "\n";
     }
 
 private:
@@ -209,6 +242,25 @@ Corpus WriteCorpus(int mails)
     return corpus;
 }
 
+Corpus WriteSingle(const std::string &mail)
+{
+    char pattern[] = "/tmp/ov_mail_walk_XXXXXX";
+    Corpus corpus;
+    if (!mkdtemp(pattern))
+        return corpus;
+    corpus.dir = pattern;
+    std::string path = corpus.dir + "/DF";
+    FILE *out = std::fopen(path.c_str(), "wb");
+    if (!out)
+        return corpus;
+    bool written = std::fwrite(mail.data(), 1, mail.size(), out) == mail.size();
+    if (std::fclose(out) == 0 && written) {
+        corpus.files.push_back(path);
+        corpus.bytes = mail.size();
+    }
+    return corpus;
+}
+
 void RemoveCorpus(const Corpus &corpus)
 {
     for (const std::string &file : corpus.files)
@@ -292,6 +344,62 @@ double MegabytesPerSecond(size_t bytes, double seconds)
     return double(bytes) / (1024.0 * 1024.0) / seconds;
 }
 
+// Walk and (when built) GMime over one corpus; returns walk/gmime or 0.
+double Compare(const Corpus &corpus, const char *label, bool withRead)
+{
+    size_t read = 0;
+    int attachments = 0;
+    double readTime = withRead ? BestOf(3, [&] { read = ReadAll(corpus); }) : 0;
+    double walkTime = BestOf(3, [&] { attachments = WalkAll(corpus); });
+    std::printf("%-10s walk  %8.1f MB/s  (%d attachments)\n", label,
+                MegabytesPerSecond(corpus.bytes, walkTime), attachments);
+    if (withRead) {
+        std::printf("%-10s read  %8.1f MB/s\n", label, MegabytesPerSecond(read, readTime));
+        std::printf("%-10s walk/read  time ratio %.2f\n", label, walkTime / readTime);
+    }
+#ifdef OV_HAVE_GMIME
+    int parts = 0;
+    double gmimeTime = BestOf(3, [&] { parts = GMimeAll(corpus); });
+    std::printf("%-10s gmime %8.1f MB/s  (%d parts and subjects)\n", label,
+                MegabytesPerSecond(corpus.bytes, gmimeTime), parts);
+    std::printf("%-10s walk/gmime time ratio %.2f\n", label, walkTime / gmimeTime);
+    return walkTime / gmimeTime;
+#else
+    return 0;
+#endif
+}
+
+void CompareSingles()
+{
+    struct Single {
+        const char *label;
+        size_t size;
+        bool oneLine;
+    };
+    const Single kSingles[] = {{"10KB", 10 << 10, false},      {"1MB", 1 << 20, false},
+                               {"10MB", 10 << 20, false},      {"50MB", 50 << 20, false},
+                               {"20MB-line", 20 << 20, true}};
+    for (const Single &single : kSingles) {
+        MailMaker maker(1036);
+        Corpus corpus = WriteSingle(single.oneLine ? maker.OneLine(single.size)
+                                                   : maker.Mixed(single.size));
+        if (corpus.files.empty()) {
+            std::fprintf(stderr, "cannot write the %s mail\n", single.label);
+            continue;
+        }
+        if (single.size < (1 << 20)) {   // too short to time alone: 200 copies
+            std::vector<std::string> copies(200, corpus.files[0]);
+            Corpus repeated = corpus;
+            repeated.files = copies;
+            repeated.bytes = corpus.bytes * copies.size();
+            Compare(repeated, single.label, false);
+        } else {
+            Compare(corpus, single.label, false);
+        }
+        RemoveCorpus(corpus);
+    }
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -299,32 +407,27 @@ int main(int argc, char **argv)
     int mails = argc > 1 ? std::atoi(argv[1]) : 2000;
     if (mails <= 0)
         mails = 2000;
-    Corpus corpus = WriteCorpus(mails);
-    if (corpus.files.empty()) {
-        std::fprintf(stderr, "cannot write the corpus\n");
-        return 1;
-    }
-    std::printf("corpus: %zu mails, %.1f MB\n", corpus.files.size(),
-                double(corpus.bytes) / (1024.0 * 1024.0));
-    size_t read = 0;
-    int attachments = 0;
-    double readTime = BestOf(3, [&] { read = ReadAll(corpus); });
-    double walkTime = BestOf(3, [&] { attachments = WalkAll(corpus); });
-    std::printf("read   %8.1f MB/s\n", MegabytesPerSecond(read, readTime));
-    std::printf("walk   %8.1f MB/s  (%d attachments)\n", MegabytesPerSecond(corpus.bytes, walkTime),
-                attachments);
-    std::printf("walk/read  time ratio %.2f\n", walkTime / readTime);
+    std::string only = argc > 2 ? argv[2] : "";
 #ifdef OV_HAVE_GMIME
     g_mime_init();
-    int parts = 0;
-    double gmimeTime = BestOf(3, [&] { parts = GMimeAll(corpus); });
-    std::printf("gmime  %8.1f MB/s  (%d parts and subjects)\n",
-                MegabytesPerSecond(corpus.bytes, gmimeTime), parts);
-    std::printf("walk/gmime time ratio %.2f (goal: at most 2)\n", walkTime / gmimeTime);
-    g_mime_shutdown();
 #else
     std::printf("gmime  not built (needs OV_HAVE_GMIME and the gmime-3.0 flags)\n");
 #endif
-    RemoveCorpus(corpus);
+    if (only != "single") {
+        Corpus corpus = WriteCorpus(mails);
+        if (corpus.files.empty()) {
+            std::fprintf(stderr, "cannot write the corpus\n");
+            return 1;
+        }
+        std::printf("corpus: %zu mails, %.1f MB\n", corpus.files.size(),
+                    double(corpus.bytes) / (1024.0 * 1024.0));
+        Compare(corpus, "corpus", true);
+        RemoveCorpus(corpus);
+    }
+    if (only != "corpus")
+        CompareSingles();
+#ifdef OV_HAVE_GMIME
+    g_mime_shutdown();
+#endif
     return 0;
 }

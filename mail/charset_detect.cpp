@@ -52,15 +52,33 @@ struct EucPass {
     int characters = 0;
     bool invalid = false;
     bool cut = false;
+    bool eightBit = false;   // a byte of 128 or more was seen
 };
 
 bool IsEucByte(uint8_t b) { return b >= 161 && b <= 254; }
+
+// Bytes the first pass acts on: ESC, SO, SI, "=" and every 8-bit byte;
+// the others it steps over.
+struct NotableBytes {
+    bool notable[256] = {};
+    NotableBytes()
+    {
+        for (int b = 128; b < 256; ++b)
+            notable[b] = true;
+        notable[kEsc] = notable[14] = notable[15] = notable[uint8_t('=')] = true;
+    }
+};
+const NotableBytes kNotable;
 
 EucPass FirstPass(const uint8_t *text, size_t n)
 {
     EucPass r;
     for (size_t i = 0; i < n;) {
         const uint8_t b = text[i];
+        if (!kNotable.notable[b]) {
+            ++i;
+            continue;
+        }
         if (b == kEsc) {
             r.mode = EscapeMode(text + i + 1, r.mode);
         } else if (b == 14 || b == 15) {
@@ -72,7 +90,10 @@ EucPass FirstPass(const uint8_t *text, size_t n)
         }
         if (b < 128) {
             ++i;
-        } else if (IsEucByte(b) && IsEucByte(text[i + 1])) {
+            continue;
+        }
+        r.eightBit = true;
+        if (IsEucByte(b) && IsEucByte(text[i + 1])) {
             ++r.characters;
             i += 2;
         } else if (b == 142 && text[i + 1] >= 161 && text[i + 1] <= 223) {
@@ -133,6 +154,8 @@ int AutoDetect(const char *text)
     if (euc.characters > 0 && (!euc.invalid || euc.cut))
         return CHARSET_EUC;
     if (euc.mode == CHARSET_ISO2022CN || euc.mode == CHARSET_ISO2022CNEXT)
+        return euc.mode;
+    if (!euc.eightBit)   // the second pass would count nothing
         return euc.mode;
     const SjisPass sjis = SecondPass(p, n);
     if (sjis.doubles + sjis.halves > 0 && (!sjis.invalid || sjis.cut))

@@ -13,6 +13,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "mail/mb_char.h"
 
@@ -46,7 +47,35 @@ public:
         return false;
     }
 
+    // With JIS X 0208 invoked and no single shift pending: the run of whole
+    // characters here (pairs of bytes 0x21 to 0x7E), which the reader steps
+    // over; Next would give them one by one. 0 when there is none.
+    size_t Jis0208Run(const uint8_t *&start)
+    {
+        if (m_single != 0 || (m_shifted ? m_g1 : m_g0) != MbSet::Jis0208)
+            return 0;
+        const uint8_t *p = m_p;
+        while (m_end - p >= 8 && AllGraphic(p))
+            p += 8;
+        while (m_end - p >= 2 && p[0] >= 0x21 && p[0] <= 0x7E && p[1] >= 0x21 && p[1] <= 0x7E)
+            p += 2;
+        start = m_p;
+        const size_t n = static_cast<size_t>(p - m_p);
+        m_p = p;
+        return n;
+    }
+
 private:
+    // Whether the eight bytes at p are all from 0x21 to 0x7E.
+    static bool AllGraphic(const uint8_t *p)
+    {
+        constexpr uint64_t kOnes = 0x0101010101010101ULL;
+        constexpr uint64_t kHigh = kOnes * 0x80;
+        uint64_t w;
+        std::memcpy(&w, p, 8);
+        return (w & kHigh) == 0 && ((w + kOnes * (0x80 - 0x21)) & kHigh) == kHigh &&
+               ((w + kOnes) & kHigh) == 0;
+    }
     // Everything but graphic characters of the invoked set: escapes, shifts,
     // controls, 8-bit bytes, katakana, single shifts. True when it gave c.
     bool Other(MbChar &c);

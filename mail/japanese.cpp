@@ -99,8 +99,19 @@ char *fromJISEx(const char *text, int to, int widenKana)
     LegacyWriter w(to, _language, widenKana != 0, out);
     Iso2022Reader reader(text, n);
     MbChar c;
-    while (reader.Next(c))
+    const bool runs = w.TakesJis0208Runs();
+    for (;;) {
+        const uint8_t *run = nullptr;
+        if (runs) {   // kanji and kana in bulk, the rest character by character
+            if (size_t length = reader.Jis0208Run(run)) {
+                w.PutJis0208Run(run, length);
+                continue;
+            }
+        }
+        if (!reader.Next(c))
+            break;
         w.Put(c);
+    }
     w.Finish();
     return MallocCopy(out);
 }

@@ -13,6 +13,8 @@
 // or semi-voiced mark joining its letter when such a letter exists.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <string>
 
 #include "mail/iconv_tables.h"
@@ -32,6 +34,16 @@ public:
         } else {
             PutOther(c);
         }
+    }
+    // True when JIS X 0208 goes straight to EUC-JP: PutJis0208Run may be used.
+    bool TakesJis0208Runs() const { return m_eucJis0208; }
+    // n bytes of JIS X 0208 pairs, written as Put writes each pair.
+    void PutJis0208Run(const uint8_t *p, size_t n)
+    {
+        const size_t at = m_out.size();
+        m_out.resize(at + n);
+        for (size_t i = 0; i < n; ++i)
+            m_out[at + i] = static_cast<char>(p[i] | 0x80);
     }
     // Writes a half-width letter still waiting for a voiced mark.
     void Finish();

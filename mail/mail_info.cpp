@@ -13,7 +13,7 @@ CMailInfo::CMailInfo()
       m_pszCc(nullptr), m_pszReplyTo(nullptr), m_pszSubject(nullptr), m_pszEnvelopeTo(nullptr),
       m_pszA(nullptr), m_nMailSize(0), m_lReceivedTime(0), m_pAttach{}, m_nAttachCount(0),
       m_nAttachAlloc(0), m_bChecked{}, m_nDirection(0), m_pszEnvelopeFrom(nullptr),
-      m_nMimeAmbiguity(0)
+      m_nMimeAmbiguity(0), m_bTextWriteFailed(false)
 {
     while (m_nDomainAlloc < DOMAIN_PREALLOC) {
         char *buffer = static_cast<char *>(std::malloc(DOMAIN_BUFFER_SIZE));

@@ -88,6 +88,7 @@ public:
     int m_nDirection;                 // 0 inbound, 1 outbound
     const char *m_pszEnvelopeFrom;
     int m_nMimeAmbiguity;             // MIME_AMBIGUOUS_... bits (mail/mime_walk.h)
+    bool m_bTextWriteFailed;          // the walk's text file lost bytes (mail/mime_walk.h)
 
 private:
     void ParseAFLines(f_read_text_file &lines, bool raw);

@@ -4,7 +4,8 @@
 #include <cstring>
 
 MimeLineReader::MimeLineReader(FILE *file, size_t blockSize)
-    : m_pFile(file), m_block(blockSize ? blockSize : 1)
+    : m_pFile(file), m_block(new char[blockSize ? blockSize : 1]),
+      m_nBlockSize(blockSize ? blockSize : 1)
 {
     m_szLine[0] = '\0';
 }
@@ -15,7 +16,7 @@ bool MimeLineReader::Fill()
         return false;
     m_lBlockOffset += static_cast<long>(m_nBlockLen);
     m_nBlockPos = 0;
-    m_nBlockLen = std::fread(m_block.data(), 1, m_block.size(), m_pFile);
+    m_nBlockLen = std::fread(m_block.get(), 1, m_nBlockSize, m_pFile);
     if (m_nBlockLen == 0)
         m_bEof = true;
     return m_nBlockLen > 0;
@@ -32,7 +33,7 @@ bool MimeLineReader::Next()
     while (length < kLineSize - 1) {
         if (m_nBlockPos == m_nBlockLen && !Fill())
             break;
-        const char *from = m_block.data() + m_nBlockPos;
+        const char *from = m_block.get() + m_nBlockPos;
         size_t available = m_nBlockLen - m_nBlockPos;
         size_t room = static_cast<size_t>(kLineSize - 1 - length);
         size_t take = available < room ? available : room;

@@ -14,7 +14,7 @@
 
 #include <cstddef>
 #include <cstdio>
-#include <vector>
+#include <memory>
 
 class MimeLineReader {
 public:
@@ -37,7 +37,8 @@ private:
     bool Fill();
 
     FILE *m_pFile;
-    std::vector<char> m_block;
+    std::unique_ptr<char[]> m_block;   // not cleared: a small mail costs no 64 KB memset
+    size_t m_nBlockSize;
     size_t m_nBlockPos = 0;
     size_t m_nBlockLen = 0;
     long m_lBlockOffset = 0;   // file offset of m_block[0]

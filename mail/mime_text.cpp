@@ -1,10 +1,10 @@
 // Writing the searchable text of the MIME walk.
 #include "mail/mime_text.h"
 
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <vector>
 
 #include "mail/charset.h"
 #include "mail/transfer_codecs.h"
@@ -200,153 +200,273 @@ int KeepBack(std::string &text, DecodeCarry &carry)
     return incomplete == 0 || !shift.empty() ? code : AutoDetect(text.c_str());
 }
 
-// The text converted to code 3 by what the detector found.
+// True when no converter changes the text: no ESC, SO, SI and no byte of
+// 0x80 and above. Detection then finds code 0 (or 6, which converts
+// nothing in a body either), and TakeOffCRLF joins no line. Eight bytes at
+// a time the test is wider, any byte from SO (0x0E) to ESC (0x1B): a text
+// with one of the others takes the long way, which gives the same bytes.
+bool IsPlain(const char *text, size_t n)
+{
+    constexpr uint64_t kOnes = 0x0101010101010101ULL;
+    constexpr uint64_t kHigh = kOnes * 0x80;
+    constexpr uint64_t kFromShiftOut = kOnes * (0x80 - kShiftOut);   // high bit: byte >= 0x0E
+    constexpr uint64_t kPastEsc = kOnes * (0x80 - kEsc - 1);          // high bit: byte >= 0x1C
+    size_t i = 0;
+    for (; i + 8 <= n; i += 8) {
+        uint64_t word;
+        std::memcpy(&word, text + i, 8);
+        // Once a byte has its high bit set the sums below may carry into
+        // the next byte, but the answer is false by then anyway.
+        if ((word & kHigh) | ((word + kFromShiftOut) & ~(word + kPastEsc) & kHigh))
+            return false;
+    }
+    for (; i < n; ++i) {
+        unsigned char c = static_cast<unsigned char>(text[i]);
+        if (c >= 0x80 || (c >= kShiftOut && c <= kEsc))
+            return false;
+    }
+    return true;
+}
+
+// The text converted to code 3 by what the detector found; null when the
+// conversion leaves it as it is (codes 0, 3 and 6) or fails.
+CText Converted(const char *text, int code)
+{
+    if (code == CHARSET_JIS || code == CHARSET_ISO2022CN || code == CHARSET_ISO2022CNEXT)
+        return Own(fromISO2022(text, CHARSET_EUC));
+    if (code != CHARSET_SJIS)
+        return Own(nullptr);
+    CText jis = Own(toJIS(text, CHARSET_SJIS));
+    return Own(jis ? fromJIS(jis.get(), CHARSET_EUC) : nullptr);
+}
+
 std::string ConvertToEuc(const std::string &text, int code)
 {
-    CText converted = Own(nullptr);
-    if (code == CHARSET_JIS || code == CHARSET_ISO2022CN || code == CHARSET_ISO2022CNEXT) {
-        converted = Own(fromISO2022(text.c_str(), CHARSET_EUC));
-    } else if (code == CHARSET_SJIS) {
-        CText jis = Own(toJIS(text.c_str(), CHARSET_SJIS));
-        if (jis)
-            converted = Own(fromJIS(jis.get(), CHARSET_EUC));
-    }
+    CText converted = Converted(text.c_str(), code);
     return converted ? std::string(converted.get()) : text;
 }
 
-// The transfer decoding of one line; false on failure.
-bool TransferDecode(const char *line, int encoding, std::string &out)
+// Writes converted text after TakeOffCRLF, which works in place.
+bool WriteTakenOff(char *bytes, int length, MEMBUF *buf, FILE *file)
+{
+    TakeOffCRLF(bytes, &length);
+    return WriteToTempFile(bytes, length, buf, file);
+}
+
+// Converts text to code 3 and writes it; text that the conversion leaves as
+// it is changes in place.
+bool ConvertAndWrite(std::string &text, int code, MEMBUF *buf, FILE *file)
+{
+    if (CText converted = Converted(text.c_str(), code))
+        return WriteTakenOff(converted.get(), int(std::strlen(converted.get())), buf, file);
+    return WriteTakenOff(&text[0], int(text.size()), buf, file);
+}
+
+// The transfer decoding of one line (bytes, n; owner holds a decoded
+// buffer); false on failure. Lines that are not encoded stand as they are.
+bool TransferDecode(const char *line, int encoding, DecodeCarry &carry, CText &owner,
+                    const char *&bytes, size_t &n)
 {
     int length = static_cast<int>(std::strlen(line));
     int decodedLength = 0;
-    CText decoded = Own(nullptr);
     if (encoding == 2) {
-        std::vector<char> copy(line, line + length + 1);   // the decoder writes a NUL at [length]
-        decoded = Own(from_qprint(copy.data(), length, &decodedLength));
+        carry.scratch.assign(line, size_t(length) + 1);   // the decoder writes a NUL at [length]
+        owner = Own(from_qprint(&carry.scratch[0], length, &decodedLength));
     } else if (encoding == 4) {
-        decoded = Own(from_base64(line, length, &decodedLength));
+        owner = Own(from_base64(line, length, &decodedLength));
     } else {
-        out.assign(line, size_t(length));
+        bytes = line;
+        n = size_t(length);
         return true;
     }
-    if (!decoded)
+    if (!owner)
         return false;
     // Text ends at a NUL byte, as everywhere in the walk.
-    out.assign(decoded.get(), strnlen(decoded.get(), size_t(decodedLength)));
+    bytes = owner.get();
+    n = strnlen(owner.get(), size_t(decodedLength));
     return true;
+}
+
+const char *LastLineEnd(const char *bytes, size_t n)
+{
+    return static_cast<const char *>(memrchr(bytes, '\n', n));
+}
+
+// Adds decoded bytes to the text held and writes the text lines they
+// complete (or, past DECODE_HOLD_LIMIT without a line break, the whole
+// characters of the long line). `terminated`: bytes[n] is a NUL.
+bool AddDecoded(const char *bytes, size_t n, bool terminated, MEMBUF *buf, FILE *file,
+                DecodeCarry &carry)
+{
+    const bool plain = !carry.reference && carry.heldPlain && IsPlain(bytes, n);
+    const char *lineEnd = LastLineEnd(bytes, n);
+    if (plain && lineEnd && carry.held.empty()) {   // the common line: as it stands
+        carry.held.assign(lineEnd + 1, size_t(bytes + n - lineEnd - 1));
+        return WriteToTempFile(bytes, int(lineEnd + 1 - bytes), buf, file);
+    }
+    int code = -1;
+    const bool wholeLine = lineEnd && size_t(lineEnd - bytes) + 1 == n;
+    if (!plain && terminated && wholeLine && carry.held.empty()) {
+        // A whole line alone: detected and converted where it stands.
+        code = AutoDetect(bytes);
+        if (CText converted = Converted(bytes, code)) {
+            carry.heldPlain = true;
+            return WriteTakenOff(converted.get(), int(std::strlen(converted.get())), buf, file);
+        }
+    }
+    std::string &text = carry.complete;
+    text.swap(carry.held);
+    if (lineEnd) {
+        text.append(bytes, size_t(lineEnd + 1 - bytes));
+        carry.held.assign(lineEnd + 1, size_t(bytes + n - lineEnd - 1));
+        if (plain)
+            code = CHARSET_PLAIN;
+        else if (code < 0)
+            code = AutoDetect(text.c_str());
+    } else {
+        text.append(bytes, n);
+        carry.held.clear();
+        if (text.size() < DECODE_HOLD_LIMIT) {
+            text.swap(carry.held);
+            carry.heldPlain = plain;
+            return true;
+        }
+        code = plain ? CHARSET_PLAIN : KeepBack(text, carry);
+    }
+    carry.heldPlain = plain || IsPlain(carry.held.data(), carry.held.size());
+    bool written = ConvertAndWrite(text, code, buf, file);
+    text.clear();
+    return written;
 }
 
 } // namespace
 
-void WriteToTempFile(const char *data, int n, MEMBUF *buf, FILE *file)
+bool WriteToTempFile(const char *data, int n, MEMBUF *buf, FILE *file)
 {
     if (n <= 0)
-        return;
-    if (!buf || !buf->m_bInMemory) {
-        if (file)
-            std::fwrite(data, 1, size_t(n), file);
-        return;
-    }
+        return true;
+    if (!buf || !buf->m_bInMemory)
+        return !file || std::fwrite(data, 1, size_t(n), file) == size_t(n);
     if (buf->m_nLength + n <= MEMBUF_MAX_TEXT) {
         std::memcpy(buf->m_szData + buf->m_nLength, data, size_t(n));
         buf->m_nLength += n;
-        return;
+        return true;
     }
     if (!file)
-        return;
-    std::fwrite(buf->m_szData, 1, size_t(buf->m_nLength), file);
-    std::fwrite(data, 1, size_t(n), file);
+        return true;
     buf->m_bInMemory = 0;
+    size_t held = size_t(buf->m_nLength);
+    return std::fwrite(buf->m_szData, 1, held, file) == held &&
+           std::fwrite(data, 1, size_t(n), file) == size_t(n);
 }
 
-void InsertHeaderToTempFile(const char *line, MEMBUF *buf, FILE *file)
+bool InsertHeaderToTempFile(const char *line, MEMBUF *buf, FILE *file, bool reference)
 {
+    const size_t length = std::strlen(line);
+    if (!reference && IsPlain(line, length) && !std::strstr(line, "=?"))
+        return WriteToTempFile(line, int(length), buf, file);
     RFC1342_DECODED decoded;
     if (rfc1342_decode(line, &decoded, CHARSET_EUC) == 0 && decoded.m_pszText) {
-        WriteToTempFile(decoded.m_pszText, int(std::strlen(decoded.m_pszText)), buf, file);
-        std::free(decoded.m_pszText);
-        return;
+        CText text = Own(decoded.m_pszText);
+        return WriteToTempFile(text.get(), int(std::strlen(text.get())), buf, file);
     }
-    WriteToTempFile(line, int(std::strlen(line)), buf, file);
+    return WriteToTempFile(line, int(length), buf, file);
 }
 
 bool DecodeStr(const char *line, int encoding, DecodeCarry &carry, std::string &out)
 {
-    std::string decoded;
-    if (!TransferDecode(line, encoding, decoded))
+    CText owner = Own(nullptr);
+    const char *bytes = nullptr;
+    size_t n = 0;
+    if (!TransferDecode(line, encoding, carry, owner, bytes, n))
         return false;
     out.clear();
-    size_t lineEnd = decoded.rfind('\n');
+    const char *lineEnd = LastLineEnd(bytes, n);
     std::string text;
-    if (lineEnd != std::string::npos) {
-        size_t complete = carry.held.size() + lineEnd + 1;
-        carry.held += decoded;
-        text = carry.held.substr(0, complete);
-        carry.held.erase(0, complete);
+    if (lineEnd) {
+        text.swap(carry.held);
+        text.append(bytes, size_t(lineEnd + 1 - bytes));
+        carry.held.assign(lineEnd + 1, size_t(bytes + n - lineEnd - 1));
+        out = ConvertToEuc(text, AutoDetect(text.c_str()));
     } else {
-        carry.held += decoded;
+        carry.held.append(bytes, n);
         if (carry.held.size() < DECODE_HOLD_LIMIT)
             return true;
         text.swap(carry.held);
         out = ConvertToEuc(text, KeepBack(text, carry));
-        return true;
     }
-    out = ConvertToEuc(text, AutoDetect(text.c_str()));
+    carry.heldPlain = IsPlain(carry.held.data(), carry.held.size());
     return true;
 }
 
-namespace {
-
-void WriteDecoded(std::string &text, MEMBUF *buf, FILE *file)
+bool FlushDataToTempFile(MEMBUF *buf, FILE *file, DecodeCarry &carry)
 {
-    int length = int(text.size());
-    TakeOffCRLF(&text[0], &length);
-    WriteToTempFile(text.data(), length, buf, file);
-}
-
-} // namespace
-
-void FlushDataToTempFile(MEMBUF *buf, FILE *file, DecodeCarry &carry)
-{
-    std::string text;
+    std::string &text = carry.complete;
     text.swap(carry.held);
+    carry.Clear();
     if (text.empty())
-        return;
-    std::string converted = ConvertToEuc(text, AutoDetect(text.c_str()));
-    WriteDecoded(converted, buf, file);
+        return true;
+    int code = carry.reference || !IsPlain(text.data(), text.size()) ? AutoDetect(text.c_str())
+                                                                       : CHARSET_PLAIN;
+    bool written = ConvertAndWrite(text, code, buf, file);
+    text.clear();
+    return written;
 }
 
-void InsertDataToTempFile(const char *line, int encoding, int /*charset*/, MEMBUF *buf, FILE *file,
+bool InsertDataToTempFile(const char *line, int encoding, int /*charset*/, MEMBUF *buf, FILE *file,
                           DecodeCarry &carry)
 {
-    std::string text;
-    if (!DecodeStr(line, encoding, carry, text)) {
-        FlushDataToTempFile(buf, file, carry);
-        WriteToTempFile(line, int(std::strlen(line)), buf, file);
-        return;
+    CText owner = Own(nullptr);
+    const char *bytes = nullptr;
+    size_t n = 0;
+    if (!TransferDecode(line, encoding, carry, owner, bytes, n)) {
+        bool flushed = FlushDataToTempFile(buf, file, carry);
+        return WriteToTempFile(line, int(std::strlen(line)), buf, file) && flushed;
     }
-    WriteDecoded(text, buf, file);
+    return AddDecoded(bytes, n, bytes == line, buf, file, carry);
 }
 
+// In place: the bytes kept move down over the breaks taken off, so the two
+// bytes before each place are remembered from the text as it was.
 void TakeOffCRLF(char *text, int *len)
 {
     int length = *len;
     if (!text || length < 4 || length > 8198)
         return;
     auto isLead = [](unsigned char c) { return (c > 160 && c < 255) || c == 142; };
-    const std::string original(text, size_t(length));
+    unsigned char before2 = 0;   // the bytes at i - 2 and i - 1 as they were (0 before the text)
+    unsigned char before1 = 0;
     int out = 0;
-    for (int i = 0; i < length; ++i) {
-        char c = original[size_t(i)];
-        if (c != '\r' && c != '\n') {
-            text[out++] = c;
-            continue;
+    int i = 0;
+    while (i < length) {
+        const char *lf = static_cast<const char *>(std::memchr(text + i, '\n', size_t(length - i)));
+        int stop = lf ? int(lf - text) : length;
+        const char *cr = static_cast<const char *>(std::memchr(text + i, '\r', size_t(stop - i)));
+        if (cr)
+            stop = int(cr - text);
+        if (stop - i >= 2) {
+            before2 = static_cast<unsigned char>(text[stop - 2]);
+            before1 = static_cast<unsigned char>(text[stop - 1]);
+        } else if (stop - i == 1) {
+            before2 = before1;
+            before1 = static_cast<unsigned char>(text[i]);
         }
-        int breakLength = (c == '\r' && i + 1 < length && original[size_t(i) + 1] == '\n') ? 2 : 1;
-        bool join = i >= 2 && isLead(static_cast<unsigned char>(original[size_t(i) - 2]));
-        for (int k = 0; k < breakLength && !join; ++k)
-            text[out++] = original[size_t(i + k)];
-        i += breakLength - 1;
+        if (out != i)
+            std::memmove(text + out, text + i, size_t(stop - i));
+        out += stop - i;
+        i = stop;
+        if (i >= length)
+            break;
+        const char first = text[i];
+        const bool pair = first == '\r' && i + 1 < length && text[i + 1] == '\n';
+        if (!isLead(before2)) {
+            text[out++] = first;
+            if (pair)
+                text[out++] = '\n';
+        }
+        before2 = pair ? static_cast<unsigned char>('\r') : before1;
+        before1 = pair ? static_cast<unsigned char>('\n') : static_cast<unsigned char>(first);
+        i += pair ? 2 : 1;
     }
     if (out < length)
         text[out] = '\0';

@@ -19,6 +19,16 @@
 // (whatever the detector makes of the piece) and, for ISO-2022 text, the
 // shift state in force (put before the rest). When the part ends,
 // FlushDataToTempFile writes what is held.
+//
+// Text that no converter would change (no ESC, SO, SI or byte of 0x80 and
+// above, held or new) skips detection and conversion, which give it back
+// unchanged; DecodeCarry::reference sends every line through them, so tests
+// can check that both give the same bytes. The carry's buffers are reused
+// from line to line: one carry per walk.
+//
+// The writers return false once a write to the text file has failed (the
+// text is then incomplete); a MEMBUF without a file drops what does not fit
+// and that is no failure.
 #pragma once
 
 #include <cstddef>
@@ -33,7 +43,15 @@ constexpr int MEMBUF_MAX_TEXT = OV_MEMBUF_SIZE - 1;   // 99999 bytes held at mos
 // text line that no line break has ended yet.
 struct DecodeCarry {
     std::string held;
-    void Clear() { held.clear(); }
+    bool heldPlain = true;   // held has no byte a converter would change
+    bool reference = false;  // every line through detection and conversion
+    std::string complete;    // reused: the text lines a body line completes
+    std::string scratch;     // reused: the quoted-printable decoder's input
+    void Clear()
+    {
+        held.clear();
+        heldPlain = true;
+    }
 };
 
 constexpr size_t DECODE_HOLD_LIMIT = 4096;   // text held without a line break
@@ -42,18 +60,19 @@ constexpr size_t DECODE_HOLD_LIMIT = 4096;   // text held without a line break
 // total stays at most 99999 bytes, else (the held bytes first, once) to the
 // file, and the MEMBUF stays spilled. Without a file, bytes that do not fit
 // are dropped. A null buf writes to the file alone.
-void WriteToTempFile(const char *data, int n, MEMBUF *buf, FILE *file);
+bool WriteToTempFile(const char *data, int n, MEMBUF *buf, FILE *file);
 
 // Writes a header line, with its encoded words decoded when rfc1342_decode
-// accepts it.
-void InsertHeaderToTempFile(const char *line, MEMBUF *buf, FILE *file);
+// accepts it; a line without ESC, SO, SI, 8-bit bytes or "=?" is written as
+// it stands (what the decoding gives back for it) unless `reference`.
+bool InsertHeaderToTempFile(const char *line, MEMBUF *buf, FILE *file, bool reference = false);
 
 // Decodes one body line through DecodeStr and writes the result after
 // TakeOffCRLF; a line that does not decode is written as it is, after the
 // text held before it.
 // The charset code of the part is kept for callers; the text's own bytes
 // decide its conversion.
-void InsertDataToTempFile(const char *line, int encoding, int charset, MEMBUF *buf, FILE *file,
+bool InsertDataToTempFile(const char *line, int encoding, int charset, MEMBUF *buf, FILE *file,
                           DecodeCarry &carry);
 
 // One body line decoded by transfer encoding (2 quoted-printable, 4 base64,
@@ -64,12 +83,12 @@ bool DecodeStr(const char *line, int encoding, DecodeCarry &carry, std::string &
 
 // At the end of a part: converts and writes the text held (a character or
 // escape sequence cut short is dropped) and empties the carry.
-void FlushDataToTempFile(MEMBUF *buf, FILE *file, DecodeCarry &carry);
+bool FlushDataToTempFile(MEMBUF *buf, FILE *file, DecodeCarry &carry);
 
 // For a length of 4 to 8198: removes the line breaks (CR, LF, CR LF) whose
 // byte two places before is a double-byte lead byte (161 to 254, or 142),
 // so that East-Asian words broken across lines join again. *len receives
-// the new length.
+// the new length. Works in place.
 void TakeOffCRLF(char *text, int *len);
 
 // Cuts the line at its first CR or LF.

@@ -56,9 +56,11 @@ bool IsUuencodeBegin(const char *line)
 
 class MimeWalk {
 public:
-    MimeWalk(FILE *mail, long size, MEMBUF *buf, FILE *text, CMailInfo *info, size_t blockSize)
+    MimeWalk(FILE *mail, long size, MEMBUF *buf, FILE *text, CMailInfo *info, size_t blockSize,
+             MimeTextPath path)
         : m_reader(mail, blockSize), m_lSize(size), m_pBuf(buf), m_pText(text), m_pInfo(info)
     {
+        m_carry.reference = path == MimeTextPath::kReference;
         m_szName[0] = '\0';
         m_szType[0] = '\0';
     }
@@ -66,7 +68,8 @@ public:
     MimeWalk(const MimeWalk &) = delete;
     MimeWalk &operator=(const MimeWalk &) = delete;
 
-    void Run();
+    // False when a write to the text file failed.
+    bool Run();
 
 private:
     void TopHeaderLine();
@@ -105,12 +108,21 @@ private:
     }
     Attach_Stru *RecordAttachment();
     void SetName(const std::string &name);
-    void WriteHeader(const char *line) { InsertHeaderToTempFile(line, m_pBuf, m_pText); }
-    void WriteRaw(const std::string &text) { WriteToTempFile(text.data(), int(text.size()), m_pBuf, m_pText); }
+    void WriteHeader(const char *line)
+    {
+        Written(InsertHeaderToTempFile(line, m_pBuf, m_pText, m_carry.reference));
+    }
+    void WriteRaw(const std::string &text)
+    {
+        Written(WriteToTempFile(text.data(), int(text.size()), m_pBuf, m_pText));
+    }
     void WriteBody(const char *line)
     {
-        InsertDataToTempFile(line, m_nPartEncoding, m_nPartCharset, m_pBuf, m_pText, m_carry);
+        Written(InsertDataToTempFile(line, m_nPartEncoding, m_nPartCharset, m_pBuf, m_pText,
+                                     m_carry));
     }
+    void FlushBody() { Written(FlushDataToTempFile(m_pBuf, m_pText, m_carry)); }
+    void Written(bool ok) { m_bWriteFailed = m_bWriteFailed || !ok; }
     std::string Decoded(const char *line);
 
     MimeLineReader m_reader;
@@ -147,6 +159,7 @@ private:
     int m_nPendingIndex = -1;
     int m_nEncodingCode = 0;
     DecodeCarry m_carry;
+    bool m_bWriteFailed = false;
 
     // Parameters: only the first Content-Type and Content-Disposition of a
     // header block count; a Content-Disposition filename wins over a
@@ -165,7 +178,7 @@ private:
     bool m_bLinePiece = false;   // the line goes on from the previous piece
 };
 
-void MimeWalk::Run()
+bool MimeWalk::Run()
 {
     while (!m_bDone) {
         if (!m_bReprocess && !m_reader.Next())
@@ -192,7 +205,8 @@ void MimeWalk::Run()
             break;
         }
     }
-    FlushDataToTempFile(m_pBuf, m_pText, m_carry);
+    FlushBody();
+    return !m_bWriteFailed;
 }
 
 void MimeWalk::RebuildComparison()
@@ -308,7 +322,7 @@ void MimeWalk::BoundaryLine(const char *line)
     if (m_bEndPending && m_pInfo && m_nPendingIndex < m_pInfo->m_nAttachCount)
         m_pInfo->m_pAttach[m_nPendingIndex]->m_nEnd = int(m_reader.start());
     m_bEndPending = false;
-    FlushDataToTempFile(m_pBuf, m_pText, m_carry);
+    FlushBody();
     std::string bare = WithoutLineEnd(line);
     bare.erase(bare.find_last_not_of(" \t") + 1);
     if (bare == m_strClose) {
@@ -545,19 +559,25 @@ std::string MimeAmbiguityText(int reasons)
     return text;
 }
 
-void WalkMail(FILE *mail, long size, MEMBUF *buf, FILE *text, CMailInfo *info, size_t blockSize)
+bool WalkMail(FILE *mail, long size, MEMBUF *buf, FILE *text, CMailInfo *info, size_t blockSize,
+              MimeTextPath path)
 {
     if (buf) {
         buf->m_bInMemory = 1;
         buf->m_nLength = 0;
         buf->m_szData[0] = '\0';
     }
-    if (info)
+    if (info) {
         info->m_nMimeAmbiguity = 0;
-    MimeWalk walk(mail, size, buf, text, info, blockSize);
-    walk.Run();
+        info->m_bTextWriteFailed = false;
+    }
+    MimeWalk walk(mail, size, buf, text, info, blockSize, path);
+    bool written = walk.Run();
     if (buf && buf->m_bInMemory)
         buf->m_szData[buf->m_nLength] = '\0';
+    if (info && !written)
+        info->m_bTextWriteFailed = true;
+    return written;
 }
 
 bool GetAttachmentInfo(const char *mailPath, MEMBUF *buf, const char *textPath, CMailInfo *info)
@@ -568,9 +588,13 @@ bool GetAttachmentInfo(const char *mailPath, MEMBUF *buf, const char *textPath, 
     struct stat status;
     long size = fstat(fileno(mail), &status) == 0 ? long(status.st_size) : 0;
     FILE *text = textPath ? std::fopen(textPath, "wb") : nullptr;
-    WalkMail(mail, size, buf, text, info);
-    if (text)
-        std::fclose(text);
+    if (text)   // a large mail's text goes out in few writes
+        std::setvbuf(text, nullptr, _IOFBF, size_t(1) << 16);
+    bool written = WalkMail(mail, size, buf, text, info);
+    if (text && std::fclose(text) != 0)
+        written = false;
+    if (info && !written)
+        info->m_bTextWriteFailed = true;
     std::fclose(mail);
     return true;
 }

@@ -74,10 +74,17 @@ std::string MimeAmbiguityText(int reasons);
 // False only when the mail cannot be opened ("rb"). The text file is
 // written only when textPath is given and opens ("wb"); the MEMBUF is
 // filled from its start and, when the text stays in memory, ends with a
-// NUL. buf and info may be null.
+// NUL. buf and info may be null. A failed write or close of the text file
+// sets CMailInfo::m_bTextWriteFailed: the text is then incomplete.
 bool GetAttachmentInfo(const char *mailPath, MEMBUF *buf, const char *textPath, CMailInfo *info);
+
+// How body and header lines reach the text: kFast writes text that no
+// converter changes as it stands; kReference sends every line through
+// detection and conversion (for tests that compare the two).
+enum class MimeTextPath { kFast, kReference };
 
 // The same walk over an open mail of `size` bytes read from its current
 // position; blockSize is the read size (tests feed one byte at a time).
-void WalkMail(FILE *mail, long size, MEMBUF *buf, FILE *text, CMailInfo *info,
-              size_t blockSize = 65536);
+// False when a write to the text file failed.
+bool WalkMail(FILE *mail, long size, MEMBUF *buf, FILE *text, CMailInfo *info,
+              size_t blockSize = 65536, MimeTextPath path = MimeTextPath::kFast);

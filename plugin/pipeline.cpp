@@ -622,6 +622,8 @@ int process_mail(ZWHostCall *call, ZWMailResult *result, OVMailReport *report)
         m_pRuleScanObj->Scan(files, ruleName, ruleText, actType, trigger, mail->info, membuf.get(),
                              removal ? &replace : nullptr);
     dfFile.file.reset();
+    if (mail->info.m_bTextWriteFailed)   // the searchable text lost bytes
+        mail->report.faults |= OV_FAULT_TEMP;
     ovux_log->start() << (removal ? "ZWEmailPluginProcess: m_pRuleScanObj->Scan() with SFilter "
                                   : "ZWEmailPluginProcess: m_pRuleScanObj->Scan() ")
                       << (blocked ? "block!" : "pass!") << Orvane::endl;

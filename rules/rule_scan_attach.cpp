@@ -13,8 +13,10 @@ void CRuleScan::CollectAttachments(const ScanFiles &files, MEMBUF *buffer, CMail
 {
     std::rewind(files.message);
     WalkMail(files.message, files.messageSize, buffer, files.text, &info);
-    if (files.text)
-        std::fflush(files.text); // the TNEF listing appends to the same file
+    // The TNEF listing appends to the same file; text that did not reach it
+    // is text the keyword scan would not see.
+    if (files.text && std::fflush(files.text) != 0)
+        info.m_bTextWriteFailed = true;
     if (DecodeTnef)
         GetTnefFileName(files.df, EnableAttachScan, info, buffer, files.textPath);
 }

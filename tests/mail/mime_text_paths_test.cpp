@@ -1,0 +1,174 @@
+// The walk's text and attachment records are the same bytes whether lines
+// without anything to convert take the short way or every line goes through
+// detection and conversion (MimeTextPath::kReference): plain, Japanese in
+// every code, encoded words, quoted-printable, base64, uuencode, long lines,
+// text past the in-memory buffer, and encoded lines cut at every byte. A
+// failed write of the spilled text reaches the walk's caller.
+#include <cstdio>
+#include <memory>
+#include <random>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "mail/mail_info.h"
+#include "mail/mime_walk.h"
+#include "support/mail_japanese_text.h"
+#include "support/mail_piece_file.h"
+#include "support/mime_text_paths.h"
+
+namespace
+{
+
+std::string Part(const std::string &boundary, const std::string &headers, const std::string &body)
+{
+    return "--" + boundary + "\r\n" + headers + "\r\n" + body;
+}
+
+// A multipart mail of the given text parts, after headers with encoded words.
+std::string Multipart(const std::vector<std::pair<std::string, std::string>> &parts)
+{
+    const std::string b = "b0";
+    std::string mail = "From: a@example.com\r\n"
+                       "Subject: =?ISO-2022-JP?B?GyRCMnE1RBsoQg==?= plain =?x?y\r\n"
+                       "X-Raw: \x1b$B2q5D\x1b(B and \xb2\xf1 and \x0e\x0f\r\n"
+                       "MIME-Version: 1.0\r\n"
+                       "Content-Type: multipart/mixed; boundary=\"" +
+                       b + "\"\r\n\r\npreamble\r\n";
+    for (const auto &part : parts)
+        mail += Part(b, part.first, part.second);
+    return mail + "--" + b + "--\r\n";
+}
+
+std::string TextHeaders(const char *charset, const char *encoding)
+{
+    return std::string("Content-Type: text/plain; charset=") + charset +
+           "\r\nContent-Transfer-Encoding: " + encoding + "\r\n";
+}
+
+std::string AsciiLines(std::mt19937 &random, int lines)
+{
+    std::string text;
+    for (int i = 0; i < lines; ++i) {
+        size_t words = 1 + random() % 12;
+        for (size_t w = 0; w < words; ++w)
+            text += (w ? " " : "") + std::string(1 + random() % 9, char('a' + random() % 26));
+        text += i % 3 ? "\r\n" : "\n";
+    }
+    return text;
+}
+
+void ExpectSamePaths(const std::string &mail, const std::string &what)
+{
+    for (size_t block : {size_t(65536), size_t(7)}) {
+        WalkResult fast = WalkWithPath(mail, MimeTextPath::kFast, block);
+        WalkResult reference = WalkWithPath(mail, MimeTextPath::kReference, block);
+        ASSERT_EQ(fast.text, reference.text) << what << ", read in blocks of " << block;
+        ASSERT_EQ(fast.records, reference.records) << what;
+    }
+}
+
+struct Code {
+    const char *iconvName;
+    const char *charset;
+};
+const Code kCodes[] = {
+    {"ISO-2022-JP", "iso-2022-jp"}, {"SHIFT_JIS", "shift_jis"}, {"EUC-JP", "euc-jp"}};
+
+TEST(MimeTextPaths, GeneratedMailsGiveTheSameBytes)
+{
+    std::mt19937 random(1036);
+    for (int round = 0; round < 4; ++round) {
+        std::string ascii = AsciiLines(random, 40);
+        std::string euc = RandomJapaneseText(random, 8);
+        std::string mixedEuc = AsciiLines(random, 3) + euc + AsciiLines(random, 3);
+        std::vector<std::pair<std::string, std::string>> parts = {
+            {TextHeaders("us-ascii", "7bit"), ascii},
+            {TextHeaders("us-ascii", "quoted-printable"), QpBody(ascii + "caf\xe9 =3D\r\n")},
+            {TextHeaders("us-ascii", "base64"), Base64Body(ascii)},
+            {TextHeaders("us-ascii", "7bit"),
+             "=?ISO-2022-JP?B?GyRCMnE1RBsoQg==?= in a body\r\nbegin 644 a.bin\r\n"
+             "M86)C9&5F9VAI:FML;6YO<'%R<W1U=G=X>7I!0D-$149'2$E*2TQ-3D]045)3\r\nend\r\n" +
+                 ascii},
+            {"Content-Type: application/octet-stream; name=\"a.bin\"\r\n"
+             "Content-Transfer-Encoding: base64\r\n",
+             Base64Body(euc)},
+        };
+        for (const Code &code : kCodes) {
+            std::string bytes = JapaneseIn(code.iconvName, mixedEuc);
+            parts.push_back({TextHeaders(code.charset, "8bit"), bytes});
+            parts.push_back({TextHeaders(code.charset, "base64"), Base64Body(bytes)});
+            parts.push_back({TextHeaders(code.charset, "quoted-printable"), QpBody(bytes)});
+        }
+        ExpectSamePaths(Multipart(parts), "round " + std::to_string(round));
+    }
+}
+
+TEST(MimeTextPaths, LongLinesAndShapesGiveTheSameBytes)
+{
+    std::mt19937 random(7);
+    std::string euc = RandomJapaneseText(random, 2);
+    std::string longAscii(3 * 4096 + 17, 'x');
+    const struct {
+        const char *what;
+        std::string mail;
+    } kMails[] = {
+        {"no MIME", "Subject: hi\n\nline one\nline two without end"},
+        {"long plain line", "Subject: x\n\n" + longAscii + "\n" + longAscii},
+        {"long line, Japanese at its end",
+         "Subject: x\n\n" + longAscii + JapaneseIn("ISO-2022-JP", euc)},
+        {"long line, Japanese first", "Subject: x\n\n" + JapaneseIn("SHIFT_JIS", euc) + longAscii +
+                                          "\n" + JapaneseIn("EUC-JP", euc) + longAscii},
+        {"shifts and lone escapes", "Subject: x\n\nSO \x0e here\nSI \x0f\nESC \x1b\nend\n"},
+        {"CR line ends", "Subject: x\r\rbody\rmore\r"},
+        {"text past the buffer", "Subject: x\n\n" + std::string(120000, 'y') + "\n" +
+                                     AsciiLines(random, 3000) + JapaneseIn("EUC-JP", euc)},
+        {"NUL inside a line", std::string("Subject: x\n\nab\0\xb2\xf1 cd\n", 21)},
+    };
+    for (const auto &mail : kMails)
+        ExpectSamePaths(mail.mail, mail.what);
+}
+
+TEST(MimeTextPaths, EncodedLinesCutAtEveryByte)
+{
+    // ASCII, then Japanese, then ASCII in one text line: each cut puts the
+    // plain piece before or after the one to convert.
+    std::mt19937 random(3);
+    std::string euc = "ab cd " + RandomJapaneseText(random, 1) + "ef gh\r\nij\r\n";
+    for (const Code &code : kCodes) {
+        std::string bytes = JapaneseIn(code.iconvName, euc);
+        for (size_t cut = 1; cut < bytes.size(); ++cut) {
+            std::string base64 =
+                Base64Line(bytes.substr(0, cut)) + "\r\n" + Base64Line(bytes.substr(cut)) + "\r\n";
+            ExpectSamePaths(JapaneseMail(code.charset, "base64", base64),
+                            std::string(code.charset) + " cut at " + std::to_string(cut));
+        }
+    }
+}
+
+TEST(MimeTextPaths, AFailedSpillReachesTheCaller)
+{
+    FILE *probe = std::fopen("/dev/full", "wb");
+    if (!probe)
+        GTEST_SKIP() << "no /dev/full";
+    std::fclose(probe);
+    const struct {
+        size_t textBytes;
+        bool fails;
+    } kRows[] = {{1000, false}, {150000, true}};
+    for (const auto &row : kRows) {
+        std::string mail = "Subject: x\n\n" + std::string(row.textBytes, 'z') + "\n";
+        std::string path = ::testing::TempDir() + "ov_text_paths_df";
+        FILE *out = std::fopen(path.c_str(), "wb");
+        ASSERT_TRUE(out);
+        ASSERT_EQ(std::fwrite(mail.data(), 1, mail.size(), out), mail.size());
+        ASSERT_EQ(std::fclose(out), 0);
+        auto buf = std::make_unique<MEMBUF>();
+        CMailInfo info;
+        EXPECT_TRUE(GetAttachmentInfo(path.c_str(), buf.get(), "/dev/full", &info));
+        EXPECT_EQ(info.m_bTextWriteFailed, row.fails) << row.textBytes;
+        std::remove(path.c_str());
+    }
+}
+
+} // namespace

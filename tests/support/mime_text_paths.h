@@ -1,0 +1,55 @@
+// The MIME walk over a mail in memory by one text path, for the tests and
+// the fuzz target that compare the two paths: the text (the MEMBUF, then
+// what spilled to the text file) and the attachment records as one line
+// each.
+//
+//   WalkResult fast = WalkWithPath(mail, MimeTextPath::kFast);
+//   EXPECT_EQ(fast.text, WalkWithPath(mail, MimeTextPath::kReference).text);
+#pragma once
+
+#include <cstdio>
+#include <memory>
+#include <string>
+
+#include "mail/mail_info.h"
+#include "mail/mime_walk.h"
+#include "ov/contscan.h"
+
+struct WalkResult {
+    std::string text;
+    std::string records;
+};
+
+inline WalkResult WalkWithPath(const std::string &mail, MimeTextPath path, size_t blockSize = 65536)
+{
+    WalkResult result;
+    auto buf = std::make_unique<MEMBUF>();
+    FILE *in = fmemopen(const_cast<char *>(mail.data()), mail.size(), "rb");
+    FILE *spill = std::tmpfile();
+    if (!in || !spill) {
+        if (in)
+            std::fclose(in);
+        if (spill)
+            std::fclose(spill);
+        result.text = "cannot open";
+        return result;
+    }
+    CMailInfo info;
+    WalkMail(in, long(mail.size()), buf.get(), spill, &info, blockSize, path);
+    std::fclose(in);
+    result.text.assign(buf->m_szData, size_t(buf->m_nLength));
+    result.text += buf->m_bInMemory ? "|in memory|" : "|spilled|";
+    std::rewind(spill);
+    char block[4096];
+    size_t got;
+    while ((got = std::fread(block, 1, sizeof block, spill)) > 0)
+        result.text.append(block, got);
+    std::fclose(spill);
+    for (int i = 0; i < info.m_nAttachCount; ++i) {
+        const Attach_Stru &a = *info.m_pAttach[i];
+        result.records += std::string(a.m_szName) + "|" + a.m_szContentType + "|" +
+                          std::to_string(a.m_nStart) + "|" + std::to_string(a.m_nEnd) + "|" +
+                          std::to_string(a.m_nEncoding) + "\n";
+    }
+    return result;
+}
