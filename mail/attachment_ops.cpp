@@ -237,8 +237,13 @@ int GetTnefFileName(const char *dfFile, bool enableAttachScan, CMailInfo &info, 
     }
     if (scan)
         AttachDecodeComp::TraverseDecodeProcedure(dfFile, info, buf, text);
-    if (text)
-        std::fclose(text);
+    // A name or an attachment's text that did not reach the text file is
+    // text the keyword scan would not see.
+    if (text) {
+        const bool lost = std::ferror(text) != 0;
+        if (std::fclose(text) != 0 || lost)
+            info.m_bTextWriteFailed = true;
+    }
     if (buf && buf->m_bInMemory)
         buf->m_szData[buf->m_nLength] = '\0';
     return decoded;

@@ -174,6 +174,25 @@ TEST(AttachmentOps, AttachmentScanAddsTheirText)
     EXPECT_EQ(FileCount(temp.dir()), 0u);
 }
 
+TEST(AttachmentOps, AttachmentTextThatCannotBeWrittenIsReported)
+{
+    const std::string mail = std::string(kTop) +
+                             "--b\nContent-Type: application/octet-stream; name=memo.txt\n"
+                             "Content-Transfer-Encoding: base64\n\n" +
+                             Base64("ordinary words\n") + "--b--\n";
+    for (const char *textPath : {"/dev/full", ""}) {
+        SCOPED_TRACE(textPath);
+        TempDirScope temp;
+        BaseTempDir work;
+        const std::string df = work.write("DF", mail);
+        const std::string text = *textPath ? textPath : work.path("text");
+        CMailInfo info;
+        ASSERT_TRUE(GetAttachmentInfo(df.c_str(), nullptr, nullptr, &info));
+        GetTnefFileName(df.c_str(), true, info, nullptr, text.c_str());
+        EXPECT_EQ(info.m_bTextWriteFailed, *textPath != '\0');
+    }
+}
+
 TEST(AttachmentOps, EveryTnefNameIsListedAndItsTextRead)
 {
     TnefWriter tnef;
