@@ -10,6 +10,7 @@
 #include <iterator>
 
 #include "tools/hostkit/event_log_reader.h"
+#include "tools/hostkit/plugin_host.h"
 
 namespace {
 
@@ -71,10 +72,7 @@ void add_event_log(const std::string &text, const std::string &since, const std:
 bool read_event_report(const std::string &root, const std::string &since,
                        const std::string &until, EventReport *report, std::string *error)
 {
-    std::string dir = root;
-    while (dir.size() > 1 && dir.back() == '/')
-        dir.pop_back();
-    dir += "/Plug-Ins/OV/";
+    const std::string dir = program_directory(root);
     DIR *handle = opendir(dir.c_str());
     if (!handle) {
         *error = "cannot read " + dir + ": " + std::strerror(errno);

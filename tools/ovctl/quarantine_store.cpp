@@ -10,9 +10,9 @@
 #include <cstring>
 #include <fstream>
 
-#include "base/profile.h"
 #include "mail/charset.h"
 #include "tools/hostkit/spool.h"
+#include "tools/hostkit/work_directories.h"
 
 namespace {
 
@@ -156,15 +156,8 @@ std::string decoded_header_text(const std::string &value)
 
 std::string copy_directory(const std::string &root, bool archive)
 {
-    std::string programDir = root;
-    while (programDir.size() > 1 && programDir.back() == '/')
-        programDir.pop_back();
-    programDir += "/Plug-Ins/OV/";
-    const std::string ini = programDir + "contscan.ini";
-    char value[1024] = "";
-    GetPrivateProfileString("Advanced Options", archive ? "ArchiveDirectory" : "QuarantineDirectory",
-                            archive ? "Archive" : "Quarantine", value, sizeof value, ini.c_str());
-    std::string dir = value[0] == '/' ? value : programDir + value;
+    // The quarantine and archive roots, read as the plug-in reads them.
+    std::string dir = plugin_work_directories(root)[archive ? 2 : 1].path;
     while (dir.size() > 1 && dir.back() == '/')
         dir.pop_back();
     return dir;
