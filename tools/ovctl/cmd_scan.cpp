@@ -214,12 +214,9 @@ int run_scan(const OvctlArgs &args)
             return ovctl_fail(error);
     } else {
         const char *tmp = std::getenv("TMPDIR");
-        std::string pattern = std::string(tmp && *tmp ? tmp : "/tmp") + "/ovctl-spool-XXXXXX";
-        if (!mkdtemp(&pattern[0]))
+        if (!spool.make(tmp && *tmp ? tmp : "/tmp", &host.spool))
             return ovctl_fail(std::string("cannot create a spool directory: ") +
                               std::strerror(errno));
-        host.spool = pattern;
-        spool.made(host.spool);
     }
     if (!host.run.outbox.empty() && !make_directory(host.run.outbox, &error))
         return ovctl_fail(error);

@@ -5,6 +5,7 @@
 #include <pthread.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <ctime>
@@ -30,10 +31,16 @@ ScanSpool::~ScanSpool()
     pthread_sigmask(SIG_SETMASK, &m_oldMask, nullptr);
 }
 
-void ScanSpool::made(const std::string &dir)
+bool ScanSpool::make(const std::string &parent, std::string *dir)
 {
+    // Made under the lock, so that a stopping signal either finds no
+    // directory yet or finds it recorded.
     std::lock_guard<std::mutex> guard(m_mutex);
-    m_dir = dir;
+    std::string pattern = parent + "/ovctl-spool-XXXXXX";
+    if (!mkdtemp(&pattern[0]))
+        return false;
+    m_dir = *dir = pattern;
+    return true;
 }
 
 void ScanSpool::remove_all()
@@ -41,15 +48,22 @@ void ScanSpool::remove_all()
     std::lock_guard<std::mutex> guard(m_mutex);
     if (m_dir.empty())
         return;
-    if (DIR *dir = opendir(m_dir.c_str())) {
-        while (const dirent *entry = readdir(dir)) {
-            const std::string name = entry->d_name;
-            if (name != "." && name != "..")
-                std::remove((m_dir + "/" + name).c_str());
+    // Workers may still be writing pairs while a signal stops the scan: go
+    // over the directory again until it can be removed.
+    for (int attempt = 0; attempt < 200; ++attempt) {
+        if (DIR *dir = opendir(m_dir.c_str())) {
+            while (const dirent *entry = readdir(dir)) {
+                const std::string name = entry->d_name;
+                if (name != "." && name != "..")
+                    std::remove((m_dir + "/" + name).c_str());
+            }
+            closedir(dir);
         }
-        closedir(dir);
+        if (rmdir(m_dir.c_str()) == 0 || errno != ENOTEMPTY)
+            break;
+        const timespec pause{0, 5 * 1000 * 1000};
+        nanosleep(&pause, nullptr);
     }
-    rmdir(m_dir.c_str());
     m_dir.clear();
 }
 

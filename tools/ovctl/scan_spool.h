@@ -7,7 +7,7 @@
 // which removes the files and then ends the process with the same signal.
 //
 //   ScanSpool spool(keep);        // keep: a --spool directory, left alone
-//   spool.made(dir);              // the directory made for this scan
+//   spool.make(tmpdir, &dir);     // a fresh directory for this scan
 #pragma once
 
 #include <signal.h>
@@ -25,7 +25,8 @@ public:
     ScanSpool(const ScanSpool &) = delete;
     ScanSpool &operator=(const ScanSpool &) = delete;
 
-    void made(const std::string &dir);
+    // Makes a fresh spool directory in `parent` and takes it in charge.
+    bool make(const std::string &parent, std::string *dir);
 
 private:
     void watch();
