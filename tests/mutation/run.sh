@@ -20,7 +20,9 @@
 #   --only    run only the mutations whose ID or file matches REGEX
 #   --out     also write the result lines to FILE
 #   --check   only check that every mutation applies, build nothing
-# The tree is restored after each mutation and on interruption.
+# The tree is restored after each mutation and on interruption. A test that
+# fails is run once more; only a second failure counts (a busy machine can
+# make a timed wait in an end-to-end script give up).
 set -euo pipefail
 
 here=$(cd "$(dirname "$0")" && pwd)
@@ -61,13 +63,14 @@ PY
 }
 
 saved=$(mktemp)
+log=$(mktemp -d)
 current=""
 restore() {
   # A fresh write (not a copy keeping the old time) so the build sees it.
   [ -n "$current" ] && cat "$saved" >"$current"
   current=""
 }
-trap 'restore; rm -f "$saved"' EXIT
+trap 'restore; rm -rf "$saved" "$log"' EXIT
 trap 'exit 130' INT TERM
 
 report() {
@@ -81,20 +84,26 @@ if [ "$check" = 0 ]; then
   [ -f "$build/build.ninja" ] ||
     cmake -S "$src" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release "${launcher[@]}" >/dev/null
   cmake --build "$build" >/dev/null || { echo "run.sh: the unmutated tree does not build" >&2; exit 1; }
-  ctest --test-dir "$build" -LE dist -j"$(nproc)" --timeout 300 >/dev/null ||
-    { echo "run.sh: the suite fails without any mutation; fix that first" >&2; exit 1; }
 fi
+# Runs ctest with ARGS; on failure runs the failed tests once more, so that a
+# test which failed only because the machine was busy does not count.
+suite_fails() {
+  ctest --test-dir "$build" "$@" -j"$(nproc)" --timeout 300 >"$log/ctest" 2>&1 && return 1
+  ! ctest --test-dir "$build" --rerun-failed -j"$(nproc)" --timeout 300 >"$log/rerun" 2>&1
+}
 
-log=$(mktemp -d)
 # Runs the suite; prints the first failing test, or nothing when all pass.
 first_failure() {
-  if ! ctest --test-dir "$build" -L 'unit|concurrency' --stop-on-failure -j"$(nproc)" \
-      --timeout 300 >"$log/ctest" 2>&1 ||
-     ! ctest --test-dir "$build" -LE 'unit|concurrency|dist' -j"$(nproc)" \
-      --timeout 300 >"$log/ctest" 2>&1; then
-    sed -n 's/^[[:space:]]*[0-9]* - \([^ ]*\) .*/\1/p' "$log/ctest" | head -n 1 | grep . || echo "?"
+  if suite_fails -L 'unit|concurrency' --stop-on-failure || suite_fails -LE 'unit|concurrency|dist'; then
+    sed -n 's/^[[:space:]]*[0-9]* - \([^ ]*\) .*/\1/p' "$log/rerun" | head -n 1 | grep . || echo "?"
   fi
 }
+
+if [ "$check" = 0 ] && suite_fails -LE dist; then
+  echo "run.sh: the suite fails without any mutation; fix that first:" >&2
+  grep -A20 'tests FAILED' "$log/rerun" >&2
+  exit 1
+fi
 
 caught=0 missed=0 skipped=0
 id="" file="" from=""
@@ -130,4 +139,3 @@ if [ "$check" = 0 ]; then
   cmake --build "$build" >/dev/null   # leave the build as the tree is
   echo "caught $caught of $((caught + missed)) mutations ($skipped skipped)"
 fi
-rm -rf "$log"
