@@ -89,14 +89,18 @@ TEST_F(EventLogTest, CharsetZeroAndThreeWriteTheTextAsItIs)
     const std::string euc = "\xC6\xFC\xCB\xDC\xB8\xEC";  // "Japanese" in EUC-JP
     const std::string sjis = "\x93\xFA\x96\x7B\x8C\xEA"; // the same in Shift_JIS
     const std::string jis = "\x1B$BF|K\\8l\x1B(B";       // and in ISO-2022-JP
-    const std::pair<int, std::string> rows[] = {{0, euc}, {3, euc}, {2, sjis}, {1, jis}};
+    const struct {
+        int charset;
+        std::string text, logged;
+    } rows[] = {{0, euc, euc}, {3, euc, euc}, {2, euc, sjis}, {1, euc, jis},
+                {0, sjis, sjis}, {3, sjis, sjis}}; // 3 is taken as EUC: nothing converts
     for (const auto &row : rows) {
         std::remove(log_path().c_str());
-        WriteLogFile(("policy " + euc).c_str(), euc.c_str(), 367, row.first);
+        WriteLogFile(("policy " + row.text).c_str(), row.text.c_str(), 367, row.charset);
         EXPECT_EQ(log_lines(), (std::vector<std::string>{std::string("<stamp>") + kHeader,
-                                                         "<stamp>policy " + row.second,
-                                                         "EMAIL\\<stamp>\\" + row.second}))
-            << row.first;
+                                                         "<stamp>policy " + row.logged,
+                                                         "EMAIL\\<stamp>\\" + row.logged}))
+            << row.charset << " " << row.text;
     }
 }
 

@@ -20,26 +20,24 @@
 
 namespace {
 
-// What the host's queue received.
+// What the host's queue received: the record's fixed fields in one line,
+// the recipients, the file and the mail in it.
 struct Queued {
     int calls = 0;
-    std::string from, path, mail;
+    std::string record, path, mail;
     std::vector<std::string> recipients;
-    bool reservedNull = false;
-    int flag1 = -1, flag2 = -1;
 } g_queued;
 
 int capture_queue(ZWEnqueRecord *record)
 {
     ++g_queued.calls;
-    g_queued.from = record->from;
+    g_queued.record = std::string(record->from) + " flags=" + std::to_string(record->flag1) +
+                      std::to_string(record->flag2) +
+                      (record->reserved1 || record->reserved2 ? " reserved" : "");
     g_queued.recipients.clear();
     for (char **r = record->recipients; *r; ++r)
         g_queued.recipients.push_back(*r);
-    g_queued.reservedNull = !record->reserved1 && !record->reserved2;
     g_queued.path = record->path;
-    g_queued.flag1 = record->flag1;
-    g_queued.flag2 = record->flag2;
     g_queued.mail = NotifyReadFile(record->path);
     return 0;
 }
@@ -123,10 +121,7 @@ TEST_F(NotificationTest, QueueRecordAndRecipients)
         EXPECT_NE(g_queued.mail.find("\r\nTo: " + row.first + "\r\n"), std::string::npos);
     }
     EXPECT_EQ(g_queued.calls, 6);
-    EXPECT_EQ(g_queued.from, "Poster");
-    EXPECT_TRUE(g_queued.reservedNull);
-    EXPECT_EQ(g_queued.flag1, 1);
-    EXPECT_EQ(g_queued.flag2, 0);
+    EXPECT_EQ(g_queued.record, "Poster flags=10");
     EXPECT_EQ(g_queued.path.rfind(m_dir.path(), 0), 0u) << g_queued.path;
     EXPECT_EQ(m_dir.files().size(), 7u) << "the queued files stay for the host";
 }

@@ -85,7 +85,7 @@ TEST(MilterConfig, ErrorsNameTheBadKeyAndLeaveTheSettingsAlone)
         {"Workers=300\n", "Workers"},
         {"Workers=4x\n", "Workers"},
         {"Socket=inet:@127.0.0.1\n", "Socket"},
-        {"Socket=inet:70000@127.0.0.1\n", "Socket"},
+        {"Socket=inet:65536@127.0.0.1\n", "Socket"},
         {"Socket=inet:0@127.0.0.1\n", "Socket"},
         {"Socket=tcp:8895@127.0.0.1\n", "Socket"},
         {"Socket=unix:\n", "Socket"},
