@@ -96,11 +96,11 @@ grep -q 'tempfail' "$work/ovmilter.log" && om_fail "a mail got a tempfail"
 echo "ok: SIGTERM let the open message finish, then stopped ovmilter; spool empty"
 
 # 7. Restarted with OnBlock=reject, a blocked mail is refused with the 5xx text.
-om_write_ini "$work/ovmilter.ini" "inet:$milter_port@127.0.0.1" 2 OnBlock=reject "RejectText=Refused by the content filter"
+om_write_ini "$work/ovmilter.ini" "inet:$milter_port@127.0.0.1" 2 OnBlock=reject "RejectText=Refused by the content filter, 100% sure"
 om_start "$work/ovmilter.ini" "$work/ovmilter2.log" || om_fail "ovmilter did not start again"
 swaks --server "127.0.0.1:$smtp_port" --from sender@partner.example --to bob@example.net \
       --data "@$src/examples/mail/13-lottery.eml" >"$work/swaks.log" 2>&1 && om_fail "the blocked mail was accepted"
-grep -q '550 5.7.1 Refused by the content filter' "$work/swaks.log" || om_fail "no 550 reply: $(grep -- '<-' "$work/swaks.log" | tail -n 3)"
+grep -q "550 5.7.1 Refused by the content filter, 100% sure" "$work/swaks.log" || om_fail "no 550 reply: $(grep -- '<-' "$work/swaks.log" | tail -n 3)"
 om_expect_count bob 0
 om_stop || om_fail "ovmilter did not stop cleanly"
 echo "ok: OnBlock=reject refuses with the configured text"
