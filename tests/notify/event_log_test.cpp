@@ -18,100 +18,70 @@ namespace {
 std::string today(const char *format)
 {
     const time_t now = time(nullptr);
-    struct tm local {
-    };
+    struct tm local {};
     localtime_r(&now, &local);
     char text[64];
     strftime(text, sizeof text, format, &local);
     return text;
 }
 
+const char kHeader[] = "Daily Log, Version: 3.8_Linux_Build_1036 $Date: 12/20/2002 18:02:39";
+
 // Program directory pointed at a scratch directory for one test.
 class EventLogTest : public ::testing::Test {
 protected:
-    void SetUp() override
-    {
-        m_saved = g_t_strProgramDirectory;
-        g_t_strProgramDirectory = m_dir.path();
-    }
+    void SetUp() override { g_t_strProgramDirectory = m_dir.path(); }
     void TearDown() override { g_t_strProgramDirectory = m_saved; }
 
     std::string log_path() const { return m_dir.file(today("pwall.log.%Y.%m.%d")); }
+    // The lines of today's log with their date and time, which may be a
+    // second later than the test's, as "<stamp>".
     std::vector<std::string> log_lines() const
     {
-        return NotifySplitLines(NotifyReadFile(log_path()));
+        static const std::regex eventStamp(R"(^\d\d/\d\d/\d{4} \d\d:\d\d:\d\d CONTENT_MANAGEMENT\[)" +
+                                           std::to_string(getpid()) + R"(\]: )");
+        static const std::regex emailStamp(R"(^EMAIL\\\d\d/\d\d/\d{4} \d\d:\d\d:\d\d\\)");
+        std::vector<std::string> lines = NotifySplitLines(NotifyReadFile(log_path()));
+        for (std::string &line : lines) {
+            line = std::regex_replace(line, eventStamp, "<stamp>");
+            line = std::regex_replace(line, emailStamp, "EMAIL\\<stamp>\\");
+        }
+        return lines;
     }
 
     NotifyScratchDir m_dir;
-    t_string m_saved;
+    const t_string m_saved = g_t_strProgramDirectory;
 };
 
-// The date and time of a line may be a second later than prefix(); compare
-// the rest.
-std::string after_stamp(const std::string &line)
+TEST_F(EventLogTest, HeaderOncePerDayAndAnEmailLineForMailText)
 {
-    const size_t colon = line.find("]: ");
-    return colon == std::string::npos ? line : line.substr(colon + 3);
-}
-
-TEST_F(EventLogTest, FirstCallOfTheDayWritesTheHeaderOnce)
-{
-    WriteLogFile("PLUG-IN STARTED BY /opt/gw/Plug-Ins/OV/", nullptr, 368, 0);
-    WriteLogFile("PLUG-IN STOPPED", nullptr, 368, 0);
-
-    const std::vector<std::string> lines = log_lines();
-    ASSERT_EQ(lines.size(), 3u);
-    const std::regex stamp(R"(^\d\d/\d\d/\d{4} \d\d:\d\d:\d\d CONTENT_MANAGEMENT\[)" +
-                           std::to_string(getpid()) + R"(\]: )");
-    for (const std::string &line : lines)
-        EXPECT_TRUE(std::regex_search(line, stamp)) << line;
-    EXPECT_EQ(lines[0].substr(0, 10), today("%m/%d/%Y"));
-    EXPECT_EQ(after_stamp(lines[0]),
-              "Daily Log, Version: 3.8_Linux_Build_1036 $Date: 12/20/2002 18:02:39");
-    EXPECT_EQ(after_stamp(lines[1]), "PLUG-IN STARTED BY /opt/gw/Plug-Ins/OV/");
-    EXPECT_EQ(after_stamp(lines[2]), "PLUG-IN STOPPED");
-    EXPECT_EQ(m_dir.files(), std::vector<std::string>{today("pwall.log.%Y.%m.%d")});
-}
-
-TEST_F(EventLogTest, AnExistingDayFileGetsNoHeader)
-{
-    NotifyWriteFile(log_path(), "earlier line\n");
-    WriteLogFile("event", nullptr, 367, 0);
-    const std::vector<std::string> lines = log_lines();
-    ASSERT_EQ(lines.size(), 2u);
-    EXPECT_EQ(lines[0], "earlier line");
-    EXPECT_EQ(after_stamp(lines[1]), "event");
-}
-
-TEST_F(EventLogTest, MailTextAddsAnEmailLine)
-{
-    struct Row {
-        const char *text;
-        const char *mailText;
-        std::vector<std::string> expected; // after the header, stamps replaced by "<stamp>"
+    const std::string header = std::string("<stamp>") + kHeader;
+    const struct {
+        const char *existing; // the day file before the calls, or null
+        std::vector<std::pair<const char *, const char *>> calls;
+        std::vector<std::string> lines;
     } rows[] = {
-        {"no mail", nullptr, {"<stamp>CONTENT_MANAGEMENT: no mail"}},
-        {"CONTENT MANAGEMENT: Anti-Spam filter has blocked a junk mail.",
-         "Inbound\\a@x.example\\b@y.example\\Hello\\Delete/rule1",
-         {"<stamp>CONTENT_MANAGEMENT: CONTENT MANAGEMENT: Anti-Spam filter has blocked a junk "
-          "mail.",
+        {nullptr,
+         {{"PLUG-IN STARTED BY /opt/gw/Plug-Ins/OV/", nullptr}, {"PLUG-IN STOPPED", nullptr}},
+         {header, "<stamp>PLUG-IN STARTED BY /opt/gw/Plug-Ins/OV/", "<stamp>PLUG-IN STOPPED"}},
+        {"earlier line\n", {{"event", nullptr}}, {"earlier line", "<stamp>event"}},
+        {nullptr,
+         {{"CONTENT MANAGEMENT: Anti-Spam filter has blocked a junk mail.",
+           "Inbound\\a@x.example\\b@y.example\\Hello\\Delete/rule1"}},
+         {header, "<stamp>CONTENT MANAGEMENT: Anti-Spam filter has blocked a junk mail.",
           "EMAIL\\<stamp>\\Inbound\\a@x.example\\b@y.example\\Hello\\Delete/rule1"}},
-        {"empty mail text", "", {"<stamp>CONTENT_MANAGEMENT: empty mail text", "EMAIL\\<stamp>\\"}},
+        {nullptr, {{"empty mail text", ""}}, {header, "<stamp>empty mail text", "EMAIL\\<stamp>\\"}},
     };
-    const std::regex eventStamp(R"(^\d\d/\d\d/\d{4} \d\d:\d\d:\d\d CONTENT_MANAGEMENT\[\d+\]: )");
-    const std::regex emailStamp(R"(^EMAIL\\\d\d/\d\d/\d{4} \d\d:\d\d:\d\d\\)");
-    for (const Row &row : rows) {
+    for (const auto &row : rows) {
         std::remove(log_path().c_str());
-        WriteLogFile(row.text, row.mailText, 367, 0);
-        std::vector<std::string> lines = log_lines();
-        ASSERT_FALSE(lines.empty());
-        lines.erase(lines.begin()); // the day's header
-        for (std::string &line : lines) {
-            line = std::regex_replace(line, eventStamp, "<stamp>CONTENT_MANAGEMENT: ");
-            line = std::regex_replace(line, emailStamp, "EMAIL\\<stamp>\\");
-        }
-        EXPECT_EQ(lines, row.expected) << row.text;
+        if (row.existing)
+            NotifyWriteFile(log_path(), row.existing);
+        for (const auto &call : row.calls)
+            WriteLogFile(call.first, call.second, 367, 0);
+        EXPECT_EQ(log_lines(), row.lines) << row.calls[0].first;
     }
+    EXPECT_EQ(NotifyReadFile(log_path()).substr(0, 10), today("%m/%d/%Y"));
+    EXPECT_EQ(m_dir.files(), std::vector<std::string>{today("pwall.log.%Y.%m.%d")});
 }
 
 TEST_F(EventLogTest, CharsetZeroAndThreeWriteTheTextAsItIs)
@@ -119,18 +89,18 @@ TEST_F(EventLogTest, CharsetZeroAndThreeWriteTheTextAsItIs)
     const std::string euc = "\xC6\xFC\xCB\xDC\xB8\xEC";  // "Japanese" in EUC-JP
     const std::string sjis = "\x93\xFA\x96\x7B\x8C\xEA"; // the same in Shift_JIS
     const std::string jis = "\x1B$BF|K\\8l\x1B(B";       // and in ISO-2022-JP
-    struct Row {
+    const struct {
         int charset;
-        std::string expected;
-    } rows[] = {{0, euc}, {3, euc}, {2, sjis}, {1, jis}};
-    for (const Row &row : rows) {
+        std::string text, logged;
+    } rows[] = {{0, euc, euc}, {3, euc, euc}, {2, euc, sjis}, {1, euc, jis},
+                {0, sjis, sjis}, {3, sjis, sjis}}; // 3 is taken as EUC: nothing converts
+    for (const auto &row : rows) {
         std::remove(log_path().c_str());
-        WriteLogFile(("policy " + euc).c_str(), euc.c_str(), 367, row.charset);
-        const std::vector<std::string> lines = log_lines();
-        ASSERT_EQ(lines.size(), 3u) << row.charset;
-        EXPECT_EQ(after_stamp(lines[1]), "policy " + row.expected) << row.charset;
-        const std::string email = lines[2];
-        EXPECT_EQ(email.substr(email.size() - row.expected.size()), row.expected) << row.charset;
+        WriteLogFile(("policy " + row.text).c_str(), row.text.c_str(), 367, row.charset);
+        EXPECT_EQ(log_lines(), (std::vector<std::string>{std::string("<stamp>") + kHeader,
+                                                         "<stamp>policy " + row.logged,
+                                                         "EMAIL\\<stamp>\\" + row.logged}))
+            << row.charset << " " << row.text;
     }
 }
 
@@ -142,7 +112,6 @@ TEST_F(EventLogTest, UnwritableDirectoryIsSkippedSilently)
         WriteLogFile("lost", "lost too", 367, 2);
     }
     g_t_strProgramDirectory = m_dir.path();
-    EXPECT_EQ(m_dir.files(), std::vector<std::string>{"plainfile"});
     WriteLogFile(nullptr, "no event text", 367, 0);
     EXPECT_EQ(m_dir.files(), std::vector<std::string>{"plainfile"});
 }

@@ -1,16 +1,20 @@
 // One mail captured into the spool: the data file byte for byte, the
 // envelope file as text and as the plug-in reads it, the pair's names by
-// direction, and the removal of the pair with the capture.
+// direction and by the MTA's queue id, the removal of the pair with the
+// capture, and the envelope record of a quarantined copy.
 #include "tools/ovmilter/mail_capture.h"
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <set>
 
 #include "mail/mail_info.h"
 #include "support/base_temp_dir.h"
+#include "tools/hostkit/copy_record.h"
+#include "tools/ovmilter/copy_record_note.h"
 
 namespace {
 
@@ -71,39 +75,61 @@ TEST(MailCapture, WritesTheDataAndEnvelopeFiles)
     EXPECT_EQ(info.m_strEnvelopeFrom, "<alice@partner.example>");
     EXPECT_EQ(info.m_strEnvelopeTo, "<carol@corp.example>"); // the last T line
     EXPECT_EQ(info.m_strFrom, std::string(kEucNihon) + " <ja@partner.example>");
-    EXPECT_EQ(info.m_strTo, "bob@corp.example");
-    EXPECT_EQ(info.m_strCc, "carol@corp.example");
-    EXPECT_EQ(info.m_strReplyTo, "<help@partner.example>");
-    EXPECT_EQ(info.m_strSubject, "Quarterly figures");
+    EXPECT_EQ(info.m_strTo + "|" + info.m_strCc + "|" + info.m_strReplyTo + "|" + info.m_strSubject,
+              "bob@corp.example|carol@corp.example|<help@partner.example>|Quarterly figures");
     EXPECT_EQ(info.m_lReceivedTime, 1054599164);
 }
 
-TEST(MailCapture, NamesThePairByDirectionAndRemovesItWhenDestroyed)
+// Named by direction, then by the MTA's queue id before the envelope is
+// written (the data flows on into the renamed file; a name in use, even by
+// an envelope alone, is never taken over); the pair goes with the capture.
+TEST(MailCapture, NamesThePairAndRemovesItWhenDestroyed)
 {
-    struct Row {
-        bool outbound;
-        bool finished;
-        const char *af, *df;
+    BaseTempDir spool;
+    spool.write("AFI4Q_3", "left by someone\n");
+    const struct {
+        const char *spoolId;
+        bool outbound, finished;
+        const char *queueId, *af, *df;
     } rows[] = {
-        {false, true, "AFI42", "DFI42"},
-        {true, true, "AFO42", "DFO42"},
-        {true, false, "AFO42", "DFO42"}, // answered before its end
+        {"42", false, true, nullptr, "AFI42", "DFI42"},
+        {"43", true, true, nullptr, "AFO43", "DFO43"},
+        {"44", true, false, nullptr, "AFO44", "DFO44"}, // answered before its end
+        {"a1", false, true, "4Q", "AFI4Q", "DFI4Q"},
+        {"a2", false, true, "4Q", "AFI4Q_2", "DFI4Q_2"},
+        {"a3", false, true, "4Q", "AFI4Q_4", "DFI4Q_4"},
+        {"a4", true, true, "4Q", "AFO4Q", "DFO4Q"},
     };
-    for (const Row &row : rows) {
-        BaseTempDir spool;
-        auto mail = Start(spool.dir(), "42", row.outbound);
+    std::vector<std::unique_ptr<MailCapture>> mails;
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.spoolId);
+        auto mail = Start(spool.dir(), row.spoolId, row.outbound);
         ASSERT_TRUE(mail);
         EXPECT_EQ(mail->outbound(), row.outbound);
+        std::string error;
+        ASSERT_TRUE(mail->add_header("Subject", row.spoolId, &error));
+        if (row.queueId) {
+            ASSERT_TRUE(mail->rename_pair(row.queueId));
+        }
+        ASSERT_TRUE(mail->add_body("body\r\n", 6, &error)) << error;
         EXPECT_EQ(mail->pair().afPath, spool.path(row.af));
         EXPECT_EQ(mail->pair().dfPath, spool.path(row.df));
-        std::string error;
-        ASSERT_TRUE(mail->add_header("Subject", "hi", &error));
         if (row.finished) {
             ASSERT_TRUE(mail->finish(&error)) << error;
+            EXPECT_EQ(BaseTempDir::read(spool.path(row.df)),
+                      std::string("Subject: ") + row.spoolId + "\r\n\r\nbody\r\n");
+            EXPECT_FALSE(mail->rename_pair("later")) << "the envelope is written";
         }
         EXPECT_EQ(BaseTempDir::exists(spool.path(row.af)), row.finished);
         EXPECT_TRUE(BaseTempDir::exists(spool.path(row.df)));
-        mail.reset();
+        EXPECT_EQ(BaseTempDir::exists(spool.path(std::string("DF") + (row.outbound ? "O" : "I") +
+                                                 row.spoolId)),
+                  !row.queueId);
+        mails.push_back(std::move(mail));
+    }
+    mails.clear();
+    EXPECT_EQ(BaseTempDir::read(spool.path("AFI4Q_3")), "left by someone\n");
+    for (const auto &row : rows) {
         EXPECT_FALSE(BaseTempDir::exists(spool.path(row.af))) << row.af;
         EXPECT_FALSE(BaseTempDir::exists(spool.path(row.df))) << row.df;
     }
@@ -127,7 +153,7 @@ TEST(MailCapture, StartFailsWithAReason)
 
 TEST(MailCapture, TheBlankLineIsWrittenOnceAndTheDataFileClosesAtFinish)
 {
-    struct Row {
+    const struct {
         bool header, endHeaders, body;
         std::string df;
     } rows[] = {
@@ -135,7 +161,7 @@ TEST(MailCapture, TheBlankLineIsWrittenOnceAndTheDataFileClosesAtFinish)
         {true, false, false, "A: b\r\n\r\n"},    {false, false, false, "\r\n"},
         {false, false, true, "\r\nbody"},
     };
-    for (const Row &row : rows) {
+    for (const auto &row : rows) {
         BaseTempDir spool;
         auto mail = Start(spool.dir(), "1");
         ASSERT_TRUE(mail);
@@ -166,11 +192,11 @@ TEST(MailCapture, StalePairsOfAnEarlierRunAreRemoved)
     BaseTempDir spool;
     spool.write("AFI1", "F<a@b>\n");
     spool.write("DFI1", "Subject: x\r\n\r\n");
-    spool.write("AFO2", "F<a@b>\n");   // its data file never came
-    spool.write("DFO3", "Subj");        // cut off before its envelope
+    spool.write("AFO2", "F<a@b>\n"); // its data file never came
+    spool.write("DFO3", "Subj");     // cut off before its envelope
     spool.write("notes.txt", "kept");
     EXPECT_EQ(remove_stale_pairs(spool.dir()), 4);
-    EXPECT_EQ(access(spool.path("DFI1").c_str(), F_OK), -1);
+    EXPECT_FALSE(BaseTempDir::exists(spool.path("DFI1")));
     EXPECT_EQ(BaseTempDir::read(spool.path("notes.txt")), "kept");
     EXPECT_EQ(remove_stale_pairs(spool.dir()), 0);
 }
@@ -198,18 +224,45 @@ TEST(MailCapture, AddressesAndLineBreaks)
     };
     for (const auto &row : addresses)
         EXPECT_EQ(strip_angle_brackets(row.first), row.second) << row.first;
+    // Nothing in a value may start a header field the MTA did not see, nor
+    // end the header block early.
     const std::pair<const char *, const char *> values[] = {
-        {"one", "one"},         {"a\n\tb", "a\r\n\tb"},     {"a\r\n\tb", "a\r\n\tb"},
-        // Nothing in a value may start a header field the MTA did not see,
-        // nor end the header block early.
+        {"one", "one"},   {"a\n\tb", "a\r\n\tb"}, {"a\r\n\tb", "a\r\n\tb"},
         {"end\n", "end"}, {"end\r\n\r\n", "end"}, {"\n", ""},
-        {"a\r\tb", "a \tb"},
-        {"a\rContent-Type: text/plain", "a Content-Type: text/plain"},
-        {"a\nX-Forged: 1", "a\r\n X-Forged: 1"},
-        {"a\n\n b", "a\r\n \r\n b"},
+        {"a\r\tb", "a \tb"}, {"a\rContent-Type: text/plain", "a Content-Type: text/plain"},
+        {"a\nX-Forged: 1", "a\r\n X-Forged: 1"}, {"a\n\n b", "a\r\n \r\n b"},
     };
     for (const auto &row : values)
         EXPECT_EQ(crlf_line_breaks(row.first), row.second) << row.first;
+}
+
+TEST(CopyRecordNote, KeepsTheSmtpEnvelopeOfAReportedCopy)
+{
+    BaseTempDir spool;
+    auto mail = Start(spool.dir(), "n1");
+    ASSERT_TRUE(mail);
+    mail->add_recipient("<bob@corp.example>");
+    mail->add_recipient("<hidden@corp.example>"); // a Bcc: in no header
+    std::string error;
+    ASSERT_TRUE(mail->finish(&error)) << error;
+
+    MailOutcome outcome;
+    outcome.code = 2;
+    outcome.result.blocked = 1;
+    outcome.verdict.word = "quarantined";
+    note_copy_record(*mail, "192.0.2.7", "4Q", outcome); // no copy: nothing written
+    const std::string copy = spool.write("AF9_1.tmp", "copy");
+    std::snprintf(outcome.report.copy_path, sizeof outcome.report.copy_path, "%s", copy.c_str());
+    std::snprintf(outcome.report.trigger, sizeof outcome.report.trigger, "Big mails");
+    note_copy_record(*mail, "192.0.2.7", "4Q", outcome);
+
+    CopyRecord record;
+    ASSERT_EQ(read_copy_record(copy, &record, &error), RecordRead::Found) << error;
+    EXPECT_EQ(record.id + "|" + record.host + "|" + record.sender + "|" + record.client + "|" +
+                  record.verdict + "|" + record.action + "|" + record.trigger,
+              "4Q|ovmilter|alice@partner.example|192.0.2.7|blocked|quarantined|Big mails");
+    EXPECT_EQ(record.recipients,
+              (std::vector<std::string>{"bob@corp.example", "hidden@corp.example"}));
 }
 
 } // namespace

@@ -75,33 +75,34 @@ TEST_F(MailJudgeTest, HandsThePluginTheCapturedPair)
     EXPECT_EQ(dfText, std::string(kHeaders) + "\r\n" + kBody);
 }
 
-TEST_F(MailJudgeTest, AnswersTheVerdict)
+// The verdict itself is decide_verdict's; the judge adds the plug-in's
+// code, its result and why a mail is held.
+TEST_F(MailJudgeTest, AnswersTheVerdictAndSaysWhyAMailIsHeld)
 {
-    struct Row {
+    const struct {
         int code, action, blocked;
         uint32_t faults;
         BlockReply onBlock;
         MilterReply reply;
-        const char *word;
         const char *error;
     } rows[] = {
-        {0, 0, 0, 0, BlockReply::Discard, MilterReply::Accept, "pass", ""},
-        {2, 1, 1, 0, BlockReply::Discard, MilterReply::Discard, "deleted", ""},
-        {2, 0, 0, 0, BlockReply::Reject, MilterReply::Reject, "blocked", ""},
-        {-6, 0, 0, 0, BlockReply::Discard, MilterReply::Tempfail, "error", "plug-in answered -6"},
-        {2, 2, 1, OV_FAULT_COPY, BlockReply::Discard, MilterReply::Tempfail, "error",
+        {0, 0, 0, 0, BlockReply::Discard, MilterReply::Accept, ""},
+        {2, 1, 1, 0, BlockReply::Discard, MilterReply::Discard, ""},
+        {2, 0, 0, 0, BlockReply::Reject, MilterReply::Reject, ""},
+        {-6, 0, 0, 0, BlockReply::Discard, MilterReply::Tempfail, "plug-in answered -6"},
+        {2, 2, 1, OV_FAULT_COPY, BlockReply::Discard, MilterReply::Tempfail,
          "plug-in fault copy, the mail is held"},
         {0, 0, 0, OV_FAULT_TEMP | OV_FAULT_NOTIFY, BlockReply::Discard, MilterReply::Tempfail,
-         "error", "plug-in fault temp,notify, the mail is held"},
-        {0, 2, 0, OV_FAULT_NOTIFY, BlockReply::Discard, MilterReply::Discard, "quarantined", ""},
+         "plug-in fault temp,notify, the mail is held"},
+        {0, 2, 0, OV_FAULT_NOTIFY, BlockReply::Discard, MilterReply::Discard, ""},
     };
-    for (const Row &row : rows) {
+    for (const auto &row : rows) {
         MailOutcome outcome =
             Judge(Answer(row.code, row.action, row.blocked, row.faults), row.onBlock);
         EXPECT_EQ(outcome.code, row.code);
         EXPECT_EQ(outcome.result.action, row.action);
+        EXPECT_EQ(outcome.report.faults, row.faults);
         EXPECT_EQ(outcome.verdict.reply, row.reply) << row.code;
-        EXPECT_STREQ(outcome.verdict.word, row.word);
         EXPECT_EQ(outcome.error, row.error);
         EXPECT_TRUE(outcome.headerEdits.empty() && outcome.newBody.empty());
     }

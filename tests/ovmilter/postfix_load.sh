@@ -11,38 +11,17 @@
 #
 # Exit 77 (skipped) when Postfix, swaks or root rights are missing.
 set -euo pipefail
-here=$(cd "$(dirname "$0")" && pwd)
-src=$(cd "$here/../.." && pwd)
-build=$(cd "${1:?usage: postfix_load.sh BUILD_DIR [MAILS [unix|inet]]}" && pwd)
+source "$(dirname "$0")/ovmilter_setup.sh"
+om_begin postfix_load "${1:-}"
 total=${2:-1000}
 transport=${3:-unix}
-source "$here/postfix_instance.sh"
-source "$here/ovmilter_setup.sh"
-pf_available || { echo "SKIP: cannot run a private Postfix here"; exit 77; }
-
-work=$(mktemp -d /tmp/ovmilter-load.XXXXXX)
-chmod 755 "$work"   # the postfix user and the delivery user pass through it
-PF_DIR=$work/postfix
 hup_loop=
 cleanup() { [ -n "$hup_loop" ] && kill "$hup_loop" 2>/dev/null; om_stop || true; pf_stop "$PF_DIR" || true; }
-trap cleanup EXIT
-
-smtp_port=$(om_pick_port $((20000 + RANDOM % 20000)))
-root=$work/root
-om_make_root "$src" "$root"
 # A unix socket by default, as on a production host: over TCP the MTA's
 # milter client waits for delayed acknowledgements and round trips dominate.
-if [ "$transport" = inet ]; then
-  milter_port=$(om_pick_port $((smtp_port + 1)))
-  milter_socket=inet:$milter_port@127.0.0.1 postfix_milter=inet:127.0.0.1:$milter_port
-else
-  milter_socket=unix:$work/ovmilter.sock postfix_milter=unix:$work/ovmilter.sock
-fi
-om_write_ini "$work/ovmilter.ini" "$milter_socket" "$root" "$work/spool" 4 \
-  "$(pf_sendmail_command "$PF_DIR")" SocketMode=0666
-om_start "$build" "$work/ovmilter.ini" "$work/ovmilter.log" || om_fail "ovmilter did not start"
-pf_setup "$PF_DIR" "$smtp_port" "$postfix_milter"
-pf_start "$PF_DIR" || om_fail "postfix did not start"
+milter_socket=unix:$work/ovmilter.sock
+[ "$transport" != inet ] || milter_socket=inet:$milter_port@127.0.0.1
+om_bring_up "$milter_socket" 4 SocketMode=0666
 
 # The mix: 70% clean, 20% quarantined by the vendor rule, 10% with an .exe.
 clean=$((total * 7 / 10)); held=$((total * 2 / 10)); exe=$((total - clean - held))

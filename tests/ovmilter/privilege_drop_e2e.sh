@@ -8,32 +8,14 @@
 #
 # Exit 77 (skipped) when Postfix, swaks or root rights are missing.
 set -euo pipefail
-here=$(cd "$(dirname "$0")" && pwd)
-src=$(cd "$here/../.." && pwd)
-build=$(cd "${1:?usage: privilege_drop_e2e.sh BUILD_DIR}" && pwd)
-source "$here/postfix_instance.sh"
-source "$here/ovmilter_setup.sh"
-pf_available || { echo "SKIP: cannot run a private Postfix here"; exit 77; }
+source "$(dirname "$0")/ovmilter_setup.sh"
 getent passwd nobody >/dev/null || { echo "SKIP: no user nobody"; exit 77; }
-
-work=$(mktemp -d /tmp/ovmilter-drop.XXXXXX)
-chmod 755 "$work"
-PF_DIR=$work/postfix
+om_begin privilege_drop_e2e "${1:-}"
 cleanup() { om_stop || true; pf_stop "$PF_DIR" || true; rm -rf "$work"; }
-trap cleanup EXIT
-
-milter_port=$(om_pick_port $((20000 + RANDOM % 20000)))
-smtp_port=$(om_pick_port $((milter_port + 1)))
-root=$work/root
-om_make_root "$src" "$root"
 # As the package has it: the settings stay root's, the program directory
 # (event logs, quarantine, temporary files) is the user's.
 chown -R nobody: "$root/Plug-Ins/OV"
-om_write_ini "$work/ovmilter.ini" "inet:$milter_port@127.0.0.1" "$root" "$work/spool" 2 \
-  "$(pf_sendmail_command "$PF_DIR")" "User=nobody" "PidFile=$work/ovmilter.pid"
-om_start "$build" "$work/ovmilter.ini" "$work/ovmilter.log" || om_fail "ovmilter did not start"
-pf_setup "$PF_DIR" "$smtp_port" "inet:127.0.0.1:$milter_port"
-pf_start "$PF_DIR" || om_fail "postfix did not start"
+om_bring_up "inet:$milter_port@127.0.0.1" 2 "User=nobody" "PidFile=$work/ovmilter.pid"
 
 # 1. The ids: real, effective, saved and file-system ids all nobody's.
 nobody_uid=$(id -u nobody)
@@ -49,10 +31,9 @@ grep -qE '^Groups:.*(^|[[:space:]])0([[:space:]]|$)' "$status" && om_fail "root'
 echo "ok: runs as nobody only"
 
 # 2. A mail passes: the spool and the plug-in's files are written as nobody.
-swaks --silent 2 --server "127.0.0.1:$smtp_port" --from sender@partner.example --to alice@example.net \
-  --data "@$src/examples/mail/01-plain.eml" >"$work/swaks.log" 2>&1 || om_fail "swaks could not send"
-pf_wait_idle "$PF_DIR" 30 || om_fail "postfix queue not empty after 30 s"
-[ "$(pf_count "$PF_DIR" alice)" -eq 1 ] || om_fail "the mail did not arrive"
+om_send "$src/examples/mail/01-plain.eml" alice@example.net
+om_settle
+om_expect_count alice 1
 grep -q '^X-Content-Verdict: pass' "$(pf_mailbox_files "$PF_DIR" alice | head -n 1)" || om_fail "no verdict header"
 for log in "$root/Plug-Ins/OV"/pwall.log.*; do
   [ "$(stat -c %U "$log")" = nobody ] || om_fail "$log is not nobody's"

@@ -1,6 +1,6 @@
 // Dropping root: each case runs in a forked child (a process cannot take
-// root back), which reports its ids, groups and whether root is still in
-// reach. Needs root; skipped otherwise.
+// root back), which reports its ids, groups, whether root is still in reach
+// and whether it can write into the spool. Needs root; skipped otherwise.
 #include "tools/ovmilter/privilege_drop.h"
 
 #include <grp.h>
@@ -9,7 +9,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <functional>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -18,23 +17,28 @@
 
 namespace {
 
-// What the child saw after its steps: "ok" or the error, then its ids.
-std::string describe_self(bool ok, const std::string &error)
+// What a child saw after its drop: "ok" or the error up to its first colon,
+// then its ids and whether it could write a file into `spool`.
+std::string describe_self(bool ok, const std::string &error, const std::string &spool)
 {
     gid_t groups[64];
     int count = getgroups(64, groups);
     bool rootGroup = false;
     for (int i = 0; i < count; ++i)
         rootGroup = rootGroup || groups[i] == 0;
-    bool rootBack = geteuid() != 0 && setuid(0) == 0;
-    return (ok ? std::string("ok") : "error: " + error) + " uid=" + std::to_string(getuid()) +
-           " euid=" + std::to_string(geteuid()) + " gid=" + std::to_string(getgid()) +
-           " rootgroup=" + std::to_string(rootGroup) + " rootback=" + std::to_string(rootBack);
+    const bool rootBack = geteuid() != 0 && setuid(0) == 0;
+    FILE *file = std::fopen((spool + "/AFwritten").c_str(), "w");
+    const bool written = file && std::fclose(file) == 0;
+    return (ok ? std::string("ok") : "error: " + error.substr(0, error.find(':'))) +
+           " uid=" + std::to_string(getuid()) + " euid=" + std::to_string(geteuid()) +
+           " gid=" + std::to_string(getgid()) + " rootgroup=" + std::to_string(rootGroup) +
+           " rootback=" + std::to_string(rootBack) + " written=" + std::to_string(written);
 }
 
-// Runs steps in a child that starts with root's group among its
+// Runs the drops in a child that starts with root's group among its
 // supplementary groups; its report, read through a pipe.
-std::string in_child(const std::function<std::string()> &steps)
+std::string drop_in_child(const char *first, const char *user, const char *group,
+                          const std::string &spool)
 {
     int fds[2];
     if (pipe(fds) != 0)
@@ -43,7 +47,13 @@ std::string in_child(const std::function<std::string()> &steps)
     if (child == 0) {
         close(fds[0]);
         const gid_t rootGroup = 0;
-        std::string report = setgroups(1, &rootGroup) == 0 ? steps() : "setgroups failed";
+        std::string error, report = "setgroups failed";
+        if (setgroups(1, &rootGroup) == 0) {
+            if (first && !drop_privileges(first, "", spool, &error))
+                report = "first drop: " + error;
+            else
+                report = describe_self(drop_privileges(user, group, spool, &error), error, spool);
+        }
         ssize_t written = write(fds[1], report.data(), report.size());
         _exit(written == static_cast<ssize_t>(report.size()) ? 0 : 1);
     }
@@ -59,104 +69,53 @@ std::string in_child(const std::function<std::string()> &steps)
     return report;
 }
 
-std::string ids(uid_t uid, gid_t gid, bool rootGroup)
+std::string ids(uid_t uid, gid_t gid, bool rootGroup, bool written = true)
 {
     return " uid=" + std::to_string(uid) + " euid=" + std::to_string(uid) +
            " gid=" + std::to_string(gid) + " rootgroup=" + std::to_string(rootGroup) +
-           " rootback=0";
+           " rootback=0 written=" + std::to_string(written);
 }
 
-class PrivilegeDrop : public ::testing::Test {
-protected:
-    void SetUp() override
-    {
-        if (geteuid() != 0)
-            GTEST_SKIP() << "needs root";
-        passwd *nobody = getpwnam("nobody");
-        group *daemonGroup = getgrnam("daemon");
-        if (!nobody || !daemonGroup)
-            GTEST_SKIP() << "needs the users nobody and the group daemon";
-        m_uid = nobody->pw_uid;
-        m_gid = nobody->pw_gid;
-        m_daemonGid = daemonGroup->gr_gid;
-        chmod(m_dir.dir().c_str(), 0755);
-    }
-    BaseTempDir m_dir;
-    uid_t m_uid = 0;
-    gid_t m_gid = 0;
-    gid_t m_daemonGid = 0;
-};
-
-TEST_F(PrivilegeDrop, BecomesTheUserForGoodOrStaysAsItWas)
+TEST(PrivilegeDrop, BecomesTheUserForGoodOrStaysAsItWas)
 {
-    struct Row {
-        const char *user;
-        const char *group;
-        std::string expected;
+    passwd *nobody = getpwnam("nobody");
+    group *daemonGroup = getgrnam("daemon");
+    if (geteuid() != 0 || !nobody || !daemonGroup)
+        GTEST_SKIP() << "needs root, the user nobody and the group daemon";
+    const uid_t uid = nobody->pw_uid;
+    const gid_t gid = nobody->pw_gid, daemonGid = daemonGroup->gr_gid;
+    BaseTempDir dir;
+    chmod(dir.dir().c_str(), 0755);
+    const struct {
+        const char *first; // an earlier drop in the same process, or null
+        const char *user, *group;
+        std::string spool, expected;
     } rows[] = {
-        {"nobody", "", "ok" + ids(m_uid, m_gid, false)},
-        {"nobody", "daemon", "ok" + ids(m_uid, m_daemonGid, false)},
-        {"", "", "ok" + ids(0, 0, true)},
-        {"no-such-user-ov", "", "error: User no-such-user-ov does not exist" + ids(0, 0, true)},
-        {"nobody", "no-such-group-ov", "error: Group no-such-group-ov does not exist" +
-                                           ids(0, 0, true)},
+        {nullptr, "nobody", "daemon", dir.dir(), "ok" + ids(uid, daemonGid, false)},
+        {nullptr, "", "", dir.dir(), "ok" + ids(0, 0, true)},
+        {nullptr, "no-such-user-ov", "", dir.dir(),
+         "error: User no-such-user-ov does not exist" + ids(0, 0, true)},
+        {nullptr, "nobody", "no-such-group-ov", dir.dir(),
+         "error: Group no-such-group-ov does not exist" + ids(0, 0, true)},
+        // A missing spool stops the drop before any id changes.
+        {nullptr, "nobody", "", dir.path("missing"),
+         "error: cannot open spool " + dir.path("missing") + ids(0, 0, true, false)},
+        // Already the user is fine, another user is not.
+        {"nobody", "nobody", "", dir.dir(), "ok" + ids(uid, gid, false)},
+        {"nobody", "daemon", "", dir.dir(),
+         "error: User daemon is set, but ovmilter was started neither as root nor as daemon" +
+             ids(uid, gid, false)},
+        {nullptr, "nobody", "", dir.dir(), "ok" + ids(uid, gid, false)},
     };
-    for (const Row &row : rows) {
-        std::string report = in_child([&] {
-            std::string error;
-            bool ok = drop_privileges(row.user, row.group, m_dir.dir(), &error);
-            return describe_self(ok, error);
-        });
-        EXPECT_EQ(report, row.expected) << row.user << ":" << row.group;
+    for (const auto &row : rows) {
+        EXPECT_EQ(drop_in_child(row.first, row.user, row.group, row.spool), row.expected)
+            << row.user << ":" << row.group;
     }
-}
-
-TEST_F(PrivilegeDrop, TheSpoolBelongsToTheUserAfterwards)
-{
-    std::string report = in_child([&] {
-        std::string error;
-        if (!drop_privileges("nobody", "", m_dir.dir(), &error))
-            return error;
-        FILE *file = std::fopen(m_dir.path("AFwritten").c_str(), "w");
-        return std::string(file && std::fclose(file) == 0 ? "written" : "not written");
-    });
-    EXPECT_EQ(report, "written");
+    // The spool belongs to the user afterwards.
     struct stat info {};
-    ASSERT_EQ(stat(m_dir.dir().c_str(), &info), 0);
-    EXPECT_EQ(info.st_uid, m_uid);
-    EXPECT_EQ(info.st_gid, m_gid);
-}
-
-TEST_F(PrivilegeDrop, AlreadyTheUserIsFineAnotherUserIsNot)
-{
-    struct Row {
-        const char *second;
-        const char *expected;
-    } rows[] = {
-        {"nobody", "ok"},
-        {"daemon", "error: User daemon is set, but ovmilter was started neither as root nor "
-                   "as daemon"},
-    };
-    for (const Row &row : rows) {
-        std::string report = in_child([&] {
-            std::string error;
-            if (!drop_privileges("nobody", "", m_dir.dir(), &error))
-                return "first drop: " + error;
-            bool ok = drop_privileges(row.second, "", m_dir.dir(), &error);
-            return describe_self(ok, error);
-        });
-        EXPECT_EQ(report, row.expected + ids(m_uid, m_gid, false)) << row.second;
-    }
-}
-
-TEST_F(PrivilegeDrop, AMissingSpoolStopsBeforeAnyIdChanges)
-{
-    std::string report = in_child([&] {
-        std::string error;
-        bool ok = drop_privileges("nobody", "", m_dir.path("missing"), &error);
-        return describe_self(ok, error.substr(0, error.find(':')));
-    });
-    EXPECT_EQ(report, "error: cannot open spool " + m_dir.path("missing") + ids(0, 0, true));
+    ASSERT_EQ(stat(dir.dir().c_str(), &info), 0);
+    EXPECT_EQ(info.st_uid, uid);
+    EXPECT_EQ(info.st_gid, gid);
 }
 
 } // namespace

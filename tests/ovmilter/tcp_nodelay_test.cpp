@@ -40,16 +40,13 @@ struct Listener {
 
 TEST(TcpNodelay, PortOfTheMilterSocket)
 {
-    struct {
-        const char *socket;
-        int port;
-    } rows[] = {
+    const std::pair<const char *, int> rows[] = {
         {"inet:8895@127.0.0.1", 8895}, {"inet6:10025@[::1]", 10025}, {"inet:25", 25},
         {"unix:/run/ovmilter.sock", -1}, {"local:/x", -1},          {"inet:@host", -1},
         {"inet:88x5@host", -1},         {"inet:70000@host", -1},    {"8895", -1},
     };
     for (const auto &row : rows)
-        EXPECT_EQ(inet_socket_port(row.socket), row.port) << row.socket;
+        EXPECT_EQ(inet_socket_port(row.first), row.second) << row.first;
 }
 
 TEST(TcpNodelay, AcceptedConnectionsCarryIt)
@@ -64,9 +61,7 @@ TEST(TcpNodelay, AcceptedConnectionsCarryIt)
     EXPECT_EQ(nodelay(other.fd), 0);
 
     int client = socket(AF_INET, SOCK_STREAM, 0);
-    ASSERT_EQ(connect(client, reinterpret_cast<const sockaddr *>(&listener.address),
-                      sizeof listener.address),
-              0);
+    ASSERT_EQ(connect(client, reinterpret_cast<sockaddr *>(&listener.address), sizeof listener.address), 0);
     int accepted = accept(listener.fd, nullptr, nullptr);
     ASSERT_GE(accepted, 0);
     EXPECT_EQ(nodelay(accepted), 1);
@@ -79,7 +74,7 @@ TEST(TcpNodelay, AcceptedConnectionsCarryIt)
 TEST(TcpNodelay, RemembersTheConnectionsOfTheListener)
 {
     MilterConnections::listener(7);
-    struct {
+    const struct {
         int listener, fd;
         bool remembered;
     } rows[] = {{7, 9, true}, {8, 10, false}, {7, 65535, true}, {7, 65536, false}, {7, -1, false}};

@@ -31,23 +31,19 @@ TEST(WorkerPool, EveryJobRunsOnceAndNoMoreThanThePoolAtATime)
     constexpr int kCallers = 16, kJobs = 50, kThreads = 4;
     WorkerPool pool(kThreads);
     Overlap overlap;
-    std::unique_ptr<std::atomic<int>[]> runs(new std::atomic<int>[kCallers * kJobs]);
-    for (int i = 0; i < kCallers * kJobs; ++i)
-        runs[i] = 0;
+    std::unique_ptr<std::atomic<int>[]> runs(new std::atomic<int>[kCallers * kJobs]());
     std::atomic<int> refused{0};
     std::vector<std::thread> callers;
     for (int c = 0; c < kCallers; ++c) {
         callers.emplace_back([&, c] {
             for (int j = 0; j < kJobs; ++j) {
-                bool ok = pool.run([&] {
+                refused += !pool.run([&] {
                     overlap.enter();
                     ++runs[c * kJobs + j];
                     for (int k = 0; k < 50; ++k)
                         std::this_thread::yield();
                     overlap.leave();
                 });
-                if (!ok)
-                    ++refused;
             }
         });
     }
