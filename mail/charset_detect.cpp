@@ -2,12 +2,16 @@
 //
 // A first pass looks for ISO-2022 escapes, shifts and encoded words and
 // counts EUC characters; a second pass counts Shift_JIS characters; when both
-// 8-bit codes fail a score decides. The rules and the scoring are the
-// system's own and kept exactly, down to the two score tests at the end.
+// 8-bit codes fail a score decides. Both passes step over runs of bytes they
+// do not act on eight at a time (AutoDetectByByte looks at every byte). The
+// rules and the scoring are the system's own and kept exactly, down to the
+// two score tests at the end.
 #include <cstdint>
 #include <cstring>
 #include <strings.h>
 
+#include "mail/byte_loop_reference.h"
+#include "mail/byte_words.h"
 #include "mail/charset.h"
 
 namespace {
@@ -70,10 +74,25 @@ struct NotableBytes {
 };
 const NotableBytes kNotable;
 
-EucPass FirstPass(const uint8_t *text, size_t n)
+// Whether the eight bytes at p hold none the first pass acts on (the test
+// is wider: any byte from SO to ESC).
+bool NoneNotable(const uint8_t *p)
+{
+    const uint64_t w = LoadWord(p);
+    return !HasHighByte(w) && !HasByteIn(w, 14, kEsc) && !HasByte(w, uint8_t('='));
+}
+
+// With `words`, runs of bytes it does not act on are stepped over eight at
+// a time.
+EucPass FirstPass(const uint8_t *text, size_t n, bool words)
 {
     EucPass r;
     for (size_t i = 0; i < n;) {
+        if (words)
+            while (n - i >= 8 && NoneNotable(text + i))
+                i += 8;
+        if (i >= n)
+            break;
         const uint8_t b = text[i];
         if (!kNotable.notable[b]) {
             ++i;
@@ -120,10 +139,15 @@ struct SjisPass {
 bool IsLead(uint8_t b) { return (b >= 129 && b <= 159) || (b >= 224 && b <= 252); }
 bool IsTrail(uint8_t b) { return (b >= 64 && b <= 126) || (b >= 128 && b <= 252); }
 
-SjisPass SecondPass(const uint8_t *text, size_t n)
+SjisPass SecondPass(const uint8_t *text, size_t n, bool words)
 {
     SjisPass r;
     for (size_t i = 0; i < n;) {
+        if (words)
+            while (n - i >= 8 && !HasHighByte(LoadWord(text + i)))
+                i += 8;
+        if (i >= n)
+            break;
         const uint8_t b = text[i];
         if (b < 128) {
             ++i;
@@ -142,22 +166,20 @@ SjisPass SecondPass(const uint8_t *text, size_t n)
     return r;
 }
 
-} // namespace
-
-int AutoDetect(const char *text)
+int Detect(const char *text, bool words)
 {
     if (!text || !*text)
         return CHARSET_PLAIN;
     const auto *p = reinterpret_cast<const uint8_t *>(text);
     const size_t n = std::strlen(text);
-    const EucPass euc = FirstPass(p, n);
+    const EucPass euc = FirstPass(p, n, words);
     if (euc.characters > 0 && (!euc.invalid || euc.cut))
         return CHARSET_EUC;
     if (euc.mode == CHARSET_ISO2022CN || euc.mode == CHARSET_ISO2022CNEXT)
         return euc.mode;
     if (!euc.eightBit)   // the second pass would count nothing
         return euc.mode;
-    const SjisPass sjis = SecondPass(p, n);
+    const SjisPass sjis = SecondPass(p, n, words);
     if (sjis.doubles + sjis.halves > 0 && (!sjis.invalid || sjis.cut))
         return CHARSET_SJIS;
     if (euc.characters == 0 && sjis.doubles == 0 && sjis.halves == 0)
@@ -170,3 +192,9 @@ int AutoDetect(const char *text)
         return CHARSET_SJIS;
     return CHARSET_PLAIN;
 }
+
+} // namespace
+
+int AutoDetect(const char *text) { return Detect(text, true); }
+
+int AutoDetectByByte(const char *text) { return Detect(text, false); }

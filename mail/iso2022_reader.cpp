@@ -35,6 +35,11 @@ bool Iso2022Reader::Escape()
 {
     const size_t left = Left() - 1;
     const char *after = reinterpret_cast<const char *>(m_p + 1);
+    if (left >= 2 && after[0] == '$' && after[1] == 'B') {   // the common one, first
+        m_g0 = MbSet::Jis0208;
+        m_p += 3;
+        return true;
+    }
     for (const Designation &d : kDesignations) {
         const size_t n = std::strlen(d.tail);
         if (left < n || std::memcmp(after, d.tail, n) != 0)

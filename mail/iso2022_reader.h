@@ -15,6 +15,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "mail/byte_words.h"
 #include "mail/mb_char.h"
 
 class Iso2022Reader {
@@ -59,6 +60,28 @@ public:
             p += 8;
         while (m_end - p >= 2 && p[0] >= 0x21 && p[0] <= 0x7E && p[1] >= 0x21 && p[1] <= 0x7E)
             p += 2;
+        start = m_p;
+        const size_t n = static_cast<size_t>(p - m_p);
+        m_p = p;
+        return n;
+    }
+
+    // With ASCII invoked and no single shift pending: the run of bytes here
+    // that Next would give one by one as ASCII characters (below 0x80, not
+    // ESC, SO or SI), which the reader steps over. 0 when there is none.
+    size_t AsciiRun(const uint8_t *&start)
+    {
+        if (m_single != 0 || (m_shifted ? m_g1 : m_g0) != MbSet::Ascii)
+            return 0;
+        const uint8_t *p = m_p;
+        while (m_end - p >= 8) {   // the word test is wider (0x0E to 0x1B): exact below
+            const uint64_t w = LoadWord(p);
+            if (HasHighByte(w) || HasByteIn(w, 0x0E, 0x1B))
+                break;
+            p += 8;
+        }
+        while (p < m_end && *p < 0x80 && *p != 0x1B && *p != 0x0E && *p != 0x0F)
+            ++p;
         start = m_p;
         const size_t n = static_cast<size_t>(p - m_p);
         m_p = p;

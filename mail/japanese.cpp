@@ -8,6 +8,7 @@
 // write Shift_JIS or EUC through LegacyWriter.
 #include <string>
 
+#include "mail/byte_loop_reference.h"
 #include "mail/c_buffer.h"
 #include "mail/charset.h"
 #include "mail/code_arith.h"
@@ -87,7 +88,12 @@ char *toJIS(const char *text, int from)
     return MallocCopy(out);
 }
 
-char *fromJISEx(const char *text, int to, int widenKana)
+namespace {
+
+// ISO-2022 text into code `to` (2 or 3; others are copied). With `runs`,
+// runs of ASCII and of JIS X 0208 go in bulk and the rest character by
+// character; without, every character goes alone (the reference form).
+char *FromJis(const char *text, int to, int widenKana, bool runs)
 {
     if (!text)
         return nullptr;
@@ -99,14 +105,14 @@ char *fromJISEx(const char *text, int to, int widenKana)
     LegacyWriter w(to, _language, widenKana != 0, out);
     Iso2022Reader reader(text, n);
     MbChar c;
-    const bool runs = w.TakesJis0208Runs();
+    const bool jis0208Runs = runs && w.TakesJis0208Runs();
     for (;;) {
         const uint8_t *run = nullptr;
-        if (runs) {   // kanji and kana in bulk, the rest character by character
-            if (size_t length = reader.Jis0208Run(run)) {
-                w.PutJis0208Run(run, length);
-                continue;
-            }
+        if (size_t length = runs ? reader.AsciiRun(run) : 0)
+            w.PutAsciiRun(run, length);
+        if (size_t length = jis0208Runs ? reader.Jis0208Run(run) : 0) {
+            w.PutJis0208Run(run, length);
+            continue;
         }
         if (!reader.Next(c))
             break;
@@ -114,6 +120,18 @@ char *fromJISEx(const char *text, int to, int widenKana)
     }
     w.Finish();
     return MallocCopy(out);
+}
+
+} // namespace
+
+char *fromJISEx(const char *text, int to, int widenKana)
+{
+    return FromJis(text, to, widenKana, true);
+}
+
+char *fromJISExByCharacter(const char *text, int to, int widenKana)
+{
+    return FromJis(text, to, widenKana, false);
 }
 
 char *fromJIS(const char *text, int to)

@@ -45,6 +45,16 @@ public:
         for (size_t i = 0; i < n; ++i)
             m_out[at + i] = static_cast<char>(p[i] | 0x80);
     }
+    // n ASCII bytes, written as Put writes each.
+    void PutAsciiRun(const uint8_t *p, size_t n)
+    {
+        if (!m_pending) {
+            m_out.append(reinterpret_cast<const char *>(p), n);
+            return;
+        }
+        for (size_t i = 0; i < n; ++i)
+            Put(MbChar{MbSet::Ascii, p[i], 0});
+    }
     // Writes a half-width letter still waiting for a voiced mark.
     void Finish();
 

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <memory>
 
+#include "mail/byte_words.h"
 #include "mail/charset.h"
 #include "mail/transfer_codecs.h"
 
@@ -207,17 +208,10 @@ int KeepBack(std::string &text, DecodeCarry &carry)
 // with one of the others takes the long way, which gives the same bytes.
 bool IsPlain(const char *text, size_t n)
 {
-    constexpr uint64_t kOnes = 0x0101010101010101ULL;
-    constexpr uint64_t kHigh = kOnes * 0x80;
-    constexpr uint64_t kFromShiftOut = kOnes * (0x80 - kShiftOut);   // high bit: byte >= 0x0E
-    constexpr uint64_t kPastEsc = kOnes * (0x80 - kEsc - 1);          // high bit: byte >= 0x1C
     size_t i = 0;
     for (; i + 8 <= n; i += 8) {
-        uint64_t word;
-        std::memcpy(&word, text + i, 8);
-        // Once a byte has its high bit set the sums below may carry into
-        // the next byte, but the answer is false by then anyway.
-        if ((word & kHigh) | ((word + kFromShiftOut) & ~(word + kPastEsc) & kHigh))
+        const uint64_t word = LoadWord(text + i);
+        if (HasHighByte(word) || HasByteIn(word, kShiftOut, kEsc))
             return false;
     }
     for (; i < n; ++i) {
