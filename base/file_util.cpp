@@ -20,7 +20,7 @@
 
 namespace {
 
-constexpr size_t kCopyBlock = 8192;
+constexpr size_t kCopyBlock = 64 * 1024;   // a mail of usual size in one read
 
 // strerror_r comes in two flavours (GNU returns the text, XSI an int).
 [[maybe_unused]] const char *error_text_of(char *result, const char *) { return result; }
@@ -31,15 +31,6 @@ std::string error_text(int error)
     char buffer[128] = "";
     return error_text_of(strerror_r(error, buffer, sizeof buffer), buffer);
 }
-
-struct FileCloser {
-    void operator()(FILE *file) const
-    {
-        if (file)
-            std::fclose(file);
-    }
-};
-using FilePtr = std::unique_ptr<FILE, FileCloser>;
 
 struct FreeDeleter {
     void operator()(void *memory) const { std::free(memory); }
@@ -191,10 +182,20 @@ bool move_into_place(const std::string &part, const char *dst, bool failIfExists
 }
 
 // Copies the open source into fd; false at the first failed read or write.
-bool copy_blocks(FILE *in, int fd, char *buffer, const char *src, const char *dst)
+bool copy_blocks(int in, int fd, char *buffer, const char *src, const char *dst)
 {
-    size_t got;
-    while ((got = std::fread(buffer, 1, kCopyBlock, in)) > 0) {
+    for (;;) {
+        const ssize_t read = ::read(in, buffer, kCopyBlock);
+        if (read < 0 && errno == EINTR)
+            continue;
+        if (read < 0) {
+            ovux_log->start() << "CopyFile(): fread(" << src << ") error: " << error_text(errno)
+                              << Orvane::endl;
+            return false;
+        }
+        if (read == 0)
+            return true;
+        const size_t got = static_cast<size_t>(read);
         for (size_t done = 0; done < got;) {
             ssize_t put = ::write(fd, buffer + done, got - done);
             if (put < 0 && errno == EINTR)
@@ -208,13 +209,24 @@ bool copy_blocks(FILE *in, int fd, char *buffer, const char *src, const char *ds
             done += static_cast<size_t>(put);
         }
     }
-    if (std::ferror(in)) {
-        ovux_log->start() << "CopyFile(): fread(" << src << ") error: " << error_text(errno)
-                          << Orvane::endl;
-        return false;
-    }
-    return true;
 }
+
+// Closes a descriptor when it goes out of scope.
+class FdCloser {
+public:
+    explicit FdCloser(int fd) : m_fd(fd) {}
+    ~FdCloser()
+    {
+        if (m_fd >= 0)
+            ::close(m_fd);
+    }
+    FdCloser(const FdCloser &) = delete;
+    FdCloser &operator=(const FdCloser &) = delete;
+    int get() const { return m_fd; }
+
+private:
+    int m_fd;
+};
 
 } // namespace
 
@@ -234,8 +246,8 @@ bool CopyFile(const char *src, const char *dst, bool failIfExists)
                           << " bytes error: " << error_text(errno) << Orvane::endl;
         return false;
     }
-    FilePtr in(std::fopen(src, "rb"));
-    if (!in) {
+    const FdCloser in(::open(src, O_RDONLY | O_CLOEXEC));
+    if (in.get() < 0) {
         ovux_log->start() << "CopyFile(): fopen (" << src << ") \"rt\" mode error: "
                           << error_text(errno) << Orvane::endl;
         return false;
