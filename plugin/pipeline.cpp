@@ -159,7 +159,7 @@ struct MailFile {
     long length = -1;
     std::string problem; // why it is unusable: the system's error text or "File length=0"
     std::unique_ptr<char[]> buffer;
-    std::string bytes;   // the whole message when it is read from memory
+    std::unique_ptr<char[]> bytes;   // the whole message when it is read from memory
 
     bool usable() const { return length > 0; }
 };
@@ -206,15 +206,20 @@ std::string read_whole(const MailFile &mail)
 void prepare_message(MailFile *message)
 {
     if (message->length <= kWholeMessage) {
-        message->bytes = read_whole(*message);
-        if (static_cast<long>(message->bytes.size()) == message->length) {
-            if (FILE *memory = fmemopen(&message->bytes[0], message->bytes.size(), "rb")) {
+        // One byte more than the length, to see that the file did not grow.
+        const size_t want = static_cast<size_t>(message->length) + 1;
+        message->bytes.reset(new char[want]);
+        ssize_t got;
+        do
+            got = read(fileno(message->file.get()), message->bytes.get(), want);
+        while (got < 0 && errno == EINTR);
+        if (got == message->length) {
+            if (FILE *memory = fmemopen(message->bytes.get(), static_cast<size_t>(got), "rb")) {
                 message->file.reset(memory);
                 return;
             }
         }
-        message->bytes.clear();
-        message->bytes.shrink_to_fit();
+        message->bytes.reset();
         lseek(fileno(message->file.get()), 0, SEEK_SET);
     }
     message->buffer.reset(new char[kMessageBuffer]);
