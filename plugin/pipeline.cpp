@@ -52,6 +52,7 @@
 // file.
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -545,10 +546,15 @@ void set_queue_function(ZWEnqueMailFn queue)
 
 // True when the new temporary file takes a byte: a full disk shows here
 // rather than as a text file cut short under the keyword scan. The file is
-// left empty; its first block is reserved where the file system can do that
-// without a write.
+// left empty. A file system that reports free blocks to everyone takes it;
+// otherwise the first block is reserved where the file system can do that
+// without a write (root may still have blocks there), else written. The
+// report spares the usual mail a block taken and given back.
 bool takes_a_byte(int fd)
 {
+    struct statfs space;
+    if (fstatfs(fd, &space) == 0 && space.f_bavail > 0)
+        return true;
     if (fallocate(fd, FALLOC_FL_KEEP_SIZE, 0, 1) == 0)
         return true;
     if (errno != EOPNOTSUPP && errno != ENOSYS)
