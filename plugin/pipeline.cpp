@@ -156,11 +156,11 @@ constexpr size_t kMessageBuffer = 64 * 1024;
 
 // One of the mail's two files, opened once for the whole call.
 struct MailFile {
-    FilePtr file;
     long length = -1;
     std::string problem; // why it is unusable: the system's error text or "File length=0"
     std::unique_ptr<char[]> buffer;
     std::unique_ptr<char[]> bytes;   // the whole message when it is read from memory
+    FilePtr file;                    // last: closed before the memory it reads goes
 
     bool usable() const { return length > 0; }
 };
