@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <charconv>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -19,7 +20,7 @@
 
 namespace {
 
-constexpr size_t kCopyBlock = 8192;
+constexpr size_t kCopyBlock = 64 * 1024;   // a mail of usual size in one read
 
 // strerror_r comes in two flavours (GNU returns the text, XSI an int).
 [[maybe_unused]] const char *error_text_of(char *result, const char *) { return result; }
@@ -30,15 +31,6 @@ std::string error_text(int error)
     char buffer[128] = "";
     return error_text_of(strerror_r(error, buffer, sizeof buffer), buffer);
 }
-
-struct FileCloser {
-    void operator()(FILE *file) const
-    {
-        if (file)
-            std::fclose(file);
-    }
-};
-using FilePtr = std::unique_ptr<FILE, FileCloser>;
 
 struct FreeDeleter {
     void operator()(void *memory) const { std::free(memory); }
@@ -54,8 +46,50 @@ void append_bounded(char *out, const char *text)
 
 bool is_separator(char c) { return c == '/' || c == '\\'; }
 
-// Next number of the process-wide temporary-name counter (never 0).
-unsigned next_temp_number()
+unsigned long thread_number() { return static_cast<unsigned long>(pthread_self()); }
+
+// Appends text to out (OV_MAX_PATH bytes) at *used as snprintf would,
+// truncating; false once it no longer fits.
+bool put_bounded(char *out, size_t *used, const char *text, size_t length)
+{
+    const size_t room = *used < OV_MAX_PATH - 1 ? OV_MAX_PATH - 1 - *used : 0;
+    const size_t take = std::min(length, room);
+    std::memcpy(out + *used, text, take);
+    *used += take;
+    out[*used] = '\0';
+    return take == length;
+}
+
+// "<dir>/<prefix><pid>_<tid>_<n><extension>" into out; false when too long
+// (out then holds as much as fits).
+bool build_temp_name(const char *dir, const char *prefix, const char *extension, unsigned n,
+                     char *out)
+{
+    char pid[24], tid[24], number[16];
+    const char *pidEnd = std::to_chars(pid, pid + sizeof pid, ProcessId()).ptr;
+    const char *tidEnd = std::to_chars(tid, tid + sizeof tid, thread_number()).ptr;
+    const char *numberEnd = std::to_chars(number, number + sizeof number, n).ptr;
+    dir = dir ? dir : "";
+    const size_t dirLength = std::strlen(dir);
+    const char *slash = dirLength && !is_separator(dir[dirLength - 1]) ? "/" : "";
+    prefix = prefix ? prefix : "";
+    extension = extension ? extension : "";
+    size_t used = 0;
+    out[0] = '\0';
+    return put_bounded(out, &used, dir, dirLength) &&
+           put_bounded(out, &used, slash, std::strlen(slash)) &&
+           put_bounded(out, &used, prefix, std::strlen(prefix)) &&
+           put_bounded(out, &used, pid, static_cast<size_t>(pidEnd - pid)) &&
+           put_bounded(out, &used, "_", 1) &&
+           put_bounded(out, &used, tid, static_cast<size_t>(tidEnd - tid)) &&
+           put_bounded(out, &used, "_", 1) &&
+           put_bounded(out, &used, number, static_cast<size_t>(numberEnd - number)) &&
+           put_bounded(out, &used, extension, std::strlen(extension));
+}
+
+} // namespace
+
+unsigned NextTempNumber()
 {
     static std::atomic<unsigned> counter{0};
     unsigned n;
@@ -65,21 +99,25 @@ unsigned next_temp_number()
     return n;
 }
 
-unsigned long thread_number() { return static_cast<unsigned long>(pthread_self()); }
+namespace {
 
-// "<dir>/<prefix><pid>_<tid>_<n><extension>" into out; false when too long.
-bool build_temp_name(const char *dir, const char *prefix, const char *extension, unsigned n,
-                     char *out)
-{
-    size_t dirLength = dir ? std::strlen(dir) : 0;
-    const char *slash = dirLength && !is_separator(dir[dirLength - 1]) ? "/" : "";
-    int length = std::snprintf(out, OV_MAX_PATH, "%s%s%s%ld_%lu_%u%s", dir ? dir : "", slash,
-                               prefix ? prefix : "", static_cast<long>(getpid()),
-                               thread_number(), n, extension ? extension : "");
-    return length > 0 && static_cast<size_t>(length) < OV_MAX_PATH;
-}
+std::atomic<long> g_processId{0};
+
+void forget_process_id() { g_processId.store(0, std::memory_order_relaxed); }
 
 } // namespace
+
+long ProcessId()
+{
+    long pid = g_processId.load(std::memory_order_relaxed);
+    if (pid == 0) {
+        static const int registered = pthread_atfork(nullptr, nullptr, forget_process_id);
+        (void)registered;
+        pid = static_cast<long>(getpid());
+        g_processId.store(pid, std::memory_order_relaxed);
+    }
+    return pid;
+}
 
 size_t strcpy_truncate(char *dst, const char *src, size_t size)
 {
@@ -114,7 +152,7 @@ int open_part_file(const char *dst, std::string *partPath)
     const bool replaces = ::stat(dst, &existing) == 0;
     char name[OV_MAX_PATH];
     for (int attempt = 0; attempt < 100; ++attempt) {
-        if (!build_temp_name(dir.c_str(), ".", ".part", next_temp_number(), name)) {
+        if (!build_temp_name(dir.c_str(), ".", ".part", NextTempNumber(), name)) {
             errno = ENAMETOOLONG;
             return -1;
         }
@@ -144,10 +182,20 @@ bool move_into_place(const std::string &part, const char *dst, bool failIfExists
 }
 
 // Copies the open source into fd; false at the first failed read or write.
-bool copy_blocks(FILE *in, int fd, char *buffer, const char *src, const char *dst)
+bool copy_blocks(int in, int fd, char *buffer, const char *src, const char *dst)
 {
-    size_t got;
-    while ((got = std::fread(buffer, 1, kCopyBlock, in)) > 0) {
+    for (;;) {
+        const ssize_t read = ::read(in, buffer, kCopyBlock);
+        if (read < 0 && errno == EINTR)
+            continue;
+        if (read < 0) {
+            ovux_log->start() << "CopyFile(): fread(" << src << ") error: " << error_text(errno)
+                              << Orvane::endl;
+            return false;
+        }
+        if (read == 0)
+            return true;
+        const size_t got = static_cast<size_t>(read);
         for (size_t done = 0; done < got;) {
             ssize_t put = ::write(fd, buffer + done, got - done);
             if (put < 0 && errno == EINTR)
@@ -161,13 +209,24 @@ bool copy_blocks(FILE *in, int fd, char *buffer, const char *src, const char *ds
             done += static_cast<size_t>(put);
         }
     }
-    if (std::ferror(in)) {
-        ovux_log->start() << "CopyFile(): fread(" << src << ") error: " << error_text(errno)
-                          << Orvane::endl;
-        return false;
-    }
-    return true;
 }
+
+// Closes a descriptor when it goes out of scope.
+class FdCloser {
+public:
+    explicit FdCloser(int fd) : m_fd(fd) {}
+    ~FdCloser()
+    {
+        if (m_fd >= 0)
+            ::close(m_fd);
+    }
+    FdCloser(const FdCloser &) = delete;
+    FdCloser &operator=(const FdCloser &) = delete;
+    int get() const { return m_fd; }
+
+private:
+    int m_fd;
+};
 
 } // namespace
 
@@ -187,8 +246,8 @@ bool CopyFile(const char *src, const char *dst, bool failIfExists)
                           << " bytes error: " << error_text(errno) << Orvane::endl;
         return false;
     }
-    FilePtr in(std::fopen(src, "rb"));
-    if (!in) {
+    const FdCloser in(::open(src, O_RDONLY | O_CLOEXEC));
+    if (in.get() < 0) {
         ovux_log->start() << "CopyFile(): fopen (" << src << ") \"rt\" mode error: "
                           << error_text(errno) << Orvane::endl;
         return false;
@@ -241,7 +300,7 @@ int CreateTempFile(const char *dir, const char *prefix, const char *extension, c
     out[0] = '\0';
     // A clash takes the next number.
     for (int attempt = 0; attempt < 100; ++attempt) {
-        unsigned n = next_temp_number();
+        unsigned n = NextTempNumber();
         if (!build_temp_name(dir, prefix, extension, n, out))
             break;
         int fd = ::open(out, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
@@ -284,14 +343,14 @@ void make_path_name_pid_tid(const char *dir, const char *name, char *out)
     if (!out)
         return;
     std::snprintf(out, OV_MAX_PATH, "%s%s.%ld.%lu", dir ? dir : "", name ? name : "",
-                  static_cast<long>(getpid()), thread_number());
+                  ProcessId(), thread_number());
 }
 
 std::string get_temp_name_without_path(const char *prefix)
 {
     char name[OV_MAX_PATH];
     std::snprintf(name, sizeof name, "%s%ld_%lu_%u", prefix ? prefix : "",
-                  static_cast<long>(getpid()), thread_number(), next_temp_number());
+                  ProcessId(), thread_number(), NextTempNumber());
     return name;
 }
 

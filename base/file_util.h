@@ -46,6 +46,11 @@ unsigned GetTempFileNameEx(const char *dir, const char *prefix, const char *exte
 // *number (when given); -1 with errno set and out empty on failure.
 int CreateTempFile(const char *dir, const char *prefix, const char *extension, char *out,
                    unsigned *number = nullptr);
+// The next number of the process-wide counter the temporary names take
+// (never 0): with GetTempFileNameEx a new name that is not created.
+unsigned NextTempNumber();
+// getpid(), asked once per process (and once more in a child after fork).
+long ProcessId();
 // "<dir><name>.<pid>.<tid>" into out (OV_MAX_PATH bytes).
 void make_path_name_pid_tid(const char *dir, const char *name, char *out);
 // A unique base name "<prefix><pid>_<tid>_<n>" without a directory.

@@ -39,7 +39,25 @@ bool StripBrackets(const std::string &line, std::string &value)
     return true;
 }
 
+bool IsPlainValue(const std::string &value)
+{
+    unsigned char previous = 0;
+    for (const char byte : value) {
+        const auto c = static_cast<unsigned char>(byte);
+        if (c == 0 || c >= 0x80 || c == 0x1B || c == 0x0E || c == 0x0F ||
+            (c == '?' && previous == '='))
+            return false;
+        previous = c;
+    }
+    return true;
+}
+
 std::string DecodeValue(const std::string &value)
+{
+    return IsPlainValue(value) ? value : DecodeEncodedValue(value);
+}
+
+std::string DecodeEncodedValue(const std::string &value)
 {
     RFC1342_DECODED decoded;
     if (rfc1342_decode(value.c_str(), &decoded, CHARSET_EUC) != 0 || decoded.m_pszText == nullptr)

@@ -27,8 +27,15 @@ std::string TrimRight(const std::string &line);
 // nothing between the brackets).
 bool StripBrackets(const std::string &line, std::string &value);
 // Decodes the value's encoded words and converts it to the host code; a
-// value that does not decode is kept as it is.
+// value that does not decode is kept as it is. A plain value is its own
+// decoding and is returned as it is without the work.
 std::string DecodeValue(const std::string &value);
+// True for a value of 7-bit bytes without NUL, ESC, SO, SI or "=?": no
+// encoded word starts in it, it reads as plain text, and every conversion
+// to the host code keeps its bytes.
+bool IsPlainValue(const std::string &value);
+// DecodeValue's full work, whatever the value.
+std::string DecodeEncodedValue(const std::string &value);
 
 } // namespace envelope
 

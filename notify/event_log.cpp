@@ -3,18 +3,20 @@
 //
 // The file is opened and closed for every call under the process-wide writer
 // lock logFile_rwObj, so lines of different threads never mix and the daily
-// roll-over needs nothing else. Before the plug-in has created that lock (or
+// roll-over needs nothing else; the lines of a call go out in one write, and
+// the call that creates the file starts it with the header line. Before the plug-in has created that lock (or
 // after it destroyed it) a lock of this file is used instead.
 #include "notify/event_log.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
-#include <memory>
 #include <string>
 
+#include "base/file_util.h"
 #include "mail/charset.h"
 #include "notify/build_info.h"
 #include "notify/notify_globals.h"
@@ -88,17 +90,54 @@ private:
     ReadersWriters &m_rw;
 };
 
-void append_lines(FILE *file, bool header, const LogStamp &stamp, int pid, const std::string &event,
-                  const char *mailLine)
+// The lines of one call, as one piece of text.
+std::string log_lines(bool header, const LogStamp &stamp, long pid, const std::string &event,
+                      const char *mailLine)
 {
-    const char *date = stamp.date.c_str();
-    const char *clock = stamp.time.c_str();
+    const std::string prefix = stamp.date + " " + stamp.time + " CONTENT_MANAGEMENT[" +
+                               std::to_string(pid) + "]: ";
+    std::string lines;
+    lines.reserve(2 * prefix.size() + event.size() + 160);
     if (header)
-        std::fprintf(file, "%s %s CONTENT_MANAGEMENT[%d]: Daily Log, Version: %s $Date: %s\n", date,
-                     clock, pid, OV_CM_VERSION, OV_CM_BUILD_DATE);
-    std::fprintf(file, "%s %s CONTENT_MANAGEMENT[%d]: %s\n", date, clock, pid, event.c_str());
+        lines += prefix + "Daily Log, Version: " + OV_CM_VERSION + " $Date: " + OV_CM_BUILD_DATE +
+                 "\n";
+    lines += prefix + event + "\n";
     if (mailLine)
-        std::fprintf(file, "EMAIL\\%s %s\\%s\n", date, clock, mailLine);
+        lines += "EMAIL\\" + stamp.date + " " + stamp.time + "\\" + mailLine + "\n";
+    return lines;
+}
+
+// Opens the log file for appending; *created tells whether this call made it.
+int open_log(const std::string &path, bool *created)
+{
+    const int flags = O_WRONLY | O_APPEND | O_CLOEXEC;
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        const int fd = open(path.c_str(), flags);
+        if (fd >= 0 || errno != ENOENT) {
+            *created = false;
+            return fd;
+        }
+        const int made = open(path.c_str(), flags | O_CREAT | O_EXCL, 0666);
+        if (made >= 0 || errno != EEXIST) {
+            *created = made >= 0;
+            return made;
+        }
+    }
+    return -1;
+}
+
+// Writes all of text; false when a write fails.
+bool write_all(int fd, const std::string &text)
+{
+    for (size_t done = 0; done < text.size();) {
+        const ssize_t put = write(fd, text.data() + done, text.size() - done);
+        if (put < 0 && errno == EINTR)
+            continue;
+        if (put <= 0)
+            return false;
+        done += static_cast<size_t>(put);
+    }
+    return true;
 }
 
 } // namespace
@@ -111,16 +150,17 @@ void WriteLogFile(const char *text, const char *mailText, int eventId, int chars
     try {
         const LogStamp stamp = make_stamp(time(nullptr));
         const std::string path = log_file_name(stamp);
-        const int pid = static_cast<int>(getpid());
+        const long pid = static_cast<int>(ProcessId());   // printed as an int
         const std::string event = log_text(text, charset);
         const std::string mail = mailText ? log_text(mailText, charset) : std::string();
 
         LogFileLock lock;
-        const bool header = access(path.c_str(), F_OK) != 0;
-        std::unique_ptr<FILE, int (*)(FILE *)> file(std::fopen(path.c_str(), "a"), &std::fclose);
-        if (!file)
+        bool created = false;
+        const int fd = open_log(path, &created);
+        if (fd < 0)
             return;
-        append_lines(file.get(), header, stamp, pid, event, mailText ? mail.c_str() : nullptr);
+        write_all(fd, log_lines(created, stamp, pid, event, mailText ? mail.c_str() : nullptr));
+        close(fd);
     } catch (...) {
         // Out of memory: the event is lost, the mail processing goes on.
     }

@@ -18,6 +18,8 @@
 // file could not be written completely is removed and not queued.
 #include "notify/notification.h"
 
+#include <unistd.h>
+
 #include <cstdio>
 #include <ctime>
 #include <memory>
@@ -112,14 +114,18 @@ void write_text_part(FILE *out, const NotifyTexts &texts, const std::string &bou
     put(out, "******************* End of message *********************\r\n\r\n");
 }
 
-// Writes the whole mail into path; false when the file could not be written
-// completely.
-bool write_mail(const char *path, const NotifyTexts &texts, const char *blockedFile,
-                NOTIFY_TYPE type, time_t now)
+// Writes the whole mail into the new file fd (which it closes); false when
+// the file could not be written completely.
+bool write_mail(int fd, const NotifyTexts &texts, const char *blockedFile, NOTIFY_TYPE type,
+                time_t now)
 {
-    std::unique_ptr<FILE, int (*)(FILE *)> out(std::fopen(path, "wb"), &std::fclose);
-    if (!out)
+    char buffer[8192];   // the stream's, given so that no fstat sizes one
+    std::unique_ptr<FILE, int (*)(FILE *)> out(fdopen(fd, "wb"), &std::fclose);
+    if (!out) {
+        close(fd);
         return false;
+    }
+    std::setvbuf(out.get(), buffer, _IOFBF, sizeof buffer);
     const std::string boundary = make_boundary(now);
     write_headers(out.get(), texts, boundary);
     write_text_part(out.get(), texts, boundary);
@@ -147,9 +153,10 @@ bool send(const NotifyTexts &texts, const char *to, const char *blockedFile, NOT
 {
     const time_t now = time(nullptr);
     char path[OV_MAX_PATH] = "";
-    if (GetTempFileName(g_t_strTEMPDIR.c_str(), NOTIFY_FILE_PREFIX, 0, path) == 0)
+    const int fd = CreateTempFile(g_t_strTEMPDIR.c_str(), NOTIFY_FILE_PREFIX, ".tmp", path);
+    if (fd < 0)
         return false;
-    if (!write_mail(path, texts, blockedFile, type, now)) {
+    if (!write_mail(fd, texts, blockedFile, type, now)) {
         std::remove(path);
         return false;
     }

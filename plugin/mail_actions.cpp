@@ -51,9 +51,11 @@ std::string directory_of(const std::string &path)
     return slash == std::string::npos ? "." : path.substr(0, slash);
 }
 
-// A name for the copy in dir that no file has: a new temporary name with
-// "A" as its first character, so that an older copy is never overwritten.
-std::string free_copy_name(const std::string &dir, const char *dfPath)
+// A name for the copy in dir that no file has, as the classic code chose it:
+// a new temporary name "DF<pid>_<tid>_<n>.tmp" made in dir (and deleted
+// again) with "A" as its first character, so that an older copy is never
+// overwritten; "A<data file name>" when no temporary name can be made there.
+std::string classic_copy_name(const std::string &dir, const char *dfPath)
 {
     for (int attempt = 0; attempt < 10; ++attempt) {
         char name[OV_MAX_PATH] = "";
@@ -69,6 +71,21 @@ std::string free_copy_name(const std::string &dir, const char *dfPath)
             return target;
     }
     return dir + "/A" + base_name(dfPath);
+}
+
+// The name classic_copy_name gives when dir takes new files, without making
+// and deleting a file there: "AF<pid>_<tid>_<n>.tmp" with a new number; ""
+// when every try names a file that is there.
+std::string quick_copy_name(const std::string &dir)
+{
+    for (int attempt = 0; attempt < 10; ++attempt) {
+        char name[OV_MAX_PATH] = "";
+        if (GetTempFileNameEx(dir.c_str(), "AF", ".tmp", NextTempNumber(), name) == 0)
+            break;
+        if (::access(name, F_OK) != 0)
+            return name;
+    }
+    return "";
 }
 
 } // namespace
@@ -101,7 +118,15 @@ bool CopyMailToDirectory(const std::string &root, const std::vector<std::string>
     dir = host_path(dir);
     make_directories(dir);
 
-    const std::string target = free_copy_name(dir, dfPath);
+    // A copy under the quick name that fails is made again under the classic
+    // one, so that a failure reads as it always did (the failed try leaves
+    // nothing behind).
+    std::string target = quick_copy_name(dir);
+    if (!target.empty() && CopyFile(dfPath, target.c_str(), false)) {
+        *copyPath = target;
+        return true;
+    }
+    target = classic_copy_name(dir, dfPath);
     errno = 0;
     if (!CopyFile(dfPath, target.c_str(), false)) {
         char line[2 * OV_MAX_PATH + 64];

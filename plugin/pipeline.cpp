@@ -14,7 +14,8 @@
 //   7. remove the temporary file, count the thread out, fill the result
 //
 // Each file of the mail is opened once: the envelope is read whole and parsed
-// from memory; the message stays open for the relay hosts and the MIME walk;
+// from memory; the message too, up to 1 MB (a larger one stays open for the
+// relay hosts and the MIME walk);
 // the text file is created open, written by the walk only when the text
 // outgrows its buffer and then read back by the keyword scan through the
 // same stream. Copies, rewrites and notifications open what they need.
@@ -51,6 +52,7 @@
 // file.
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -145,23 +147,26 @@ struct FileCloser {
 };
 using FilePtr = std::unique_ptr<FILE, FileCloser>;
 
-// The message is read through a buffer this large: the "Received:" headers
-// and the MIME walk of a mail of that size then read the file once.
+// A message up to this size is read whole with one read and walked from
+// memory; a larger one is read through a stream buffer of kMessageBuffer
+// bytes (the "Received:" headers and the MIME walk then read the start of
+// the file twice).
+constexpr long kWholeMessage = 1 << 20;
 constexpr size_t kMessageBuffer = 64 * 1024;
 
 // One of the mail's two files, opened once for the whole call.
 struct MailFile {
-    FilePtr file;
     long length = -1;
     std::string problem; // why it is unusable: the system's error text or "File length=0"
     std::unique_ptr<char[]> buffer;
+    std::unique_ptr<char[]> bytes;   // the whole message when it is read from memory
+    FilePtr file;                    // last: closed before the memory it reads goes
 
     bool usable() const { return length > 0; }
 };
 
-// Opens a mail file for reading and takes its length; a buffer size other
-// than 0 gives the stream a buffer of its own.
-void open_mail_file(const std::string &path, size_t bufferSize, MailFile *out)
+// Opens a mail file for reading and takes its length.
+void open_mail_file(const std::string &path, MailFile *out)
 {
     out->file.reset(std::fopen(path.c_str(), "rb"));
     struct stat status;
@@ -173,10 +178,6 @@ void open_mail_file(const std::string &path, size_t bufferSize, MailFile *out)
     out->length = static_cast<long>(status.st_size);
     if (out->length == 0)
         out->problem = "File length=0";
-    if (bufferSize > 0) {
-        out->buffer.reset(new char[bufferSize]);
-        std::setvbuf(out->file.get(), out->buffer.get(), _IOFBF, bufferSize);
-    }
 }
 
 // The whole of a small file opened by open_mail_file (read past its known
@@ -200,13 +201,39 @@ std::string read_whole(const MailFile &mail)
     return text;
 }
 
+// Makes the opened message readable from the start for the rule scan: a
+// small one read whole into memory (the stream then reads from there), a
+// larger one, or one that changed its length meanwhile, through the file.
+void prepare_message(MailFile *message)
+{
+    if (message->length <= kWholeMessage) {
+        // One byte more than the length, to see that the file did not grow.
+        const size_t want = static_cast<size_t>(message->length) + 1;
+        message->bytes.reset(new char[want]);
+        ssize_t got;
+        do
+            got = read(fileno(message->file.get()), message->bytes.get(), want);
+        while (got < 0 && errno == EINTR);
+        if (got == message->length) {
+            if (FILE *memory = fmemopen(message->bytes.get(), static_cast<size_t>(got), "rb")) {
+                message->file.reset(memory);
+                return;
+            }
+        }
+        message->bytes.reset();
+        lseek(fileno(message->file.get()), 0, SEEK_SET);
+    }
+    message->buffer.reset(new char[kMessageBuffer]);
+    std::setvbuf(message->file.get(), message->buffer.get(), _IOFBF, kMessageBuffer);
+}
+
 // Opens the AF and DF files; writes the event-log line when either does not
 // open or is empty.
 bool open_mail_files(const std::string &af, const std::string &df, MailFile *afFile,
                      MailFile *dfFile)
 {
-    open_mail_file(af, 0, afFile);
-    open_mail_file(df, kMessageBuffer, dfFile);
+    open_mail_file(af, afFile);
+    open_mail_file(df, dfFile);
     const bool afOk = afFile->usable(), dfOk = dfFile->usable();
     if (afOk && dfOk) {
         ovux_log->start() << "ZWEmailPluginProcess: AF(" << af
@@ -519,10 +546,15 @@ void set_queue_function(ZWEnqueMailFn queue)
 
 // True when the new temporary file takes a byte: a full disk shows here
 // rather than as a text file cut short under the keyword scan. The file is
-// left empty; its first block is reserved where the file system can do that
-// without a write.
+// left empty. A file system that reports free blocks to everyone takes it;
+// otherwise the first block is reserved where the file system can do that
+// without a write (root may still have blocks there), else written. The
+// report spares the usual mail a block taken and given back.
 bool takes_a_byte(int fd)
 {
+    struct statfs space;
+    if (fstatfs(fd, &space) == 0 && space.f_bavail > 0)
+        return true;
     if (fallocate(fd, FALLOC_FL_KEEP_SIZE, 0, 1) == 0)
         return true;
     if (errno != EOPNOTSUPP && errno != ENOSYS)
@@ -598,6 +630,7 @@ int process_mail(ZWHostCall *call, ZWMailResult *result, OVMailReport *report)
     } reportOut{*mail, report};
     char tempName[OV_MAX_PATH] = "";
     FilePtr text = make_text_file(mail->direction == 1 ? "DFO" : "DFI", tempName);
+    prepare_message(&dfFile);
     if (!text)
         mail->report.faults |= OV_FAULT_TEMP;
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "mail/charset.h"
+#include "mail/envelope.h"
 #include "mail/mail_info.h"
 #include "mail/mail_list.h"
 #include "support/base_temp_dir.h"
@@ -183,6 +184,38 @@ TEST(CMailList, ManyRecipientsKeepFirstSeenOrder)
     list.GatherMailList(dir.write("AF", af).c_str());
     ASSERT_NE(list.GetListString(), nullptr);
     EXPECT_EQ(std::string(list.GetListString()), expected);
+}
+
+// The plain-value fast path against the full decoding, over generated values
+// of bytes that matter to it (encoded-word marks, escapes, shifts, 8-bit and
+// NUL bytes) for every host code and language.
+TEST(DecodeValue, PlainFastPathGivesTheFullDecoding)
+{
+    const std::string alphabet("a=?B$(~ \t\x1b\x0e\x0f\x80\xa4\0Q_", 17);
+    std::mt19937 random(1342);
+    std::vector<std::string> values = {"", "Status report", "=?", "a=?b", "x=\x1b$B", kEncodedNihon};
+    for (int i = 0; i < 3000; ++i) {
+        std::string value(random() % 14, ' ');
+        for (char &c : value)
+            c = alphabet[random() % alphabet.size()];
+        values.push_back(value);
+    }
+    const int savedKanji = _kanji, savedLanguage = _language;
+    size_t plain = 0;
+    for (int kanji : {CHARSET_PLAIN, CHARSET_JIS, CHARSET_SJIS, CHARSET_EUC, CHARSET_ISO2022CN})
+        for (int language : {LANG_OTHER, LANG_JAPANESE, LANG_CHINESE, LANG_TAIWAN}) {
+            _kanji = kanji;
+            _language = language;
+            for (const std::string &value : values) {
+                plain += envelope::IsPlainValue(value);
+                ASSERT_EQ(envelope::DecodeEncodedValue(value), envelope::DecodeValue(value))
+                    << kanji << " " << language << " [" << value << "]";
+            }
+        }
+    _kanji = savedKanji;
+    _language = savedLanguage;
+    EXPECT_GT(plain, values.size());   // the fast path was taken often
+    EXPECT_FALSE(envelope::IsPlainValue(std::string("a\0b", 3)));   // c_str() would cut it
 }
 
 TEST(CMailList, RebuildsItsTextAfterAdditions)
