@@ -5,15 +5,10 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include <algorithm>
 #include <ctime>
 
-#include <gtest/gtest.h>
-
-#include "support/base_temp_dir.h"
-#include "support/tools_ovctl.h"
+#include "tools/ovctl_cases.h"
 
 namespace {
 
@@ -128,7 +123,7 @@ TEST(LogRetention, DeletesOnlyEventLogsWhoseDayAndLastChangeAreOld)
     EXPECT_EQ(access(target.c_str(), F_OK), 0);
 }
 
-TEST(LogRetention, KeepOneDayLeavesTodayAndYesterday)
+TEST(LogRetention, KeepOneDayLeavesTodayAndYesterdayAndAMissingDirectoryIsAnError)
 {
     const std::time_t now = noon();
     BaseTempDir dir;
@@ -136,14 +131,9 @@ TEST(LogRetention, KeepOneDayLeavesTodayAndYesterday)
         dir.write(name, "line\n");
         set_mtime(dir.path(name), now - 2 * kDay);
     }
-    LogPruneResult result = prune_event_logs(dir.dir() + "/", 1, now);
-    EXPECT_EQ(result.removed, std::vector<std::string>{"pwall.log.2026.11.23"});
-}
-
-TEST(LogRetention, AMissingDirectoryIsAnError)
-{
-    BaseTempDir dir;
-    LogPruneResult result = prune_event_logs(dir.path("missing"), 30, noon());
+    EXPECT_EQ(prune_event_logs(dir.dir() + "/", 1, now).removed,
+              std::vector<std::string>{"pwall.log.2026.11.23"});
+    LogPruneResult result = prune_event_logs(dir.path("missing"), 30, now);
     ASSERT_EQ(result.errors.size(), 1u);
     EXPECT_NE(result.errors[0].find("cannot read"), std::string::npos) << result.errors[0];
 }
@@ -151,33 +141,22 @@ TEST(LogRetention, AMissingDirectoryIsAnError)
 TEST(LogRetention, OvctlLogsPrune)
 {
     BaseTempDir root;
-    const std::string program = root.path("Plug-Ins/OV");
+    const std::string program = root.path("Plug-Ins/OV/");
     ASSERT_EQ(system(("mkdir -p " + ovctl_shell_quote(program)).c_str()), 0);
     root.write("Plug-Ins/OV/pwall.log.2001.01.01", "old\n");
-    set_mtime(program + "/pwall.log.2001.01.01", std::time(nullptr) - 400 * kDay);
+    set_mtime(program + "pwall.log.2001.01.01", std::time(nullptr) - 400 * kDay);
     root.write("Plug-Ins/OV/pwall.log.2099.01.01", "new\n");
-    struct Row {
-        std::vector<std::string> words;
-        int status;
-        const char *output; // a part of it
-    } rows[] = {
+    const std::string range = "--keep-days takes a number of days from 1 to 36500";
+    expect_ovctl_cases({
         {{"logs"}, 2, "usage: ovctl logs prune --root ROOT --keep-days N"},
         {{"logs", "prune", "--root", root.dir()}, 2, "usage:"},
-        {{"logs", "prune", "--root", root.dir(), "--keep-days", "0"}, 2, "1 to 36500"},
-        {{"logs", "prune", "--root", root.dir(), "--keep-days", "7x"}, 2, "1 to 36500"},
-        {{"logs", "prune", "--keep-days", "7", "--root", root.path("none")}, 1,
-         "ovctl: cannot read"},
-        {{"logs", "prune", "--root", root.dir(), "--keep-days", "7"}, 0,
-         "removed "},
+        {{"logs", "prune", "--root", root.dir(), "--keep-days", "0"}, 2, range},
+        {{"logs", "prune", "--root", root.dir(), "--keep-days", "7x"}, 2, range},
+        {{"logs", "prune", "--keep-days", "7", "--root", root.path("none")}, 1, "ovctl: cannot read"},
+        {{"logs", "prune", "--root", root.dir(), "--keep-days", "7"}, 0, "removed " + program + "pwall.log.2001.01.01\n"},
         {{"logs", "prune", "--keep-days", "7", "--root", root.dir()}, 0, ""},
-    };
-    for (const Row &row : rows) {
-        OvctlRun run = run_ovctl(row.words);
-        EXPECT_EQ(run.status, row.status) << run.output;
-        EXPECT_NE(run.output.find(row.output), std::string::npos) << run.output;
-    }
-    EXPECT_NE(access((program + "/pwall.log.2099.01.01").c_str(), F_OK), -1);
-    EXPECT_EQ(access((program + "/pwall.log.2001.01.01").c_str(), F_OK), -1);
+    });
+    EXPECT_TRUE(BaseTempDir::exists(program + "pwall.log.2099.01.01"));
 }
 
 } // namespace
