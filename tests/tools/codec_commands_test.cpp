@@ -3,7 +3,8 @@
 // language option.
 #include "tools/ovctl_cases.h"
 
-namespace {
+namespace
+{
 
 TEST(CodecCommands, DecodeEncodeAndConvert)
 {
@@ -43,8 +44,12 @@ TEST(CodecCommands, DecodeEncodeAndConvert)
             {{"header-decode", "=?x?B?QQ=x?="}, 1, ""},
             {{"header-decode"}, 2, ""},
             {{"--host-language", "zh_CN.GB2312", "charset", "detect", plain}, 0, "0 plain\n"},
-            {{"--host-language", "zh_CN.GB2312", "charset", "convert", "--to", "3", cn}, 0, "\xD6\xD0"},
-            {{"--host-language", "ja_JP.eucJP", "charset", "convert", "--to", "3", cn}, 0, "\xC3\xE6"},
+            {{"--host-language", "zh_CN.GB2312", "charset", "convert", "--to", "3", cn},
+             0,
+             "\xD6\xD0"},
+            {{"--host-language", "ja_JP.eucJP", "charset", "convert", "--to", "3", cn},
+             0,
+             "\xC3\xE6"},
         },
         options);
 }

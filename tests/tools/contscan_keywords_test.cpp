@@ -3,7 +3,8 @@
 // a temporary file that does not stay behind).
 #include "tools/ovctl_cases.h"
 
-namespace {
+namespace
+{
 
 TEST(OvctlKeywords, VerdictsExplanationsAndExitCodes)
 {

@@ -10,7 +10,8 @@
 #include "tools/ovctl/scan_copy_records.h"
 #include "tools/ovctl_cases.h"
 
-namespace {
+namespace
+{
 
 TEST(JsonText, KeepsUtf8ConvertsTheHostCodeAndEscapesEverythingElse)
 {
@@ -24,21 +25,27 @@ TEST(JsonText, KeepsUtf8ConvertsTheHostCodeAndEscapesEverythingElse)
         {"a\r\nb\tc\x07", "UTF-8", "\"a\\r\\nb\\tc\\u0007\""},
         {std::string("a\x01\x7f\0b", 5), "UTF-8", "\"a\\u0001\\u007f\\u0000b\""},
         {"\xE7\xA4\xBE \xF0\x9F\x93\xA7", "UTF-8", "\"\xE7\xA4\xBE \xF0\x9F\x93\xA7\""},
-        {"caf\xE9", "UTF-8", "\"caf\\u00e9\""},                        // a Latin-1 byte
-        {"\xE7\xA4", "UTF-8", "\"\\u00e7\\u00a4\""},                   // cut short
-        {"\xC0\xAF", "UTF-8", "\"\\u00c0\\u00af\""},                   // overlong "/"
-        {"\xED\xA0\x80", "UTF-8", "\"\\u00ed\\u00a0\\u0080\""},        // a surrogate
+        {"caf\xE9", "UTF-8", "\"caf\\u00e9\""},                            // a Latin-1 byte
+        {"\xE7\xA4", "UTF-8", "\"\\u00e7\\u00a4\""},                       // cut short
+        {"\xC0\xAF", "UTF-8", "\"\\u00c0\\u00af\""},                       // overlong "/"
+        {"\xED\xA0\x80", "UTF-8", "\"\\u00ed\\u00a0\\u0080\""},            // a surrogate
         {"\xF4\x90\x80\x80", "UTF-8", "\"\\u00f4\\u0090\\u0080\\u0080\""}, // above U+10FFFF
         {"\xc6\xfc\xcb\xdc", "EUC-JP", "\"\xe6\x97\xa5\xe6\x9c\xac\""},
-        {"a\xff" "b", "EUC-JP", "\"a\\u00ffb\""},
+        {"a\xff"
+         "b",
+         "EUC-JP", "\"a\\u00ffb\""},
         {"\x93\xfa", "SHIFT_JIS", "\"\xe6\x97\xa5\""},
     };
     for (const auto &row : rows)
         EXPECT_EQ(json_string(row.text, row.code), row.json) << row.text;
     EXPECT_EQ(valid_utf8("caf\xE9!\xE7\xA4\xBE"), "caf\xEF\xBF\xBD!\xE7\xA4\xBE");
     const std::pair<const char *, const char *> hosts[] = {
-        {"ja_JP.eucJP", "EUC-JP"}, {"ja_JP.sjis", "SHIFT_JIS"}, {"zh_CN.GB2312", "GB2312"},
-        {"zh_TW.Big5", "BIG5"},    {"C", "UTF-8"},              {"", "UTF-8"},
+        {"ja_JP.eucJP", "EUC-JP"},
+        {"ja_JP.sjis", "SHIFT_JIS"},
+        {"zh_CN.GB2312", "GB2312"},
+        {"zh_TW.Big5", "BIG5"},
+        {"C", "UTF-8"},
+        {"", "UTF-8"},
     };
     for (const auto &host : hosts)
         EXPECT_STREQ(host_code_name(host.first), host.second) << host.first;
@@ -59,11 +66,12 @@ CopyRecord sample_record()
     return record;
 }
 
-const char kSampleText[] = "{\n  \"format\": 1,\n  \"id\": \"4Xc9Lq1ZbKz\",\n  \"host\": \"ovmilter\",\n"
-                           "  \"sender\": \"ann \\\"the\\\" sender\\\\@example.net\",\n"
-                           "  \"recipients\": [\"bob@example.com\", \"\xE7\xA4\xBE@example.jp\"],\n"
-                           "  \"client\": \"2001:db8::7\",\n  \"time\": \"2026-11-18T11:06:40Z\",\n"
-                           "  \"verdict\": \"blocked\",\n  \"action\": \"quarantined\",\n";
+const char kSampleText[] =
+    "{\n  \"format\": 1,\n  \"id\": \"4Xc9Lq1ZbKz\",\n  \"host\": \"ovmilter\",\n"
+    "  \"sender\": \"ann \\\"the\\\" sender\\\\@example.net\",\n"
+    "  \"recipients\": [\"bob@example.com\", \"\xE7\xA4\xBE@example.jp\"],\n"
+    "  \"client\": \"2001:db8::7\",\n  \"time\": \"2026-11-18T11:06:40Z\",\n"
+    "  \"verdict\": \"blocked\",\n  \"action\": \"quarantined\",\n";
 const char kSampleTrigger[] = "  \"trigger\": \"Big mails\\nsecond line\"\n}\n";
 
 TEST(CopyRecord, ExactFormatAndRoundTripWithAndWithoutRelease)
@@ -100,22 +108,25 @@ TEST(CopyRecord, ReaderRefusesWhatIsNotARecordAndEveryCutOfOne)
 {
     const std::string time = R"("time": "2026-11-25T11:10:57Z")";
     std::vector<std::string> texts = {
-        "", "[]", "{" + time + "}", R"({"format": 2, )" + time + "}",
-        R"({"format": 1})",                                         // no time
-        R"({"format": 1, "time": "2026-11-25 11:10:57"})",          // local time
-        R"({"format": 1, "time": "2026-11-31T11:10:57Z"})",         // no such day
-        R"({"format": 1, "time": "0271-11-25T11:10:57Z"})",         // short year
+        "",
+        "[]",
+        "{" + time + "}",
+        R"({"format": 2, )" + time + "}",
+        R"({"format": 1})",                                 // no time
+        R"({"format": 1, "time": "2026-11-25 11:10:57"})",  // local time
+        R"({"format": 1, "time": "2026-11-31T11:10:57Z"})", // no such day
+        R"({"format": 1, "time": "0271-11-25T11:10:57Z"})", // short year
         R"({"format": 1, )" + time + R"(, "released": "soon"})",
-        R"({"format": 1, )" + time + R"(, "x": {}})",               // nested object
+        R"({"format": 1, )" + time + R"(, "x": {}})", // nested object
         R"({"format": 1, )" + time + R"(, "recipients": [1]})",
-        R"({"format": 1, "format": 1, )" + time + "}",              // duplicate key
-        R"({"format": 1, )" + time + "} x",                         // text after
-        "{\"format\": 1, \"id\": \"a\nb\", " + time + "}",          // raw line break
-        R"({"format": 1, "id": "\ud800", )" + time + "}",           // lone surrogate
-        "{\"format\": 1, \"id\": \"caf\xE9\", " + time + "}",       // not UTF-8
+        R"({"format": 1, "format": 1, )" + time + "}",        // duplicate key
+        R"({"format": 1, )" + time + "} x",                   // text after
+        "{\"format\": 1, \"id\": \"a\nb\", " + time + "}",    // raw line break
+        R"({"format": 1, "id": "\ud800", )" + time + "}",     // lone surrogate
+        "{\"format\": 1, \"id\": \"caf\xE9\", " + time + "}", // not UTF-8
         R"({"format": 1, "id": "\q", )" + time + "}",
         R"({"format": 1, "id": "\u12", )" + time + "}",
-        R"({"format": 1 )" + time + "}",                            // missing comma
+        R"({"format": 1 )" + time + "}", // missing comma
     };
     // Up to the closing brace every prefix of a record is incomplete.
     const std::string whole = format_copy_record(sample_record());
@@ -140,7 +151,8 @@ TEST(CopyRecord, WritesBesideTheCopyAndReplacesWhole)
     record.released = 1795086400;
     record.releasedTo = {"x@example.com"};
     ASSERT_TRUE(write_copy_record(copy, record, &error)) << error;
-    EXPECT_EQ(directory_names(dir.dir()), (std::vector<std::string>{"AF123_4.tmp", "AF123_4.tmp.json"}));
+    EXPECT_EQ(directory_names(dir.dir()),
+              (std::vector<std::string>{"AF123_4.tmp", "AF123_4.tmp.json"}));
     ASSERT_EQ(read_copy_record(copy, &read, &error), RecordRead::Found) << error;
     EXPECT_EQ(format_copy_record(read), format_copy_record(record));
     EXPECT_TRUE(is_copy_record_name("AF123_4.tmp.json"));
@@ -194,10 +206,16 @@ TEST(CopyRecord, ScanWritesTheEnvelopeOfEachReportedCopy)
 TEST(SpoolId, FollowsTheNameAndStaysASafeFileName)
 {
     const std::pair<std::string, std::string> rows[] = {
-        {"4Xc9Lq1ZbKz", "4Xc9Lq1ZbKz"},  {"01-plain.eml", "01-plain.eml"},
-        {"../in box/a.eml", "in_box_a.eml"}, {"..", "mail"}, {"", "mail"}, {"a..b", "a._b"},
-        {"a/../../b", "a_._._b"},        {"\xE7\xA4\xBE.eml", "eml"},
-        {"x;rm -rf`y`", "x_rm_-rf_y_"},  {std::string(70, 'q') + "Z", std::string(63, 'q') + "Z"},
+        {"4Xc9Lq1ZbKz", "4Xc9Lq1ZbKz"},
+        {"01-plain.eml", "01-plain.eml"},
+        {"../in box/a.eml", "in_box_a.eml"},
+        {"..", "mail"},
+        {"", "mail"},
+        {"a..b", "a._b"},
+        {"a/../../b", "a_._._b"},
+        {"\xE7\xA4\xBE.eml", "eml"},
+        {"x;rm -rf`y`", "x_rm_-rf_y_"},
+        {std::string(70, 'q') + "Z", std::string(63, 'q') + "Z"},
     };
     for (const auto &row : rows) {
         const std::string id = spool_id_from_name(row.first);

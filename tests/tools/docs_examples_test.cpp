@@ -10,7 +10,8 @@
 #include "tools/hostkit/copy_record.h"
 #include "tools/ovctl_cases.h"
 
-namespace {
+namespace
+{
 
 const std::string kDocs = std::string(OV_SOURCE_DIR) + "/docs/";
 const std::string kOv = kDocs + "examples/gateway/Plug-Ins/OV/";
@@ -84,7 +85,7 @@ TEST(DocsExamplesTest, QuotedFilesAreTheExampleFiles)
         std::string quoted = replace_all(fenced_block(row.page, row.after), "⇥", "\t");
         std::string file = replace_all(BaseTempDir::read(kOv + row.file), "\r\n", "\n");
         if (quoted.size() == file.size() + 1 && quoted.back() == '\n')
-            quoted.pop_back();   // a file without a last newline
+            quoted.pop_back(); // a file without a last newline
         EXPECT_EQ(quoted, file) << row.page << " quotes " << row.file;
     }
 }

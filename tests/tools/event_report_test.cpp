@@ -1,18 +1,20 @@
 // ovctl report: reading the event log's mail records back, counting them per
 // day, and the HTML page, which a real browser (headless Chromium, when
 // installed) must load and draw.
-#include <sys/stat.h>
-
 #include "tools/hostkit/event_log_reader.h"
 #include "tools/ovctl/event_report.h"
 #include "tools/ovctl/report_html.h"
 #include "tools/ovctl_cases.h"
 
-namespace {
+namespace
+{
 
-const char kRuleEvent[] = "CONTENT_MANAGEMENT[42]: CONTENT MANAGEMENT: Anti-Spam filter has blocked a junk mail.";
-const char kPolicyEvent[] = "CONTENT_MANAGEMENT[42]: CONTENT MANAGEMENT: Content filter has blocked a sensitive mail.";
-const char kRemovalEvent[] = "CONTENT_MANAGEMENT[42]: CONTENT MANAGEMENT: An attachment file in the message has been removed by Content Management!";
+const char kRuleEvent[] =
+    "CONTENT_MANAGEMENT[42]: CONTENT MANAGEMENT: Anti-Spam filter has blocked a junk mail.";
+const char kPolicyEvent[] =
+    "CONTENT_MANAGEMENT[42]: CONTENT MANAGEMENT: Content filter has blocked a sensitive mail.";
+const char kRemovalEvent[] = "CONTENT_MANAGEMENT[42]: CONTENT MANAGEMENT: An attachment file in "
+                             "the message has been removed by Content Management!";
 
 // Two lines of the log for one mail on `day` ("11/25/2026").
 std::string logged(const std::string &day, const char *event, const std::string &record)
@@ -24,10 +26,12 @@ std::string day_log(const std::string &day)
 {
     return day + " 09:00:00 CONTENT_MANAGEMENT[42]: Daily Log, Version: 3.8_Linux_Build_1036\n" +
            logged(day, kRuleEvent, "Inbound\\Delete\\Known spammer\\a@x.example\\/s/DFIq1") +
-           logged(day, kRuleEvent, "Inbound\\Quarantine\\Rule\\with\\slash\\a@x.example\\/s/DFIq2") +
+           logged(day, kRuleEvent,
+                  "Inbound\\Quarantine\\Rule\\with\\slash\\a@x.example\\/s/DFIq2") +
            logged(day, kPolicyEvent, "Outbound\\Archive\\Confidential\\\\/s/DFOq3") +
            logged(day, kRemovalEvent,
-                  "Inbound\\Attachment Removal (Replaced with text)\\a.exe, b.scr\\c@x.example\\/s/DFIq4") +
+                  "Inbound\\Attachment Removal (Replaced with text)\\a.exe, "
+                  "b.scr\\c@x.example\\/s/DFIq4") +
            // Not counted: no event before it; not read: a broken stamp, too few fields.
            "EMAIL\\" + day + " 10:00:00\\Inbound\\Delete\\Stray\\d@x.example\\/s/DFIq5\n" +
            kRuleEvent + "\nEMAIL\\99/99/2026 10:00\\Inbound\\Delete\\Bad\\d@x.example\\/s/DFIq6\n" +
@@ -39,21 +43,24 @@ std::vector<std::string> mail_lines(const std::vector<LoggedMail> &mails)
 {
     std::vector<std::string> lines;
     for (const LoggedMail &m : mails)
-        lines.push_back(std::to_string(static_cast<int>(m.kind)) + "|" + m.date + " " + m.time + "|" +
-                        m.action + "|" + m.name + "|" + m.sender + "|" + m.dataFile);
+        lines.push_back(std::to_string(static_cast<int>(m.kind)) + "|" + m.date + " " + m.time +
+                        "|" + m.action + "|" + m.name + "|" + m.sender + "|" + m.dataFile);
     return lines;
 }
 
 TEST(EventLog, ReadsTheMailRecordsAfterTheirEvents)
 {
     // The record without an event before it is read as one of unknown kind.
-    const auto kind = [](LoggedKind k) { return std::to_string(static_cast<int>(k)) + "|2026-11-25 10:00:00|"; };
+    const auto kind = [](LoggedKind k) {
+        return std::to_string(static_cast<int>(k)) + "|2026-11-25 10:00:00|";
+    };
     EXPECT_EQ(mail_lines(parse_event_log(day_log("11/25/2026"))),
               (std::vector<std::string>{
                   kind(LoggedKind::Rule) + "Delete|Known spammer|a@x.example|/s/DFIq1",
                   kind(LoggedKind::Rule) + "Quarantine|Rule\\with\\slash|a@x.example|/s/DFIq2",
                   kind(LoggedKind::Policy) + "Archive|Confidential||/s/DFOq3",
-                  kind(LoggedKind::Attachments) + "Attachment Removal (Replaced with text)|a.exe, b.scr|c@x.example|/s/DFIq4",
+                  kind(LoggedKind::Attachments) +
+                      "Attachment Removal (Replaced with text)|a.exe, b.scr|c@x.example|/s/DFIq4",
                   kind(LoggedKind::Other) + "Delete|Stray|d@x.example|/s/DFIq5",
               }));
 }
@@ -88,8 +95,7 @@ TEST(EventReport, CountsPerDayAndInTotal)
 TEST(EventReport, ReadsTheDaysWithinTheDates)
 {
     BaseTempDir root;
-    mkdir(root.path("Plug-Ins").c_str(), 0755);
-    mkdir(root.path("Plug-Ins/OV").c_str(), 0755);
+    ASSERT_EQ(std::system(("mkdir -p " + ovctl_shell_quote(root.path("Plug-Ins/OV"))).c_str()), 0);
     for (const char *day : {"24", "25", "26"})
         root.write(std::string("Plug-Ins/OV/pwall.log.2026.11.") + day,
                    day_log(std::string("11/") + day + "/2026"));
@@ -98,10 +104,8 @@ TEST(EventReport, ReadsTheDaysWithinTheDates)
         size_t days;
         const char *first;
     } cases[] = {
-        {"", "", 3, "2026-11-24"},
-        {"2026-11-25", "", 2, "2026-11-25"},
-        {"", "2026-11-24", 1, "2026-11-24"},
-        {"2026-11-25", "2026-11-25", 1, "2026-11-25"},
+        {"", "", 3, "2026-11-24"},           {"2026-11-25", "", 2, "2026-11-25"},
+        {"", "2026-11-24", 1, "2026-11-24"}, {"2026-11-25", "2026-11-25", 1, "2026-11-25"},
         {"2026-12-01", "", 0, ""},
     };
     for (const auto &c : cases) {
@@ -130,7 +134,10 @@ EventReport hostile_report()
         std::string stamp = "11/0" + std::to_string(day) + "/2026";
         for (int i = 0; i < day; ++i)
             log += logged(stamp, i % 2 ? kPolicyEvent : kRuleEvent,
-                          std::string("Inbound\\") + (i % 3 == 0 ? "Delete" : i % 3 == 1 ? "Quarantine" : "Archive") +
+                          std::string("Inbound\\") +
+                              (i % 3 == 0   ? "Delete"
+                               : i % 3 == 1 ? "Quarantine"
+                                            : "Archive") +
                               "\\<script>alert(1)</script> & \"r" + std::to_string(i % 4) +
                               "\xE9\"\\s" + std::to_string(i) + "@x.example\\/s/DF");
     }
@@ -141,10 +148,8 @@ EventReport hostile_report()
 TEST(ReportHtml, IsSelfContainedAndEscapesLogText)
 {
     const std::string page = report_html(hostile_report(), "2026-11-01", "");
-    EXPECT_EQ(page.find("<script"), std::string::npos);
-    EXPECT_EQ(page.find("src="), std::string::npos);
-    EXPECT_EQ(page.find("href="), std::string::npos);
-    EXPECT_EQ(page.find("url("), std::string::npos);
+    for (const char *outside : {"<script", "src=", "href=", "url("})
+        EXPECT_EQ(page.find(outside), std::string::npos) << outside;
     EXPECT_NE(page.find("&lt;script&gt;alert(1)&lt;/script&gt; &amp; &quot;r0\xEF\xBF\xBD&quot;"),
               std::string::npos);
     EXPECT_NE(page.find("id=\"blocked-per-day\""), std::string::npos);
@@ -158,9 +163,10 @@ int run_chromium(const BaseTempDir &dir, const std::string &page, const std::str
     std::string command =
         "timeout 120 chromium --headless --no-sandbox --disable-gpu --disable-background-networking"
         " --disable-component-update --disable-sync --no-first-run --enable-logging=stderr"
-        " --window-size=900,1200 --user-data-dir=" + ovctl_shell_quote(dir.path("profile")) +
-        " " + ovctl_shell_quote(option) + " " + ovctl_shell_quote("file://" + page) + " >" +
-        ovctl_shell_quote(dir.path("stdout")) + " 2>>" + ovctl_shell_quote(dir.path("log"));
+        " --window-size=900,1200 --user-data-dir=" +
+        ovctl_shell_quote(dir.path("profile")) + " " + ovctl_shell_quote(option) + " " +
+        ovctl_shell_quote("file://" + page) + " >" + ovctl_shell_quote(dir.path("stdout")) +
+        " 2>>" + ovctl_shell_quote(dir.path("log"));
     return std::system(command.c_str());
 }
 

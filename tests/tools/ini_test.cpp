@@ -5,13 +5,15 @@
 #include "support/small_tmpfs.h"
 #include "tools/ovctl_cases.h"
 
-namespace {
+namespace
+{
 
 TEST(IniTest, GetSetDeleteAsThePluginReads)
 {
     BaseTempDir tmp;
-    const std::string file = tmp.write("contscan.ini", "# settings\n[General]\nHostLanguage=Japanese\n"
-                                                       "key = spaced\n[Notify]\nAdmin=root\n");
+    const std::string file =
+        tmp.write("contscan.ini", "# settings\n[General]\nHostLanguage=Japanese\n"
+                                  "key = spaced\n[Notify]\nAdmin=root\n");
     const std::string missing = tmp.path("missing.ini");
     expect_ovctl_cases({
         {{"ini", "get", file, "general", "HOSTLANGUAGE"}, 0, "Japanese\n"},
@@ -25,7 +27,8 @@ TEST(IniTest, GetSetDeleteAsThePluginReads)
         {{"ini", "delete", file, "notify"}, 0, ""},
     });
     // Three rewrites: three empty lines on top, the section and key gone.
-    EXPECT_EQ("\n\n\n# settings\n[general]\nkey =spaced\ndeletetempfile=yes\n", BaseTempDir::read(file));
+    EXPECT_EQ("\n\n\n# settings\n[general]\nkey =spaced\ndeletetempfile=yes\n",
+              BaseTempDir::read(file));
 
     const std::string small = tmp.write("a.ini", "[s]\nk=v\n");
     std::vector<OvctlCase> failures = {
@@ -56,8 +59,8 @@ TEST(IniTest, ConcurrentWritersAndReaders)
     ASSERT_EQ(0, chmod(file.c_str(), 0640));
     const std::string ovctl = ovctl_shell_quote(OV_OVCTL_PATH), quoted = ovctl_shell_quote(file);
     const std::string script = "for i in $(seq 1 12); do " + ovctl + " ini set " + quoted +
-                               " s k$i v$i & done; for j in $(seq 1 30); do " + ovctl + " ini get " +
-                               quoted + " s base; done; wait";
+                               " s k$i v$i & done; for j in $(seq 1 30); do " + ovctl +
+                               " ini get " + quoted + " s base; done; wait";
     FILE *shell = popen(script.c_str(), "r");
     ASSERT_NE(nullptr, shell);
     std::string reads;
@@ -75,7 +78,8 @@ TEST(IniTest, ConcurrentWritersAndReaders)
     struct stat info;
     ASSERT_EQ(0, stat(file.c_str(), &info));
     EXPECT_EQ(0640u, info.st_mode & 07777);
-    EXPECT_EQ((std::vector<std::string>{"contscan.ini", "contscan.ini.lock"}), directory_names(tmp.dir()));
+    EXPECT_EQ((std::vector<std::string>{"contscan.ini", "contscan.ini.lock"}),
+              directory_names(tmp.dir()));
 }
 
 TEST(IniTest, FullDiskLeavesTheFileAsItWas)
@@ -87,8 +91,10 @@ TEST(IniTest, FullDiskLeavesTheFileAsItWas)
     for (int i = 0; i < 200; ++i)
         text += "key" + std::to_string(i) + "=value\n";
     const std::string file = disk.dir() + "/contscan.ini";
-    { std::ofstream(file) << text; }
-    std::ofstream(file + ".lock");   // the lock file is there before the disk is full
+    {
+        std::ofstream(file) << text;
+    }
+    std::ofstream(file + ".lock"); // the lock file is there before the disk is full
     disk.Fill();
     expect_ovctl_cases({
         {{"ini", "set", file, "s", "new", "v"}, 1, "ovctl: "},

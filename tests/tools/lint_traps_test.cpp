@@ -8,7 +8,8 @@
 
 #include "tools/ovctl_cases.h"
 
-namespace {
+namespace
+{
 
 const char kIni[] = "[Content Filter]\nNotificationSender=postmaster@mail.test\n"
                     "[Junk]\nAction=Delete\n";
@@ -64,7 +65,8 @@ const TrapRow kRows[] = {
     {"unknown action", "spamrule/spamrule.txt", "B\\C\\SIZE>1\\REJECT\n",
      "spamrule.txt:1: action \"REJECT\" is none of DEL, QUAR, ARCH", 1},
     {"no action", "spamrule/spamrule.txt", "B\\C\\SIZE>1\n", "spamrule.txt:1: No Action Error!", 1},
-    {"mail type", "spamrule/spamrule.txt", "Bad\\D\\SIZE>1\\DEL\n", "spamrule.txt:1: Mail Type Error!", 1},
+    {"mail type", "spamrule/spamrule.txt", "Bad\\D\\SIZE>1\\DEL\n",
+     "spamrule.txt:1: Mail Type Error!", 1},
     {"second bad line", "spamrule/spamrule.txt", "Bad\\D\\SIZE>1\\DEL\nB\\A\\SIZE>1\n",
      "spamrule.txt:2: No Action Error!", 1},
     {"special rule without name or type", "spamrule/SFRule.txt", "<MAIL TYPE>A</MAIL TYPE>\r\n",
@@ -156,7 +158,8 @@ INSTANTIATE_TEST_SUITE_P(Rows, LintTrapTest, ::testing::ValuesIn(kRows), row_nam
 TEST(LintTrapTest, StrictCountsWarnings)
 {
     Installation install;
-    install.write("contscan.ini", "[Content Filter]\nNotificationSender=gw@example.org\n[Junk]\nAction=Delete\n");
+    install.write("contscan.ini",
+                  "[Content Filter]\nNotificationSender=gw@example.org\n[Junk]\nAction=Delete\n");
     EXPECT_EQ(run_ovctl({"lint", "--root", install.root()}).status, 0);
     EXPECT_EQ(run_ovctl({"lint", "--root", install.root(), "--strict"}).status, 1);
 }
@@ -178,7 +181,9 @@ TEST(LintTrapTest, ExampleInstallationHasOnlyItsExampleAddressesUntilItsVendorFi
     install.write("spamrule/Zelto$RF.1", BaseTempDir::read(vendor) + "x");
     run = run_ovctl({"lint", "--root", install.root()}, false);
     EXPECT_EQ(run.status, 1);
-    EXPECT_NE(run.output.find(vendor + ": unreadable, or its CRC does not agree"), std::string::npos) << run.output;
+    EXPECT_NE(run.output.find(vendor + ": unreadable, or its CRC does not agree"),
+              std::string::npos)
+        << run.output;
 }
 
 } // namespace

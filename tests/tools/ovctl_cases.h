@@ -21,7 +21,8 @@ inline std::string example_mail(const std::string &name)
 }
 
 // A copy of examples/gateway (or another installation under the sources).
-class ExampleRoot {
+class ExampleRoot
+{
 public:
     explicit ExampleRoot(const std::string &source = "examples/gateway")
     {

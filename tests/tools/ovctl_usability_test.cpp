@@ -3,7 +3,8 @@
 #include "tools/hostkit/verdict_words.h"
 #include "tools/ovctl_cases.h"
 
-namespace {
+namespace
+{
 
 TEST(OvctlHelpTest, EveryCommandExplainsItself)
 {
@@ -37,7 +38,8 @@ TEST(OvctlHelpTest, VersionNamesBothVersions)
     OvctlRun run = run_ovctl({"version"});
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.output.rfind("ovctl ", 0), 0u) << run.output;
-    EXPECT_NE(run.output.find("\nplug-in 3.8_Linux_Build_1036, built 12/20/2002 18:02:39\n"), std::string::npos);
+    EXPECT_NE(run.output.find("\nplug-in 3.8_Linux_Build_1036, built 12/20/2002 18:02:39\n"),
+              std::string::npos);
 }
 
 TEST(VerdictWordsTest, ColumnsOfEachResult)

@@ -8,17 +8,20 @@
 #include "support/small_tmpfs.h"
 #include "tools/ovctl_cases.h"
 
-namespace {
+namespace
+{
 
 TEST(ScanCommand, GivesOneVerdictLinePerMail)
 {
     ExampleRoot install;
     const std::string outbox = install.root() + "/outbox";
-    std::vector<std::string> words = {"scan", "--root", install.root(), "--outbox", outbox, "--threads", "2"};
+    std::vector<std::string> words = {"scan",      "--root", install.root(), "--outbox", outbox,
+                                      "--threads", "2"};
     std::string expected;
-    for (const char *row : {"01-plain.eml\tpass\tnone\t", "02-invoice-exe.eml\tpass\treplaced\tinvoice.exe",
-                            "03-spam-subject.eml\tblocked\tdeleted\tKnown spammer",
-                            "04-confidential.eml\tblocked\tquarantined\tConfidential"}) {
+    for (const char *row :
+         {"01-plain.eml\tpass\tnone\t", "02-invoice-exe.eml\tpass\treplaced\tinvoice.exe",
+          "03-spam-subject.eml\tblocked\tdeleted\tKnown spammer",
+          "04-confidential.eml\tblocked\tquarantined\tConfidential"}) {
         const std::string line = row;
         words.push_back(example_mail(line.substr(0, line.find('\t'))));
         expected += example_mail(line) + "\t-\n";
@@ -39,16 +42,17 @@ TEST(ScanCommand, WritesEachMailsPairOnTheWorkers)
 {
     ExampleRoot install;
     BaseTempDir spool;
-    const std::string plain = example_mail("01-plain.eml"), pdf = example_mail("11-pdf-attachment.eml");
+    const std::string plain = example_mail("01-plain.eml"),
+                      pdf = example_mail("11-pdf-attachment.eml");
     OvctlOptions options;
     options.mergeStderr = false;
     options.stdinFile = pdf;
-    OvctlRun run = run_ovctl(
-        {"scan", "--root", install.root(), "--spool", spool.dir(), "--threads", "3", plain, "-", pdf, plain},
-        options);
+    OvctlRun run = run_ovctl({"scan", "--root", install.root(), "--spool", spool.dir(), "--threads",
+                              "3", plain, "-", pdf, plain},
+                             options);
     ASSERT_EQ(run.status, 0) << run.output;
-    EXPECT_EQ(run.output, plain + "\tpass\tnone\t\t-\n-\tpass\tnone\t\t-\n" + pdf + "\tpass\tnone\t\t-\n" +
-                              plain + "\tpass\tnone\t\t-\n");
+    EXPECT_EQ(run.output, plain + "\tpass\tnone\t\t-\n-\tpass\tnone\t\t-\n" + pdf +
+                              "\tpass\tnone\t\t-\n" + plain + "\tpass\tnone\t\t-\n");
     const std::map<std::string, std::string> sources = {{"01-plain.eml", plain},
                                                         {"stdin", pdf},
                                                         {"11-pdf-attachment.eml", pdf},
@@ -57,8 +61,10 @@ TEST(ScanCommand, WritesEachMailsPairOnTheWorkers)
     for (const auto &source : sources) {
         expectedNames.push_back("AFI" + source.first);
         expectedNames.push_back("DFI" + source.first);
-        EXPECT_EQ(BaseTempDir::read(spool.path("DFI" + source.first)), BaseTempDir::read(source.second));
-        EXPECT_NE(BaseTempDir::read(spool.path("AFI" + source.first)).find("\nT<"), std::string::npos);
+        EXPECT_EQ(BaseTempDir::read(spool.path("DFI" + source.first)),
+                  BaseTempDir::read(source.second));
+        EXPECT_NE(BaseTempDir::read(spool.path("AFI" + source.first)).find("\nT<"),
+                  std::string::npos);
     }
     std::sort(expectedNames.begin(), expectedNames.end());
     EXPECT_EQ(directory_names(spool.dir()), expectedNames);
@@ -67,8 +73,8 @@ TEST(ScanCommand, WritesEachMailsPairOnTheWorkers)
 TEST(ScanCommand, JsonAndBadArguments)
 {
     ExampleRoot install;
-    OvctlRun json =
-        run_ovctl({"scan", "--root", install.root(), "--json", example_mail("03-spam-subject.eml")}, false);
+    OvctlRun json = run_ovctl(
+        {"scan", "--root", install.root(), "--json", example_mail("03-spam-subject.eml")}, false);
     EXPECT_EQ(json.status, 0);
     EXPECT_NE(json.output.find("\"result\": \"blocked\", \"code\": 2, \"action\": \"deleted\", "
                                "\"name\": \"Known spammer\", \"faults\": [], \"copy\": \"\"}"),
@@ -76,7 +82,7 @@ TEST(ScanCommand, JsonAndBadArguments)
         << json.output;
     expect_ovctl_cases({
         {{"update", "--root", install.root()}, 0, "update: ok\n"},
-        {{"scan", example_mail("01-plain.eml")}, 2, ""},   // no --root
+        {{"scan", example_mail("01-plain.eml")}, 2, ""}, // no --root
         {{"scan", "--root", install.root(), "--threads", "0", "x"}, 2, ""},
         {{"scan", "--root", install.root(), "/nonexistent/mail"}, 1, "ovctl: "},
         {{"scan", "--root", "/nonexistent", example_mail("01-plain.eml")}, 1, "-8"},
@@ -88,18 +94,21 @@ std::string block_directory(const ExampleRoot &install, const char *key)
 {
     const std::string blocker = install.root() + "/not-a-directory";
     std::ofstream(blocker) << "x";
-    EXPECT_EQ(0, run_ovctl({"ini", "set", install.file("contscan.ini"), "Advanced Options", key, blocker}).status);
+    EXPECT_EQ(
+        0, run_ovctl({"ini", "set", install.file("contscan.ini"), "Advanced Options", key, blocker})
+               .status);
     return blocker;
 }
 
 TEST(ScanCommand, NamesTheFaultsOfEachMail)
 {
     const struct {
-        const char *blocked;   // the setting whose directory is a plain file
+        const char *blocked; // the setting whose directory is a plain file
         const char *mail;
-        std::string line;      // after the mail's name
+        std::string line; // after the mail's name
     } rows[] = {
-        {"QuarantineDirectory", "04-confidential.eml", "\tblocked\tquarantined\tConfidential\tcopy\n"},
+        {"QuarantineDirectory", "04-confidential.eml",
+         "\tblocked\tquarantined\tConfidential\tcopy\n"},
         {"ArchiveDirectory", "06-japanese.eml", "\tblocked\tarchived\tJapanese\tcopy\n"},
         {"TempDir", "04-confidential.eml", "\tpass\tnone\t\ttemp\n"},
         {"TempDir", "02-invoice-exe.eml", "\tpass\tnone\t\treplace,temp,notify\n"},
@@ -112,7 +121,8 @@ TEST(ScanCommand, NamesTheFaultsOfEachMail)
         OvctlRun run = run_ovctl({"scan", "--root", install.root(), example_mail(row.mail)});
         const bool faulted = row.line.find("\t-\n") == std::string::npos;
         EXPECT_EQ(faulted ? 1 : 0, run.status);
-        EXPECT_NE(std::string::npos, run.output.find(example_mail(row.mail) + row.line)) << run.output;
+        EXPECT_NE(std::string::npos, run.output.find(example_mail(row.mail) + row.line))
+            << run.output;
         EXPECT_EQ(faulted, run.output.find(", 1 faulted\n") != std::string::npos) << run.output;
     }
 }
@@ -125,17 +135,21 @@ TEST(ScanCommand, JsonSpoolAndLintCarryTheFaults)
                                example_mail("04-confidential.eml"), example_mail("01-plain.eml")},
                               false);
     EXPECT_EQ(1, json.status);
-    EXPECT_NE(std::string::npos,
-              json.output.find("\"name\": \"Confidential\", \"faults\": [\"copy\"], \"copy\": \"\"}"))
+    EXPECT_NE(
+        std::string::npos,
+        json.output.find("\"name\": \"Confidential\", \"faults\": [\"copy\"], \"copy\": \"\"}"))
         << json.output;
-    EXPECT_NE(std::string::npos, json.output.find("\"faults\": [], \"copy\": \"\"}")) << json.output;
+    EXPECT_NE(std::string::npos, json.output.find("\"faults\": [], \"copy\": \"\"}"))
+        << json.output;
 
     // The pairs of a kept spool, judged in place.
     BaseTempDir spool;
-    run_ovctl({"scan", "--root", install.root(), "--spool", spool.dir(), example_mail("04-confidential.eml")});
+    run_ovctl({"scan", "--root", install.root(), "--spool", spool.dir(),
+               example_mail("04-confidential.eml")});
     OvctlRun run = run_ovctl({"spool", "--root", install.root(), spool.dir()});
     EXPECT_EQ(1, run.status);
-    EXPECT_NE(std::string::npos, run.output.find("\tblocked\tquarantined\tConfidential\tcopy\n")) << run.output;
+    EXPECT_NE(std::string::npos, run.output.find("\tblocked\tquarantined\tConfidential\tcopy\n"))
+        << run.output;
 
     // lint reports the same directories as errors.
     std::string blocker;
@@ -144,10 +158,12 @@ TEST(ScanCommand, JsonSpoolAndLintCarryTheFaults)
     run = run_ovctl({"lint", "--root", install.root()}, false);
     EXPECT_EQ(1, run.status);
     for (const char *role : {"temporary", "quarantine", "archive"})
-        EXPECT_NE(std::string::npos,
-                  run.output.find(install.file("contscan.ini") + ": " + role + " directory " + blocker + " ("))
-            << role << "\n" << run.output;
-    EXPECT_NE(std::string::npos, run.output.find("): cannot create it: Not a directory")) << run.output;
+        EXPECT_NE(std::string::npos, run.output.find(install.file("contscan.ini") + ": " + role +
+                                                     " directory " + blocker + " ("))
+            << role << "\n"
+            << run.output;
+    EXPECT_NE(std::string::npos, run.output.find("): cannot create it: Not a directory"))
+        << run.output;
 }
 
 TEST(ScanCommand, AFullOutboxIsANotifyFault)
@@ -157,10 +173,11 @@ TEST(ScanCommand, AFullOutboxIsANotifyFault)
         GTEST_SKIP() << outbox.reason();
     outbox.Fill(0);
     ExampleRoot install;
-    OvctlRun run = run_ovctl(
-        {"scan", "--root", install.root(), "--outbox", outbox.dir(), example_mail("02-invoice-exe.eml")});
+    OvctlRun run = run_ovctl({"scan", "--root", install.root(), "--outbox", outbox.dir(),
+                              example_mail("02-invoice-exe.eml")});
     EXPECT_EQ(1, run.status);
-    EXPECT_NE(std::string::npos, run.output.find("\tpass\treplaced\tinvoice.exe\tnotify\n")) << run.output;
+    EXPECT_NE(std::string::npos, run.output.find("\tpass\treplaced\tinvoice.exe\tnotify\n"))
+        << run.output;
 }
 
 TEST(ScanCommand, JudgesTheMailFilesOfADirectoryAndLeavesNoSpool)
@@ -180,9 +197,12 @@ TEST(ScanCommand, JudgesTheMailFilesOfADirectoryAndLeavesNoSpool)
                               "\tblocked\tdeleted\tJunk words\t-\n");
     EXPECT_TRUE(tmp.empty());
     options.mergeStderr = true;
-    expect_ovctl_cases({{{"scan", "--root", install.root(), empty.dir()}, 1, "holds no mail files"},
-                        {{"scan", "--root", install.root(), mails.path("a.eml"), mails.path("missing.eml")}, 1, ""}},
-                       options);
+    expect_ovctl_cases(
+        {{{"scan", "--root", install.root(), empty.dir()}, 1, "holds no mail files"},
+         {{"scan", "--root", install.root(), mails.path("a.eml"), mails.path("missing.eml")},
+          1,
+          ""}},
+        options);
     EXPECT_TRUE(tmp.empty()) << "a spool stayed behind after a failure";
 }
 
@@ -195,8 +215,8 @@ TEST(ScanCommand, StoppedScanLeavesNoSpool)
     for (int i = 0; i < 200; ++i)
         mails.write("m" + std::to_string(i) + ".eml", "From: a@b.test\nSubject: s\n\n" + body);
     const std::string script =
-        "TMPDIR=" + ovctl_shell_quote(tmp.dir()) + " " + ovctl_shell_quote(OV_OVCTL_PATH) + " scan --root " +
-        ovctl_shell_quote(install.root()) + " " + ovctl_shell_quote(mails.dir()) +
+        "TMPDIR=" + ovctl_shell_quote(tmp.dir()) + " " + ovctl_shell_quote(OV_OVCTL_PATH) +
+        " scan --root " + ovctl_shell_quote(install.root()) + " " + ovctl_shell_quote(mails.dir()) +
         " >/dev/null 2>&1 & pid=$!; while [ -z \"$(ls -A " + ovctl_shell_quote(tmp.dir()) +
         ")\" ] && kill -0 $pid 2>/dev/null; do sleep 0.01; done; kill -TERM $pid; wait $pid";
     const int status = std::system(script.c_str());
