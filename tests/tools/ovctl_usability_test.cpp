@@ -6,7 +6,7 @@
 namespace
 {
 
-TEST(OvctlHelpTest, EveryCommandExplainsItself)
+TEST(OvctlHelpTest, EveryCommandExplainsItselfAndTheVersionNamesBoth)
 {
     OvctlRun list = run_ovctl({"--help"}, false);
     ASSERT_EQ(list.status, 0);
@@ -31,10 +31,8 @@ TEST(OvctlHelpTest, EveryCommandExplainsItself)
         }
     }
     EXPECT_EQ(run_ovctl({"help", "nonsense"}).status, 2);
-}
 
-TEST(OvctlHelpTest, VersionNamesBothVersions)
-{
+    // The version names both versions.
     OvctlRun run = run_ovctl({"version"});
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.output.rfind("ovctl ", 0), 0u) << run.output;

@@ -18,7 +18,7 @@ const char kPolicyCopy[] =
     "Return-Path: <carol@example.com>\nTo: Dave <dave@partner.example>\nCc: erin@example.com\n"
     "Subject: =?ISO-2022-JP?B?GyRCPFIzMEhrGyhC?=\n\nsecret\n";
 const char kAttachmentCopy[] = "From: frank@partner.example\nTo: bob@example.com\n"
-                               "Subject: Quarterly\n report\n\nreport\n";
+                               "Subject: Quarterly\n =?utf-8?Q?report=0D=0A?=\n\nreport\n";
 
 class QuarantineCommand : public ::testing::Test
 {
@@ -97,7 +97,7 @@ TEST_F(QuarantineCommand, ListsEachCopyWithItsEnvelope)
     size_t at = 0;
     for (const std::string part :
          {"AF77_3.tmp\t", "\t(attachment removal)\tfrank@partner.example\tbob@example.com\t",
-          "\tQuarterly report\n", "AF77_1.tmp\t",
+          "\tQuarterly report  \n", "AF77_1.tmp\t",
           "\tBig mails\tann@example.net\tbob@example.com,hidden-bcc@example.com\t",
           "\tFull data export\n", "AF77_2.tmp\t",
           "\tConfidential\tcarol@example.com\tdave@partner.example,erin@example.com\t",
