@@ -1,30 +1,28 @@
-// Mails whose MIME parameters hide an executable from a careless reader, run
-// through ovctl scan on a test installation (the special filter takes
-// *.exe): every executable a mail client would show is replaced, the
-// delivered mail keeps its other parts, ovctl mime lists what the client
-// sees, and with "AmbiguousMime=Quarantine" a mail that reads two ways is
-// held as the rule "Ambiguous MIME".
-#include <dirent.h>
+// Mails judged through ovctl scan on a test installation (the special filter
+// takes *.exe). Mails whose MIME parameters hide an executable from a
+// careless reader: every executable a mail client would show is replaced,
+// the delivered mail keeps its other parts, ovctl mime lists what the
+// client sees, and with "AmbiguousMime=Quarantine" a mail that reads two
+// ways is held as the rule "Ambiguous MIME". Japanese keywords cut by an
+// encoded line's end are found.
 #include <sys/stat.h>
 
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
-#include "support/base_temp_dir.h"
 #include "support/mail_client_shapes.h"
+#include "support/mail_japanese_text.h"
 #include "support/plugin_host_fixture.h"
 #include "support/plugin_installation.h"
-#include "support/tools_ovctl.h"
+#include "support/plugin_mail_corpus.h"
+#include "tools/ovctl_cases.h"
 
-namespace {
+namespace
+{
 
 const char kExeBody[] = "TVqQAAMAAAAEAAAA";
 
 bool EndsWith(const std::string &text, const std::string &end)
 {
-    return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
+    return text.size() >= end.size() &&
+           text.compare(text.size() - end.size(), end.size(), end) == 0;
 }
 
 int ExeCount(const MailClientShape &shape)
@@ -35,22 +33,9 @@ int ExeCount(const MailClientShape &shape)
     return count;
 }
 
-// The one data file ovctl scan left in a spool directory.
-std::string DeliveredFile(const std::string &spool)
-{
-    std::string found;
-    if (DIR *dir = opendir(spool.c_str())) {
-        while (dirent *entry = readdir(dir))
-            if (std::string(entry->d_name).compare(0, 2, "DF") == 0)
-                found = spool + "/" + entry->d_name;
-        closedir(dir);
-    }
-    return found;
-}
-
 struct Scanned {
-    std::string verdict;     // "<result>\t<action>\t<name>" of the mail's line
-    std::string delivered;   // the data file as the gateway would send it on
+    std::string verdict;   // "<result>\t<action>\t<name>\t<faults>" of the mail's line
+    std::string delivered; // the data file as the gateway would send it on
     std::string deliveredPath;
 };
 
@@ -66,100 +51,67 @@ Scanned Scan(const PluginInstallation &install, BaseTempDir &tmp, const std::str
     EXPECT_EQ(run.status, 0) << run.output;
     Scanned scanned;
     if (run.output.compare(0, path.size() + 1, path + "\t") == 0)
-        scanned.verdict = run.output.substr(path.size() + 1, run.output.find('\n') - path.size() - 1);
-    // The last column names the faults; none of these mails has one.
-    const size_t faults = scanned.verdict.rfind('\t');
-    if (faults != std::string::npos) {
-        EXPECT_EQ(scanned.verdict.substr(faults + 1), "-") << run.output;
-        scanned.verdict.resize(faults);
-    }
-    scanned.deliveredPath = DeliveredFile(spool);
+        scanned.verdict =
+            run.output.substr(path.size() + 1, run.output.find('\n') - path.size() - 1);
+    EXPECT_TRUE(EndsWith(scanned.verdict, "\t-")) << run.output; // none of these mails has a fault
+    for (const std::string &file : directory_names(spool))
+        if (file.compare(0, 2, "DF") == 0)
+            scanned.deliveredPath = spool + "/" + file;
     scanned.delivered = PluginReadFile(scanned.deliveredPath);
     return scanned;
 }
 
-TEST(ClientShapesOvctl, EveryExecutableAClientShowsIsReplaced)
+TEST(ClientShapesOvctl, EveryExecutableIsReplacedAndAmbiguousMailHeldWhenSoConfigured)
 {
-    PluginInstallation install;   // AmbiguousMime stays at its default, Pass
-    BaseTempDir tmp;
-    int n = 0;
-    for (const MailClientShape &shape : MailClientShapes()) {
-        SCOPED_TRACE(shape.label);
-        Scanned scanned = Scan(install, tmp, "shape" + std::to_string(n++), shape.mail);
-        const int exes = ExeCount(shape);
-        if (exes == 0) {
-            EXPECT_EQ(scanned.verdict, "pass\tnone\t");
-            continue;
-        }
-        EXPECT_EQ(scanned.verdict.compare(0, 14, "pass\treplaced\t"), 0) << scanned.verdict;
-        EXPECT_TRUE(EndsWith(scanned.verdict, ".exe")) << scanned.verdict;
-        EXPECT_EQ(PluginCount(scanned.delivered, "[Filename: "), exes);
-        EXPECT_EQ(scanned.delivered.find(kExeBody), std::string::npos);
-        // What is left is what the client saw, less the executables.
-        OvctlRun mime = run_ovctl({"mime", scanned.deliveredPath}, false);
-        EXPECT_EQ(mime.output.find(".exe\t"), std::string::npos) << mime.output;
-    }
-}
-
-TEST(ClientShapesOvctl, MimeListsWhatAClientSees)
-{
-    BaseTempDir tmp;
-    int n = 0;
-    for (const MailClientShape &shape : MailClientShapes()) {
-        SCOPED_TRACE(shape.label);
-        OvctlRun mime = run_ovctl({"mime", tmp.write("m" + std::to_string(n++), shape.mail)}, false);
-        std::string expected;
-        for (const auto &attachment : shape.attachments)
-            expected += attachment.first + "\t" + attachment.second + "\t";
-        std::string listed;
-        for (const std::string &line : PluginLines(mime.output)) {
-            size_t first = line.find('\t');
-            if (line.compare(0, 10, "ambiguous\t") == 0 || first == std::string::npos)
-                continue;
-            size_t third = line.find('\t', line.find('\t', first + 1) + 1);
-            listed += line.substr(first + 1, third - first);
-        }
-        EXPECT_EQ(listed, expected);
-        EXPECT_EQ(mime.output.find("ambiguous\t") != std::string::npos, shape.ambiguity != 0);
-    }
-}
-
-TEST(ClientShapesOvctl, AmbiguousMailIsQuarantinedWhenSoConfigured)
-{
-    PluginInstallation install;
-    install.ini.Set("Advanced Options", "AmbiguousMime", "Quarantine")
+    PluginInstallation passing; // AmbiguousMime stays at its default, Pass
+    PluginInstallation holding;
+    holding.ini.Set("Advanced Options", "AmbiguousMime", "Quarantine")
         .Set("Anti-Spam", "WarningAdmin", "yes")
         .Set("Anti-Spam", "Admin", "postmaster@corp.example")
         .Set("Anti-Spam", "MessageAdmin", "A mail was held.");
-    install.WriteIni();
+    holding.WriteIni();
     BaseTempDir tmp;
     int n = 0, held = 0;
     for (const MailClientShape &shape : MailClientShapes()) {
         SCOPED_TRACE(shape.label);
-        const std::string name = "q" + std::to_string(n++);
-        Scanned scanned = Scan(install, tmp, name, shape.mail);
-        if (shape.ambiguity == 0) {
+        const std::string name = "shape" + std::to_string(n++);
+        OvctlRun mime = run_ovctl({"mime", tmp.write(name + ".eml", shape.mail)}, false);
+        EXPECT_EQ(mime.output.find("ambiguous\t") != std::string::npos, shape.ambiguity != 0);
+
+        Scanned scanned = Scan(holding, tmp, "held-" + name, shape.mail);
+        if (shape.ambiguity != 0) {
+            ++held;
+            EXPECT_EQ(scanned.verdict, "blocked\tquarantined\tAmbiguous MIME\t-");
+            EXPECT_NE(PluginReadFile(tmp.path("held-" + name + "-outbox/notification-1.eml"))
+                          .find("Policy: Ambiguous MIME"),
+                      std::string::npos);
+        } else {
             EXPECT_EQ(scanned.verdict.compare(0, 5, "pass\t"), 0) << scanned.verdict;
+        }
+
+        scanned = Scan(passing, tmp, name, shape.mail);
+        const int exes = ExeCount(shape);
+        if (exes == 0) {
+            EXPECT_EQ(scanned.verdict, "pass\tnone\t\t-");
             continue;
         }
-        ++held;
-        EXPECT_EQ(scanned.verdict, "blocked\tquarantined\tAmbiguous MIME");
-        EXPECT_NE(PluginReadFile(tmp.path(name + "-outbox/notification-1.eml")).find("Policy: Ambiguous MIME"),
-                  std::string::npos);
+        EXPECT_EQ(scanned.verdict.compare(0, 14, "pass\treplaced\t"), 0) << scanned.verdict;
+        EXPECT_TRUE(EndsWith(scanned.verdict, ".exe\t-")) << scanned.verdict;
+        EXPECT_EQ(PluginCount(scanned.delivered, "[Filename: "), exes);
+        EXPECT_EQ(scanned.delivered.find(kExeBody), std::string::npos);
+        // What is left is what the client saw, less the executables.
+        mime = run_ovctl({"mime", scanned.deliveredPath}, false);
+        EXPECT_EQ(mime.output.find(".exe\t"), std::string::npos) << mime.output;
     }
-    // Each copy has the envelope record ovctl wrote beside it.
-    int copies = 0, records = 0;
-    for (const std::string &file : install.Files("Quarantine/Anti-Spam/Ambiguous MIME"))
+    // Each held copy has the envelope record ovctl wrote beside it, and its event.
+    int copies = 0, records = 0, logged = 0;
+    for (const std::string &file : holding.Files("Quarantine/Anti-Spam/Ambiguous MIME"))
         ++(EndsWith(file, ".json") ? records : copies);
+    for (const PluginEvent &event : PluginEvents(holding.EventLog()))
+        logged += event.text == "CONTENT MANAGEMENT: Anti-Spam filter has blocked a junk mail." &&
+                  event.record.find("\\Quarantine\\Ambiguous MIME\\") != std::string::npos;
     EXPECT_EQ(copies, held);
     EXPECT_EQ(records, held);
-    std::vector<PluginEvent> events = PluginEvents(install.EventLog());
-    int logged = 0;
-    for (const PluginEvent &event : events)
-        logged += event.text == "CONTENT MANAGEMENT: Anti-Spam filter has blocked a junk mail." &&
-                          event.record.find("\\Quarantine\\Ambiguous MIME\\") != std::string::npos
-                      ? 1
-                      : 0;
     EXPECT_EQ(logged, held);
 }
 
@@ -176,7 +128,7 @@ TEST(ClientShapesOvctl, NestedPicksNeverOverlap)
                                             "outer tail\n--b\nContent-Type: text/plain\n\n"
                                             "keep me too\n--b--\n");
     Scanned scanned = Scan(install, tmp, "nested", mail);
-    EXPECT_EQ(scanned.verdict, "pass\treplaced\touter.exe");
+    EXPECT_EQ(scanned.verdict, "pass\treplaced\touter.exe\t-");
     EXPECT_EQ(PluginCount(scanned.delivered, "[Filename: "), 1);
     for (const char *gone : {"outer head", "inner.exe", "outer tail"})
         EXPECT_EQ(scanned.delivered.find(gone), std::string::npos) << gone;
@@ -195,10 +147,10 @@ TEST(ClientShapesOvctl, NamesNeverLeaveTheirLine)
     BaseTempDir tmp;
     const std::string injected = "=?utf-8?Q?x=0D=0A--b=0D=0AContent-Type:_text/html=0D=0A=0D=0A"
                                  "<b>forged</b>=0D=0A.exe?=";
-    const std::string mail = MailClientHead("Content-Type: multipart/mixed; boundary=b\n\n--b\n") +
-                             MailClientExePart("Content-Type: application/octet-stream; name=\"" +
-                                               injected + "\"\n") +
-                             "--b--\n";
+    const std::string mail =
+        MailClientHead("Content-Type: multipart/mixed; boundary=b\n\n--b\n") +
+        MailClientExePart("Content-Type: application/octet-stream; name=\"" + injected + "\"\n") +
+        "--b--\n";
     Scanned scanned = Scan(install, tmp, "inject", mail);
     EXPECT_EQ(scanned.verdict.compare(0, 14, "pass\treplaced\t"), 0) << scanned.verdict;
     const std::string notification = PluginReadFile(tmp.path("inject-outbox/notification-1.eml"));
@@ -214,6 +166,48 @@ TEST(ClientShapesOvctl, NamesNeverLeaveTheirLine)
         << notification;
     OvctlRun mime = run_ovctl({"mime", scanned.deliveredPath}, false);
     EXPECT_EQ(mime.output.find("text/html"), std::string::npos) << mime.output;
+}
+
+// A body of two encoded lines cut after the first `cut` bytes of `line`.
+std::string CutBody(const std::string &encoding, const std::string &line, size_t cut)
+{
+    if (encoding == "base64")
+        return Base64Line(line.substr(0, cut)) + "\r\n" + Base64Line(line.substr(cut)) + "\r\n";
+    return QpLines(line.substr(0, cut)) + "=\r\n" + QpLines(line.substr(cut));
+}
+
+TEST(JapaneseKeywordScan, KeywordCutByTheLineEndIsFound)
+{
+    const std::string text = u8"see attached 会議 notes\r\n";
+    const size_t before = std::string("see attached ").size();
+    struct Row {
+        const char *iconvName;
+        const char *charset;
+        size_t cut; // bytes of the converted line on the first encoded line
+    } rows[] = {
+        {"ISO-2022-JP", "iso-2022-jp", before + 1}, // after ESC
+        {"ISO-2022-JP", "iso-2022-jp", before + 2}, // after ESC "$"
+        {"SHIFT_JIS", "shift_jis", before + 1},     // after the lead byte
+        {"EUC-JP", "euc-jp", before + 1},
+    };
+    PluginInstallation install; // policy "Japanese": 会議, archived
+    BaseTempDir mails;
+    std::vector<std::string> words = {"scan", "--root", install.root()};
+    std::string expected;
+    int n = 0;
+    for (const Row &row : rows) {
+        std::string line = PluginConvert(text, row.iconvName);
+        for (const char *encoding : {"base64", "quoted-printable"}) {
+            std::string path =
+                mails.write("mail" + std::to_string(++n) + ".eml",
+                            JapaneseMail(row.charset, encoding, CutBody(encoding, line, row.cut)));
+            words.push_back(path);
+            expected += path + "\tblocked\tarchived\tJapanese\t-\n";
+        }
+    }
+    OvctlRun run = run_ovctl(words, false);
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.output, expected);
 }
 
 } // namespace

@@ -1,47 +1,54 @@
-// The envelope record beside a quarantine copy: JSON quoting, the record's
-// round trip, what the reader refuses, the atomic write, and ovctl scan's
-// helper that writes records for the copies the plug-in reported.
-#include <dirent.h>
+// The envelope record beside a quarantine copy and the JSON text it is
+// written in: quoting, the record's exact format and round trip, what the
+// reader refuses, the atomic write, ovctl scan's helper that writes records
+// for the copies the plug-in reported, and the spool ids named after inputs.
 #include <cstdio>
-#include <gtest/gtest.h>
 
-#include "support/base_temp_dir.h"
 #include "tools/hostkit/copy_record.h"
 #include "tools/hostkit/json_text.h"
 #include "tools/hostkit/spool_id.h"
 #include "tools/ovctl/scan_copy_records.h"
+#include "tools/ovctl_cases.h"
 
-namespace {
-
-struct QuoteCase {
-    const char *name;
-    std::string text;
-    std::string quoted;
-};
-
-TEST(JsonQuote, KeepsUtf8AndEscapesEverythingElse)
+namespace
 {
-    const QuoteCase cases[] = {
-        {"plain", "a@b.example", "\"a@b.example\""},
-        {"quote and backslash", "say \"x\\y\"", "\"say \\\"x\\\\y\\\"\""},
-        {"line breaks and tab", "a\r\nb\tc", "\"a\\r\\nb\\tc\""},
-        {"other control", std::string("a\x01\x7f", 3), "\"a\\u0001\\u007f\""},
-        {"NUL", std::string("a\0b", 3), "\"a\\u0000b\""},
-        {"UTF-8 kept", "\xE7\xA4\xBE\xE5\xA4\x96 \xF0\x9F\x93\xA7", "\"\xE7\xA4\xBE\xE5\xA4\x96 \xF0\x9F\x93\xA7\""},
-        {"Latin-1 byte", "caf\xE9", "\"caf\\u00e9\""},
-        {"cut sequence", "\xE7\xA4", "\"\\u00e7\\u00a4\""},
-        {"overlong slash", "\xC0\xAF", "\"\\u00c0\\u00af\""},
-        {"encoded surrogate", "\xED\xA0\x80", "\"\\u00ed\\u00a0\\u0080\""},
-        {"above U+10FFFF", "\xF4\x90\x80\x80", "\"\\u00f4\\u0090\\u0080\\u0080\""},
+
+TEST(JsonText, KeepsUtf8ConvertsTheHostCodeAndEscapesEverythingElse)
+{
+    const struct {
+        std::string text;
+        const char *code;
+        std::string json;
+    } rows[] = {
+        {"a@b.example", "UTF-8", "\"a@b.example\""},
+        {"say \"x\\y\"", "UTF-8", "\"say \\\"x\\\\y\\\"\""},
+        {"a\r\nb\tc\x07", "UTF-8", "\"a\\r\\nb\\tc\\u0007\""},
+        {std::string("a\x01\x7f\0b", 5), "UTF-8", "\"a\\u0001\\u007f\\u0000b\""},
+        {"\xE7\xA4\xBE \xF0\x9F\x93\xA7", "UTF-8", "\"\xE7\xA4\xBE \xF0\x9F\x93\xA7\""},
+        {"caf\xE9", "UTF-8", "\"caf\\u00e9\""},                            // a Latin-1 byte
+        {"\xE7\xA4", "UTF-8", "\"\\u00e7\\u00a4\""},                       // cut short
+        {"\xC0\xAF", "UTF-8", "\"\\u00c0\\u00af\""},                       // overlong "/"
+        {"\xED\xA0\x80", "UTF-8", "\"\\u00ed\\u00a0\\u0080\""},            // a surrogate
+        {"\xF4\x90\x80\x80", "UTF-8", "\"\\u00f4\\u0090\\u0080\\u0080\""}, // above U+10FFFF
+        {"\xc6\xfc\xcb\xdc", "EUC-JP", "\"\xe6\x97\xa5\xe6\x9c\xac\""},
+        {"a\xff"
+         "b",
+         "EUC-JP", "\"a\\u00ffb\""},
+        {"\x93\xfa", "SHIFT_JIS", "\"\xe6\x97\xa5\""},
     };
-    for (const QuoteCase &c : cases)
-        EXPECT_EQ(json_quote(c.text), c.quoted) << c.name;
-}
-
-TEST(JsonQuote, ValidUtf8ReplacesBadBytes)
-{
-    EXPECT_EQ(valid_utf8("caf\xE9!"), "caf\xEF\xBF\xBD!");
-    EXPECT_EQ(valid_utf8("\xE7\xA4\xBE"), "\xE7\xA4\xBE");
+    for (const auto &row : rows)
+        EXPECT_EQ(json_string(row.text, row.code), row.json) << row.text;
+    EXPECT_EQ(valid_utf8("caf\xE9!\xE7\xA4\xBE"), "caf\xEF\xBF\xBD!\xE7\xA4\xBE");
+    const std::pair<const char *, const char *> hosts[] = {
+        {"ja_JP.eucJP", "EUC-JP"},
+        {"ja_JP.sjis", "SHIFT_JIS"},
+        {"zh_CN.GB2312", "GB2312"},
+        {"zh_TW.Big5", "BIG5"},
+        {"C", "UTF-8"},
+        {"", "UTF-8"},
+    };
+    for (const auto &host : hosts)
+        EXPECT_STREQ(host_code_name(host.first), host.second) << host.first;
 }
 
 CopyRecord sample_record()
@@ -50,7 +57,7 @@ CopyRecord sample_record()
     record.id = "4Xc9Lq1ZbKz";
     record.host = "ovmilter";
     record.sender = "ann \"the\" sender\\@example.net";
-    record.recipients = {"bob@example.com", "hidden-bcc@example.com", "\xE7\xA4\xBE@example.jp"};
+    record.recipients = {"bob@example.com", "\xE7\xA4\xBE@example.jp"};
     record.client = "2001:db8::7";
     record.time = 1795000000;
     record.verdict = "blocked";
@@ -59,33 +66,30 @@ CopyRecord sample_record()
     return record;
 }
 
-void expect_same(const CopyRecord &a, const CopyRecord &b)
-{
-    EXPECT_EQ(a.id, b.id);
-    EXPECT_EQ(a.host, b.host);
-    EXPECT_EQ(a.sender, b.sender);
-    EXPECT_EQ(a.recipients, b.recipients);
-    EXPECT_EQ(a.client, b.client);
-    EXPECT_EQ(a.time, b.time);
-    EXPECT_EQ(a.verdict, b.verdict);
-    EXPECT_EQ(a.action, b.action);
-    EXPECT_EQ(a.trigger, b.trigger);
-    EXPECT_EQ(a.released, b.released);
-    EXPECT_EQ(a.releasedTo, b.releasedTo);
-}
+const char kSampleText[] =
+    "{\n  \"format\": 1,\n  \"id\": \"4Xc9Lq1ZbKz\",\n  \"host\": \"ovmilter\",\n"
+    "  \"sender\": \"ann \\\"the\\\" sender\\\\@example.net\",\n"
+    "  \"recipients\": [\"bob@example.com\", \"\xE7\xA4\xBE@example.jp\"],\n"
+    "  \"client\": \"2001:db8::7\",\n  \"time\": \"2026-11-18T11:06:40Z\",\n"
+    "  \"verdict\": \"blocked\",\n  \"action\": \"quarantined\",\n";
+const char kSampleTrigger[] = "  \"trigger\": \"Big mails\\nsecond line\"\n}\n";
 
-TEST(CopyRecord, RoundTripsWithAndWithoutRelease)
+TEST(CopyRecord, ExactFormatAndRoundTripWithAndWithoutRelease)
 {
     CopyRecord record = sample_record();
+    const std::string release = "  \"released\": \"2026-11-19T11:06:40Z\",\n"
+                                "  \"released_to\": [\"bob@example.com\"],\n";
     for (bool released : {false, true}) {
         if (released) {
             record.released = 1795086400;
             record.releasedTo = {"bob@example.com"};
         }
+        const std::string text = format_copy_record(record);
+        EXPECT_EQ(text, kSampleText + (released ? release : "") + kSampleTrigger);
         CopyRecord read;
         std::string error;
-        ASSERT_TRUE(parse_copy_record(format_copy_record(record), &read, &error)) << error;
-        expect_same(read, record);
+        ASSERT_TRUE(parse_copy_record(text, &read, &error)) << error;
+        EXPECT_EQ(format_copy_record(read), text);
     }
 }
 
@@ -100,83 +104,57 @@ TEST(CopyRecord, ReaderIgnoresUnknownMembersAndTakesEscapes)
     EXPECT_TRUE(read.recipients.empty());
 }
 
-TEST(CopyRecord, ReaderRefusesWhatIsNotARecord)
+TEST(CopyRecord, ReaderRefusesWhatIsNotARecordAndEveryCutOfOne)
 {
     const std::string time = R"("time": "2026-11-25T11:10:57Z")";
-    const struct {
-        const char *name;
-        std::string text;
-    } cases[] = {
-        {"empty", ""},
-        {"array", "[]"},
-        {"no format", "{" + time + "}"},
-        {"other format", R"({"format": 2, )" + time + "}"},
-        {"no time", R"({"format": 1})"},
-        {"local time", R"({"format": 1, "time": "2026-11-25 11:10:57"})"},
-        {"no such day", R"({"format": 1, "time": "2026-11-31T11:10:57Z"})"},
-        {"short year", R"({"format": 1, "time": "0271-11-25T11:10:57Z"})"},
-        {"bad release time", R"({"format": 1, )" + time + R"(, "released": "soon"})"},
-        {"nested object", R"({"format": 1, )" + time + R"(, "x": {}})"},
-        {"number in a list", R"({"format": 1, )" + time + R"(, "recipients": [1]})"},
-        {"duplicate key", R"({"format": 1, "format": 1, )" + time + "}"},
-        {"text after", R"({"format": 1, )" + time + "} x"},
-        {"raw line break", "{\"format\": 1, \"id\": \"a\nb\", " + time + "}"},
-        {"lone surrogate", R"({"format": 1, "id": "\ud800", )" + time + "}"},
-        {"not UTF-8", "{\"format\": 1, \"id\": \"caf\xE9\", " + time + "}"},
-        {"bad escape", R"({"format": 1, "id": "\q", )" + time + "}"},
-        {"short \\u", R"({"format": 1, "id": "\u12", )" + time + "}"},
-        {"missing comma", R"({"format": 1 )" + time + "}"},
+    std::vector<std::string> texts = {
+        "",
+        "[]",
+        "{" + time + "}",
+        R"({"format": 2, )" + time + "}",
+        R"({"format": 1})",                                 // no time
+        R"({"format": 1, "time": "2026-11-25 11:10:57"})",  // local time
+        R"({"format": 1, "time": "2026-11-31T11:10:57Z"})", // no such day
+        R"({"format": 1, "time": "0271-11-25T11:10:57Z"})", // short year
+        R"({"format": 1, )" + time + R"(, "released": "soon"})",
+        R"({"format": 1, )" + time + R"(, "x": {}})", // nested object
+        R"({"format": 1, )" + time + R"(, "recipients": [1]})",
+        R"({"format": 1, "format": 1, )" + time + "}",        // duplicate key
+        R"({"format": 1, )" + time + "} x",                   // text after
+        "{\"format\": 1, \"id\": \"a\nb\", " + time + "}",    // raw line break
+        R"({"format": 1, "id": "\ud800", )" + time + "}",     // lone surrogate
+        "{\"format\": 1, \"id\": \"caf\xE9\", " + time + "}", // not UTF-8
+        R"({"format": 1, "id": "\q", )" + time + "}",
+        R"({"format": 1, "id": "\u12", )" + time + "}",
+        R"({"format": 1 )" + time + "}", // missing comma
     };
-    for (const auto &c : cases) {
+    // Up to the closing brace every prefix of a record is incomplete.
+    const std::string whole = format_copy_record(sample_record());
+    for (size_t cut = 0; cut <= whole.rfind('}'); ++cut)
+        texts.push_back(whole.substr(0, cut));
+    for (const std::string &text : texts) {
         CopyRecord read;
         std::string error;
-        EXPECT_FALSE(parse_copy_record(c.text, &read, &error)) << c.name;
-        EXPECT_FALSE(error.empty()) << c.name;
+        EXPECT_FALSE(parse_copy_record(text, &read, &error)) << text;
+        EXPECT_FALSE(error.empty()) << text;
     }
-}
-
-TEST(CopyRecord, EveryCutOfARecordIsRefused)
-{
-    const std::string text = format_copy_record(sample_record());
-    // Up to the closing brace every prefix is incomplete; after it only blanks follow.
-    const size_t closing = text.rfind('}');
-    for (size_t cut = 0; cut <= closing; ++cut) {
-        CopyRecord read;
-        std::string error;
-        EXPECT_FALSE(parse_copy_record(text.substr(0, cut), &read, &error)) << "cut at " << cut;
-    }
-}
-
-std::vector<std::string> names_in(const std::string &dir)
-{
-    std::vector<std::string> names;
-    DIR *handle = opendir(dir.c_str());
-    while (dirent *entry = handle ? readdir(handle) : nullptr) {
-        std::string name = entry->d_name;
-        if (name != "." && name != "..")
-            names.push_back(name);
-    }
-    if (handle)
-        closedir(handle);
-    std::sort(names.begin(), names.end());
-    return names;
 }
 
 TEST(CopyRecord, WritesBesideTheCopyAndReplacesWhole)
 {
     BaseTempDir dir;
     const std::string copy = dir.write("AF123_4.tmp", "Subject: x\r\n\r\nbody\r\n");
-    CopyRecord record = sample_record();
+    CopyRecord record = sample_record(), read;
     std::string error;
-    CopyRecord read;
     EXPECT_EQ(read_copy_record(copy, &read, &error), RecordRead::Missing);
     ASSERT_TRUE(write_copy_record(copy, record, &error)) << error;
     record.released = 1795086400;
     record.releasedTo = {"x@example.com"};
     ASSERT_TRUE(write_copy_record(copy, record, &error)) << error;
-    EXPECT_EQ(names_in(dir.dir()), (std::vector<std::string>{"AF123_4.tmp", "AF123_4.tmp.json"}));
+    EXPECT_EQ(directory_names(dir.dir()),
+              (std::vector<std::string>{"AF123_4.tmp", "AF123_4.tmp.json"}));
     ASSERT_EQ(read_copy_record(copy, &read, &error), RecordRead::Found) << error;
-    expect_same(read, record);
+    EXPECT_EQ(format_copy_record(read), format_copy_record(record));
     EXPECT_TRUE(is_copy_record_name("AF123_4.tmp.json"));
     EXPECT_TRUE(is_copy_record_name(".AF123_4.tmp.json.a1b2c3"));
     EXPECT_FALSE(is_copy_record_name("AF123_4.tmp"));
@@ -184,20 +162,12 @@ TEST(CopyRecord, WritesBesideTheCopyAndReplacesWhole)
     dir.write("AF123_4.tmp.json", "{\"format\": 1,");
     EXPECT_EQ(read_copy_record(copy, &read, &error), RecordRead::Broken);
     EXPECT_NE(error.find("AF123_4.tmp.json"), std::string::npos) << error;
-}
 
-TEST(CopyRecord, FailedWriteSaysWhyAndLeavesNothing)
-{
-    BaseTempDir dir;
-    std::string error;
-    EXPECT_FALSE(write_copy_record(dir.path("gone/AF1.tmp"), sample_record(), &error));
+    // A failed write says why and leaves nothing; no copy needs no record.
+    BaseTempDir empty;
+    EXPECT_FALSE(write_copy_record(empty.path("gone/AF1.tmp"), sample_record(), &error));
     EXPECT_NE(error.find("gone/AF1.tmp"), std::string::npos) << error;
-    EXPECT_TRUE(names_in(dir.dir()).empty());
-}
-
-TEST(CopyRecord, NoCopyNoRecord)
-{
-    std::string error;
+    EXPECT_TRUE(empty.empty());
     EXPECT_TRUE(record_mail_copy("", sample_record(), &error));
 }
 
@@ -235,10 +205,7 @@ TEST(CopyRecord, ScanWritesTheEnvelopeOfEachReportedCopy)
 
 TEST(SpoolId, FollowsTheNameAndStaysASafeFileName)
 {
-    const struct {
-        std::string name;
-        std::string id;
-    } cases[] = {
+    const std::pair<std::string, std::string> rows[] = {
         {"4Xc9Lq1ZbKz", "4Xc9Lq1ZbKz"},
         {"01-plain.eml", "01-plain.eml"},
         {"../in box/a.eml", "in_box_a.eml"},
@@ -250,12 +217,10 @@ TEST(SpoolId, FollowsTheNameAndStaysASafeFileName)
         {"x;rm -rf`y`", "x_rm_-rf_y_"},
         {std::string(70, 'q') + "Z", std::string(63, 'q') + "Z"},
     };
-    for (const auto &c : cases) {
-        std::string id = spool_id_from_name(c.name);
-        EXPECT_EQ(id, c.id) << c.name;
+    for (const auto &row : rows) {
+        const std::string id = spool_id_from_name(row.first);
+        EXPECT_EQ(id, row.second) << row.first;
         EXPECT_LE(id.size(), kSpoolIdMax);
-        EXPECT_EQ(id.find('/'), std::string::npos);
-        EXPECT_EQ(id.find(".."), std::string::npos);
     }
     EXPECT_EQ(spool_id_candidate("Q1", 1), "Q1");
     EXPECT_EQ(spool_id_candidate("Q1", 3), "Q1_3");

@@ -1,20 +1,17 @@
 // The administrator's guide (docs/) shows what the plug-in does: its example
 // installation loads clean, judges the example mails as the guide says, and
 // the files quoted in the pages are the files the tests load.
-#include <gtest/gtest.h>
-
 #include <set>
-#include <string>
 
 #include "contscan/content_scan.h"
 #include "contscan/policy.h"
 #include "rules/rule_line.h"
 #include "rules/rule_scan.h"
-#include "support/base_temp_dir.h"
-#include "support/tools_ovctl.h"
 #include "tools/hostkit/copy_record.h"
+#include "tools/ovctl_cases.h"
 
-namespace {
+namespace
+{
 
 const std::string kDocs = std::string(OV_SOURCE_DIR) + "/docs/";
 const std::string kOv = kDocs + "examples/gateway/Plug-Ins/OV/";
@@ -40,22 +37,14 @@ std::string replace_all(std::string text, const std::string &from, const std::st
 }
 
 // A copy of the guide's installation with its vendor file sealed.
-class GuideInstallation {
-public:
-    GuideInstallation()
+struct GuideInstallation : ExampleRoot {
+    GuideInstallation() : ExampleRoot("docs/examples/gateway")
     {
-        EXPECT_EQ(std::system(("cp -r '" + kDocs + "examples/gateway/.' '" + m_tmp.dir() + "'")
-                                  .c_str()),
-                  0);
         EXPECT_EQ(run_ovctl({"rules", "seal", kOv + "spamrule/vendor-rules.txt",
-                             m_tmp.path("Plug-Ins/OV/spamrule/Zelto$RF.1")})
+                             file("spamrule/Zelto$RF.1")})
                       .status,
                   0);
     }
-    std::string root() const { return m_tmp.dir(); }
-
-private:
-    BaseTempDir m_tmp;
 };
 
 TEST(DocsExamplesTest, InstallationLintsWithOnlyItsExampleAddresses)
@@ -96,7 +85,7 @@ TEST(DocsExamplesTest, QuotedFilesAreTheExampleFiles)
         std::string quoted = replace_all(fenced_block(row.page, row.after), "⇥", "\t");
         std::string file = replace_all(BaseTempDir::read(kOv + row.file), "\r\n", "\n");
         if (quoted.size() == file.size() + 1 && quoted.back() == '\n')
-            quoted.pop_back();   // a file without a last newline
+            quoted.pop_back(); // a file without a last newline
         EXPECT_EQ(quoted, file) << row.page << " quotes " << row.file;
     }
 }

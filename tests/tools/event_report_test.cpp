@@ -1,24 +1,20 @@
 // ovctl report: reading the event log's mail records back, counting them per
 // day, and the HTML page, which a real browser (headless Chromium, when
 // installed) must load and draw.
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <gtest/gtest.h>
-
-#include <cstdlib>
-
-#include "support/base_temp_dir.h"
-#include "support/tools_ovctl.h"
 #include "tools/hostkit/event_log_reader.h"
 #include "tools/ovctl/event_report.h"
 #include "tools/ovctl/report_html.h"
+#include "tools/ovctl_cases.h"
 
-namespace {
+namespace
+{
 
-const char kRuleEvent[] = "CONTENT_MANAGEMENT[42]: CONTENT MANAGEMENT: Anti-Spam filter has blocked a junk mail.";
-const char kPolicyEvent[] = "CONTENT_MANAGEMENT[42]: CONTENT MANAGEMENT: Content filter has blocked a sensitive mail.";
-const char kRemovalEvent[] = "CONTENT_MANAGEMENT[42]: CONTENT MANAGEMENT: An attachment file in the message has been removed by Content Management!";
+const char kRuleEvent[] =
+    "CONTENT_MANAGEMENT[42]: CONTENT MANAGEMENT: Anti-Spam filter has blocked a junk mail.";
+const char kPolicyEvent[] =
+    "CONTENT_MANAGEMENT[42]: CONTENT MANAGEMENT: Content filter has blocked a sensitive mail.";
+const char kRemovalEvent[] = "CONTENT_MANAGEMENT[42]: CONTENT MANAGEMENT: An attachment file in "
+                             "the message has been removed by Content Management!";
 
 // Two lines of the log for one mail on `day` ("11/25/2026").
 std::string logged(const std::string &day, const char *event, const std::string &record)
@@ -30,43 +26,43 @@ std::string day_log(const std::string &day)
 {
     return day + " 09:00:00 CONTENT_MANAGEMENT[42]: Daily Log, Version: 3.8_Linux_Build_1036\n" +
            logged(day, kRuleEvent, "Inbound\\Delete\\Known spammer\\a@x.example\\/s/DFIq1") +
-           logged(day, kRuleEvent, "Inbound\\Quarantine\\Rule\\with\\slash\\a@x.example\\/s/DFIq2") +
+           logged(day, kRuleEvent,
+                  "Inbound\\Quarantine\\Rule\\with\\slash\\a@x.example\\/s/DFIq2") +
            logged(day, kPolicyEvent, "Outbound\\Archive\\Confidential\\\\/s/DFOq3") +
            logged(day, kRemovalEvent,
-                  "Inbound\\Attachment Removal (Replaced with text)\\a.exe, b.scr\\c@x.example\\/s/DFIq4") +
+                  "Inbound\\Attachment Removal (Replaced with text)\\a.exe, "
+                  "b.scr\\c@x.example\\/s/DFIq4") +
            // Not counted: no event before it; not read: a broken stamp, too few fields.
            "EMAIL\\" + day + " 10:00:00\\Inbound\\Delete\\Stray\\d@x.example\\/s/DFIq5\n" +
            kRuleEvent + "\nEMAIL\\99/99/2026 10:00\\Inbound\\Delete\\Bad\\d@x.example\\/s/DFIq6\n" +
            kRuleEvent + "\nEMAIL\\" + day + " 10:00:00\\Inbound\\Delete\\d@x.example\n";
 }
 
+// Each read mail as "kind|date time|action|name|sender|data file".
+std::vector<std::string> mail_lines(const std::vector<LoggedMail> &mails)
+{
+    std::vector<std::string> lines;
+    for (const LoggedMail &m : mails)
+        lines.push_back(std::to_string(static_cast<int>(m.kind)) + "|" + m.date + " " + m.time +
+                        "|" + m.action + "|" + m.name + "|" + m.sender + "|" + m.dataFile);
+    return lines;
+}
+
 TEST(EventLog, ReadsTheMailRecordsAfterTheirEvents)
 {
-    std::vector<LoggedMail> mails = parse_event_log(day_log("11/25/2026"));
     // The record without an event before it is read as one of unknown kind.
-    ASSERT_EQ(mails.size(), 5u);
-    EXPECT_EQ(mails[4].kind, LoggedKind::Other);
-    EXPECT_EQ(mails[4].name, "Stray");
-    mails.pop_back();
-    const struct {
-        LoggedKind kind;
-        const char *action, *name, *sender, *dataFile;
-    } expected[] = {
-        {LoggedKind::Rule, "Delete", "Known spammer", "a@x.example", "/s/DFIq1"},
-        {LoggedKind::Rule, "Quarantine", "Rule\\with\\slash", "a@x.example", "/s/DFIq2"},
-        {LoggedKind::Policy, "Archive", "Confidential", "", "/s/DFOq3"},
-        {LoggedKind::Attachments, "Attachment Removal (Replaced with text)", "a.exe, b.scr",
-         "c@x.example", "/s/DFIq4"},
+    const auto kind = [](LoggedKind k) {
+        return std::to_string(static_cast<int>(k)) + "|2026-11-25 10:00:00|";
     };
-    for (size_t i = 0; i < mails.size(); ++i) {
-        EXPECT_EQ(mails[i].kind, expected[i].kind) << i;
-        EXPECT_EQ(mails[i].date, "2026-11-25") << i;
-        EXPECT_EQ(mails[i].time, "10:00:00") << i;
-        EXPECT_EQ(mails[i].action, expected[i].action) << i;
-        EXPECT_EQ(mails[i].name, expected[i].name) << i;
-        EXPECT_EQ(mails[i].sender, expected[i].sender) << i;
-        EXPECT_EQ(mails[i].dataFile, expected[i].dataFile) << i;
-    }
+    EXPECT_EQ(mail_lines(parse_event_log(day_log("11/25/2026"))),
+              (std::vector<std::string>{
+                  kind(LoggedKind::Rule) + "Delete|Known spammer|a@x.example|/s/DFIq1",
+                  kind(LoggedKind::Rule) + "Quarantine|Rule\\with\\slash|a@x.example|/s/DFIq2",
+                  kind(LoggedKind::Policy) + "Archive|Confidential||/s/DFOq3",
+                  kind(LoggedKind::Attachments) +
+                      "Attachment Removal (Replaced with text)|a.exe, b.scr|c@x.example|/s/DFIq4",
+                  kind(LoggedKind::Other) + "Delete|Stray|d@x.example|/s/DFIq5",
+              }));
 }
 
 TEST(EventLog, FileNamesGiveTheirDay)
@@ -99,8 +95,7 @@ TEST(EventReport, CountsPerDayAndInTotal)
 TEST(EventReport, ReadsTheDaysWithinTheDates)
 {
     BaseTempDir root;
-    mkdir(root.path("Plug-Ins").c_str(), 0755);
-    mkdir(root.path("Plug-Ins/OV").c_str(), 0755);
+    ASSERT_EQ(std::system(("mkdir -p " + ovctl_shell_quote(root.path("Plug-Ins/OV"))).c_str()), 0);
     for (const char *day : {"24", "25", "26"})
         root.write(std::string("Plug-Ins/OV/pwall.log.2026.11.") + day,
                    day_log(std::string("11/") + day + "/2026"));
@@ -109,10 +104,8 @@ TEST(EventReport, ReadsTheDaysWithinTheDates)
         size_t days;
         const char *first;
     } cases[] = {
-        {"", "", 3, "2026-11-24"},
-        {"2026-11-25", "", 2, "2026-11-25"},
-        {"", "2026-11-24", 1, "2026-11-24"},
-        {"2026-11-25", "2026-11-25", 1, "2026-11-25"},
+        {"", "", 3, "2026-11-24"},           {"2026-11-25", "", 2, "2026-11-25"},
+        {"", "2026-11-24", 1, "2026-11-24"}, {"2026-11-25", "2026-11-25", 1, "2026-11-25"},
         {"2026-12-01", "", 0, ""},
     };
     for (const auto &c : cases) {
@@ -127,11 +120,10 @@ TEST(EventReport, ReadsTheDaysWithinTheDates)
     }
     OvctlRun run = run_ovctl({"report", "--root", root.dir(), "--since", "2026-11-26", "--json"});
     ASSERT_EQ(run.status, 0) << run.output;
-    EXPECT_NE(run.output.find("{\"days\": [\n  {\"date\": \"2026-11-26\", \"blocked\": 3,"),
-              std::string::npos)
+    EXPECT_EQ(run.output.find("{\"days\": [\n  {\"date\": \"2026-11-26\", \"blocked\": 3,"), 0u)
         << run.output;
-    EXPECT_EQ(run_ovctl({"report", "--root", root.dir(), "--since", "25.11.2026"}).status, 2);
-    EXPECT_EQ(run_ovctl({"report", "--root", root.path("none")}).status, 1);
+    expect_ovctl_cases({{{"report", "--root", root.dir(), "--since", "25.11.2026"}, 2, ""},
+                        {{"report", "--root", root.path("none")}, 1, ""}});
 }
 
 EventReport hostile_report()
@@ -142,7 +134,10 @@ EventReport hostile_report()
         std::string stamp = "11/0" + std::to_string(day) + "/2026";
         for (int i = 0; i < day; ++i)
             log += logged(stamp, i % 2 ? kPolicyEvent : kRuleEvent,
-                          std::string("Inbound\\") + (i % 3 == 0 ? "Delete" : i % 3 == 1 ? "Quarantine" : "Archive") +
+                          std::string("Inbound\\") +
+                              (i % 3 == 0   ? "Delete"
+                               : i % 3 == 1 ? "Quarantine"
+                                            : "Archive") +
                               "\\<script>alert(1)</script> & \"r" + std::to_string(i % 4) +
                               "\xE9\"\\s" + std::to_string(i) + "@x.example\\/s/DF");
     }
@@ -153,59 +148,37 @@ EventReport hostile_report()
 TEST(ReportHtml, IsSelfContainedAndEscapesLogText)
 {
     const std::string page = report_html(hostile_report(), "2026-11-01", "");
-    EXPECT_EQ(page.find("<script"), std::string::npos);
-    EXPECT_EQ(page.find("src="), std::string::npos);
-    EXPECT_EQ(page.find("href="), std::string::npos);
-    EXPECT_EQ(page.find("url("), std::string::npos);
+    for (const char *outside : {"<script", "src=", "href=", "url("})
+        EXPECT_EQ(page.find(outside), std::string::npos) << outside;
     EXPECT_NE(page.find("&lt;script&gt;alert(1)&lt;/script&gt; &amp; &quot;r0\xEF\xBF\xBD&quot;"),
               std::string::npos);
     EXPECT_NE(page.find("id=\"blocked-per-day\""), std::string::npos);
     EXPECT_NE(page.find("id=\"top-triggers\""), std::string::npos);
 }
 
-// The first chromium on PATH, or "".
-std::string find_chromium()
-{
-    const char *path = std::getenv("PATH");
-    std::string dirs = path ? path : "/usr/bin:/bin";
-    size_t start = 0;
-    while (start <= dirs.size()) {
-        size_t end = dirs.find(':', start);
-        if (end == std::string::npos)
-            end = dirs.size();
-        std::string candidate = dirs.substr(start, end - start) + "/chromium";
-        if (access(candidate.c_str(), X_OK) == 0)
-            return candidate;
-        start = end + 1;
-    }
-    return "";
-}
-
 // Runs headless Chromium on the page with one more option (--dump-dom,
 // --screenshot=...); its standard output and its log go to files in `dir`.
-int run_chromium(const std::string &chromium, const BaseTempDir &dir, const std::string &page,
-                 const std::string &option)
+int run_chromium(const BaseTempDir &dir, const std::string &page, const std::string &option)
 {
     std::string command =
-        "timeout 120 " + ovctl_shell_quote(chromium) +
-        " --headless --no-sandbox --disable-gpu --disable-background-networking"
+        "timeout 120 chromium --headless --no-sandbox --disable-gpu --disable-background-networking"
         " --disable-component-update --disable-sync --no-first-run --enable-logging=stderr"
-        " --window-size=900,1200 --user-data-dir=" + ovctl_shell_quote(dir.path("profile")) +
-        " " + ovctl_shell_quote(option) + " " + ovctl_shell_quote("file://" + page) + " >" +
-        ovctl_shell_quote(dir.path("stdout")) + " 2>>" + ovctl_shell_quote(dir.path("log"));
+        " --window-size=900,1200 --user-data-dir=" +
+        ovctl_shell_quote(dir.path("profile")) + " " + ovctl_shell_quote(option) + " " +
+        ovctl_shell_quote("file://" + page) + " >" + ovctl_shell_quote(dir.path("stdout")) +
+        " 2>>" + ovctl_shell_quote(dir.path("log"));
     return std::system(command.c_str());
 }
 
 TEST(ReportHtml, LoadsAndDrawsInHeadlessChromium)
 {
-    const std::string chromium = find_chromium();
-    if (chromium.empty())
+    if (std::system("command -v chromium >/dev/null 2>&1") != 0)
         GTEST_SKIP() << "chromium is not installed (apt-get install chromium): page not rendered";
     BaseTempDir dir;
     const EventReport report = hostile_report();
     const std::string page = dir.write("report.html", report_html(report, "", ""));
 
-    ASSERT_EQ(run_chromium(chromium, dir, page, "--dump-dom"), 0) << BaseTempDir::read(dir.path("log"));
+    ASSERT_EQ(run_chromium(dir, page, "--dump-dom"), 0) << BaseTempDir::read(dir.path("log"));
     const std::string dom = BaseTempDir::read(dir.path("stdout"));
     EXPECT_NE(dom.find("<svg xmlns=\"http://www.w3.org/2000/svg\" id=\"blocked-per-day\""),
               std::string::npos)
@@ -223,7 +196,7 @@ TEST(ReportHtml, LoadsAndDrawsInHeadlessChromium)
 
     const char *kept = std::getenv("OV_REPORT_SCREENSHOT");
     const std::string shot = kept && *kept ? kept : dir.path("report.png");
-    ASSERT_EQ(run_chromium(chromium, dir, page, "--screenshot=" + shot), 0)
+    ASSERT_EQ(run_chromium(dir, page, "--screenshot=" + shot), 0)
         << BaseTempDir::read(dir.path("log"));
     const std::string png = BaseTempDir::read(shot);
     EXPECT_EQ(png.compare(0, 8, "\x89PNG\r\n\x1a\n"), 0) << "no screenshot at " << shot;

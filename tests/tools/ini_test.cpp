@@ -1,89 +1,53 @@
 // ovctl ini: get, set and delete on a generated settings file, read and
-// written exactly as the plug-in does.
-#include <dirent.h>
+// written exactly as the plug-in does; writers in parallel, and a full disk.
 #include <sys/stat.h>
 
-#include <cstdio>
-#include <algorithm>
-#include <cstdlib>
-#include <fstream>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
-#include "support/base_temp_dir.h"
 #include "support/small_tmpfs.h"
-#include "support/tools_ovctl.h"
+#include "tools/ovctl_cases.h"
 
-namespace {
+namespace
+{
 
 TEST(IniTest, GetSetDeleteAsThePluginReads)
 {
     BaseTempDir tmp;
-    std::string file = tmp.write("contscan.ini", "# settings\n[General]\nHostLanguage=Japanese\n"
-                                                 "key = spaced\n[Notify]\nAdmin=root\n");
-    const struct {
-        std::vector<std::string> words;
-        int status;
-        std::string output;
-    } rows[] = {
+    const std::string file =
+        tmp.write("contscan.ini", "# settings\n[General]\nHostLanguage=Japanese\n"
+                                  "key = spaced\n[Notify]\nAdmin=root\n");
+    const std::string missing = tmp.path("missing.ini");
+    expect_ovctl_cases({
         {{"ini", "get", file, "general", "HOSTLANGUAGE"}, 0, "Japanese\n"},
         {{"ini", "get", file, "general", "key"}, 0, "\n"},
         {{"ini", "get", file, "general", "key "}, 0, "spaced\n"},
         {{"ini", "get", file, "general", "absent", "dflt"}, 0, "dflt\n"},
-        {{"ini", "get", tmp.path("missing.ini"), "general", "x", "dflt"}, 0, "dflt\n"},
+        {{"ini", "get", missing, "general", "x", "dflt"}, 0, "dflt\n"},
         {{"ini", "set", file, "General", "DeleteTempFile", "yes"}, 0, ""},
         {{"ini", "get", file, "general", "deletetempfile"}, 0, "yes\n"},
         {{"ini", "delete", file, "general", "HostLanguage"}, 0, ""},
         {{"ini", "delete", file, "notify"}, 0, ""},
-    };
-    for (const auto &row : rows) {
-        OvctlRun run = run_ovctl(row.words);
-        EXPECT_EQ(row.status, run.status) << row.words[1] << " " << row.words.back();
-        EXPECT_EQ(row.output, run.output) << row.words[1] << " " << row.words.back();
-    }
+    });
     // Three rewrites: three empty lines on top, the section and key gone.
-    EXPECT_EQ("\n\n\n# settings\n[general]\nkey =spaced\ndeletetempfile=yes\n", BaseTempDir::read(file));
-}
+    EXPECT_EQ("\n\n\n# settings\n[general]\nkey =spaced\ndeletetempfile=yes\n",
+              BaseTempDir::read(file));
 
-TEST(IniTest, FailuresAndUsage)
-{
-    BaseTempDir tmp;
-    std::string missing = tmp.path("missing.ini");
-    OvctlRun set = run_ovctl({"ini", "set", missing, "s", "k", "v"});
-    EXPECT_EQ(1, set.status);
-    EXPECT_EQ(0u, set.output.rfind("ovctl: ", 0)) << set.output;
-    EXPECT_EQ(1, run_ovctl({"ini", "delete", missing, "s", "k"}).status);
-    EXPECT_EQ(1, run_ovctl({"ini", "delete", missing, "s"}).status);
-    EXPECT_FALSE(BaseTempDir::exists(missing));
-    std::string file = tmp.write("a.ini", "[s]\nk=v\n");
+    const std::string small = tmp.write("a.ini", "[s]\nk=v\n");
+    std::vector<OvctlCase> failures = {
+        {{"ini", "set", missing, "s", "k", "v"}, 1, "ovctl: "},
+        {{"ini", "delete", missing, "s", "k"}, 1, ""},
+        {{"ini", "delete", missing, "s"}, 1, ""},
+        {{"ini", "set", small, "s", "k", "ends\\"}, 1, ""},
+        {{"ini"}, 2, ""},
+        {{"ini", "get", missing, "s"}, 2, ""},
+        {{"ini", "set", missing, "s", "k"}, 2, ""},
+        {{"ini", "frob", missing}, 2, ""},
+    };
     for (const char *bad : {"a]b", "k=x", " lead", "tab\there"}) {
-        EXPECT_EQ(1, run_ovctl({"ini", "set", file, bad, "k", "v"}).status) << bad;
-        EXPECT_EQ(1, run_ovctl({"ini", "set", file, "s", bad, "v"}).status) << bad;
+        failures.push_back({{"ini", "set", small, bad, "k", "v"}, 1, ""});
+        failures.push_back({{"ini", "set", small, "s", bad, "v"}, 1, ""});
     }
-    EXPECT_EQ(1, run_ovctl({"ini", "set", file, "s", "k", "ends\\"}).status);
-    EXPECT_EQ("[s]\nk=v\n", BaseTempDir::read(file));
-    EXPECT_EQ(2, run_ovctl({"ini"}).status);
-    EXPECT_EQ(2, run_ovctl({"ini", "get", missing, "s"}).status);
-    EXPECT_EQ(2, run_ovctl({"ini", "set", missing, "s", "k"}).status);
-    EXPECT_EQ(2, run_ovctl({"ini", "frob", missing}).status);
-}
-
-// The names in a directory, sorted, without "." and "..".
-std::vector<std::string> DirectoryNames(const std::string &dir)
-{
-    std::vector<std::string> names;
-    if (DIR *handle = opendir(dir.c_str())) {
-        while (dirent *entry = readdir(handle)) {
-            const std::string name = entry->d_name;
-            if (name != "." && name != "..")
-                names.push_back(name);
-        }
-        closedir(handle);
-    }
-    std::sort(names.begin(), names.end());
-    return names;
+    expect_ovctl_cases(failures);
+    EXPECT_FALSE(BaseTempDir::exists(missing));
+    EXPECT_EQ("[s]\nk=v\n", BaseTempDir::read(small));
 }
 
 // Writers in parallel keep each other's keys; readers in between always
@@ -108,15 +72,14 @@ TEST(IniTest, ConcurrentWritersAndReaders)
     for (int j = 0; j < 30; ++j)
         expected += "1\n";
     EXPECT_EQ(expected, reads);
-    for (int i = 1; i <= 12; ++i) {
-        const std::string key = "k" + std::to_string(i);
-        EXPECT_EQ("v" + std::to_string(i) + "\n", run_ovctl({"ini", "get", file, "s", key}).output);
-    }
+    for (int i = 1; i <= 12; ++i)
+        EXPECT_EQ("v" + std::to_string(i) + "\n",
+                  run_ovctl({"ini", "get", file, "s", "k" + std::to_string(i)}).output);
     struct stat info;
     ASSERT_EQ(0, stat(file.c_str(), &info));
     EXPECT_EQ(0640u, info.st_mode & 07777);
     EXPECT_EQ((std::vector<std::string>{"contscan.ini", "contscan.ini.lock"}),
-              DirectoryNames(tmp.dir()));
+              directory_names(tmp.dir()));
 }
 
 TEST(IniTest, FullDiskLeavesTheFileAsItWas)
@@ -128,20 +91,19 @@ TEST(IniTest, FullDiskLeavesTheFileAsItWas)
     for (int i = 0; i < 200; ++i)
         text += "key" + std::to_string(i) + "=value\n";
     const std::string file = disk.dir() + "/contscan.ini";
-    { std::ofstream(file) << text; }
-    std::ofstream(file + ".lock");   // the lock file is there before the disk is full
-    disk.Fill();
-    for (const std::vector<std::string> &words :
-         {std::vector<std::string>{"ini", "set", file, "s", "new", "v"},
-          std::vector<std::string>{"ini", "delete", file, "s", "key1"},
-          std::vector<std::string>{"ini", "delete", file, "s"}}) {
-        OvctlRun run = run_ovctl(words);
-        EXPECT_EQ(1, run.status) << words[1];
-        EXPECT_EQ(0u, run.output.rfind("ovctl: ", 0)) << run.output;
+    {
+        std::ofstream(file) << text;
     }
+    std::ofstream(file + ".lock"); // the lock file is there before the disk is full
+    disk.Fill();
+    expect_ovctl_cases({
+        {{"ini", "set", file, "s", "new", "v"}, 1, "ovctl: "},
+        {{"ini", "delete", file, "s", "key1"}, 1, "ovctl: "},
+        {{"ini", "delete", file, "s"}, 1, "ovctl: "},
+    });
     EXPECT_TRUE(text == BaseTempDir::read(file));
     EXPECT_EQ((std::vector<std::string>{".filler", "contscan.ini", "contscan.ini.lock"}),
-              DirectoryNames(disk.dir()));
+              directory_names(disk.dir()));
 }
 
 } // namespace

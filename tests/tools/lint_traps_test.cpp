@@ -1,15 +1,12 @@
-// ovctl lint on the settings that load without complaint but lose mail: each
-// row writes one file of a small, otherwise clean installation and names the
-// finding lint must print (or none).
-#include <gtest/gtest.h>
-
+// ovctl lint on what the plug-in would drop or refuse, and on the settings
+// that load without complaint but lose mail: each row writes one file of a
+// small, otherwise clean installation and names the finding lint must print
+// with its file and line (or none).
 #include <sys/stat.h>
 
 #include <cctype>
-#include <string>
 
-#include "support/base_temp_dir.h"
-#include "support/tools_ovctl.h"
+#include "tools/ovctl_cases.h"
 
 namespace
 {
@@ -68,6 +65,22 @@ const TrapRow kRows[] = {
     {"unknown action", "spamrule/spamrule.txt", "B\\C\\SIZE>1\\REJECT\n",
      "spamrule.txt:1: action \"REJECT\" is none of DEL, QUAR, ARCH", 1},
     {"no action", "spamrule/spamrule.txt", "B\\C\\SIZE>1\n", "spamrule.txt:1: No Action Error!", 1},
+    {"mail type", "spamrule/spamrule.txt", "Bad\\D\\SIZE>1\\DEL\n",
+     "spamrule.txt:1: Mail Type Error!", 1},
+    {"second bad line", "spamrule/spamrule.txt", "Bad\\D\\SIZE>1\\DEL\nB\\A\\SIZE>1\n",
+     "spamrule.txt:2: No Action Error!", 1},
+    {"special rule without name or type", "spamrule/SFRule.txt", "<MAIL TYPE>A</MAIL TYPE>\r\n",
+     "SFRule.txt:1: no <RULE NAME> or <MAIL TYPE>", 1},
+    {"settings line of no kind", "contscan.ini", std::string(kIni) + "; gone at the next write\n",
+     "contscan.ini:5: not a section, key, blank or \"#\" line: dropped", 1},
+    {"unclosed section", "contscan.ini", std::string(kIni) + "[broken\n",
+     "contscan.ini:5: not a section, key, blank or \"#\" line: dropped", 1},
+    {"blank before =", "contscan.ini", std::string(kIni) + "key = spaced\n",
+     "contscan.ini:5: blank before \"=\": the key is \"key \"", 1},
+    {"last line without newline", "contscan.ini", std::string(kIni) + "last",
+     "contscan.ini:5: the last line has no newline and is ignored", 1},
+    {"policy file without its marker", "CsConfig.dat", "CsConfig.dat\tshX\t",
+     "CsConfig.dat:1: does not begin with the marker", 1},
     {"size without number", "spamrule/spamrule.txt", "B\\C\\SIZE>\\QUAR\n",
      "spamrule.txt:1: term \"SIZE>\" has no number: it reads as SIZE>0", 1},
     {"size with ignored text", "spamrule/spamrule.txt", "B\\C\\SIZE>1 AND SUBJ=\"x\"\\QUAR\n",
@@ -145,16 +158,16 @@ INSTANTIATE_TEST_SUITE_P(Rows, LintTrapTest, ::testing::ValuesIn(kRows), row_nam
 TEST(LintTrapTest, StrictCountsWarnings)
 {
     Installation install;
-    install.write("contscan.ini", "[Content Filter]\nNotificationSender=gw@example.org\n"
-                                  "[Junk]\nAction=Delete\n");
+    install.write("contscan.ini",
+                  "[Content Filter]\nNotificationSender=gw@example.org\n[Junk]\nAction=Delete\n");
     EXPECT_EQ(run_ovctl({"lint", "--root", install.root()}).status, 0);
     EXPECT_EQ(run_ovctl({"lint", "--root", install.root(), "--strict"}).status, 1);
 }
 
-TEST(LintTrapTest, ExampleInstallationHasOnlyItsExampleAddresses)
+TEST(LintTrapTest, ExampleInstallationHasOnlyItsExampleAddressesUntilItsVendorFileBreaks)
 {
-    OvctlRun run =
-        run_ovctl({"lint", "--root", std::string(OV_SOURCE_DIR) + "/examples/gateway"}, false);
+    ExampleRoot install;
+    OvctlRun run = run_ovctl({"lint", "--root", install.root()}, false);
     EXPECT_EQ(run.status, 0) << run.output;
     size_t lines = 0, warnings = 0;
     for (size_t at = 0; (at = run.output.find('\n', at)) != std::string::npos; ++at)
@@ -163,6 +176,14 @@ TEST(LintTrapTest, ExampleInstallationHasOnlyItsExampleAddresses)
         ++warnings;
     EXPECT_EQ(lines, 3u) << run.output;
     EXPECT_EQ(warnings, 3u) << run.output;
+
+    const std::string vendor = install.file("spamrule/Zelto$RF.1");
+    install.write("spamrule/Zelto$RF.1", BaseTempDir::read(vendor) + "x");
+    run = run_ovctl({"lint", "--root", install.root()}, false);
+    EXPECT_EQ(run.status, 1);
+    EXPECT_NE(run.output.find(vendor + ": unreadable, or its CRC does not agree"),
+              std::string::npos)
+        << run.output;
 }
 
 } // namespace

@@ -1,84 +1,71 @@
 // ovctl tnef and ovctl mime on generated winmail.dat files and mails.
 #include <sys/stat.h>
 
-#include <cstdio>
-#include <cstdlib>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include "mail/transfer_codecs.h"
-#include "support/base_temp_dir.h"
 #include "support/mail_tnef_writer.h"
-#include "support/tools_ovctl.h"
+#include "tools/ovctl_cases.h"
 
-namespace {
+namespace
+{
 
 std::string Winmail()
 {
     TnefWriter tnef;
-    tnef.MessageHeader("s").File("a.txt", "first").File("../b.txt", "second").File("a.txt", "third");
+    tnef.MessageHeader("s")
+        .File("a.txt", "first")
+        .File("../b.txt", "second")
+        .File("a.txt", "third");
     return tnef.bytes();
 }
 
 TEST(MailOvctl, TnefListAndExtract)
 {
     BaseTempDir tmp;
-    std::string file = tmp.write("winmail.dat", Winmail());
-    OvctlRun list = run_ovctl({"tnef", "list", file}, false);
-    EXPECT_EQ(list.status, 0);
-    EXPECT_EQ(list.output, "a.txt\n../b.txt\na.txt\n");
-
-    std::string out = tmp.path("out");
+    const std::string file = tmp.write("winmail.dat", Winmail()), out = tmp.path("out");
     ASSERT_EQ(mkdir(out.c_str(), 0755), 0);
-    OvctlRun extract = run_ovctl({"tnef", "extract", file, out}, false);
-    EXPECT_EQ(extract.status, 0);
-    EXPECT_EQ(extract.output, "a.txt\n__b.txt\na_2.txt\n");
+    OvctlOptions options;
+    options.mergeStderr = false;
+    expect_ovctl_cases({{{"tnef", "list", file}, 0, "a.txt\n../b.txt\na.txt\n"},
+                        {{"tnef", "extract", file, out}, 0, "a.txt\n__b.txt\na_2.txt\n"}},
+                       options);
     EXPECT_EQ(BaseTempDir::read(out + "/a.txt"), "first");
     EXPECT_EQ(BaseTempDir::read(out + "/__b.txt"), "second");
     EXPECT_EQ(BaseTempDir::read(out + "/a_2.txt"), "third");
     EXPECT_FALSE(BaseTempDir::exists(tmp.path("b.txt")));
-
-    std::string bad = tmp.write("bad.dat", "not a tnef stream");
-    OvctlRun refused = run_ovctl({"tnef", "list", bad});
-    EXPECT_EQ(refused.status, 1);
-    EXPECT_EQ(refused.output.compare(0, 7, "ovctl: "), 0);
-    EXPECT_EQ(run_ovctl({"tnef", "extract", file, tmp.path("missing")}).status, 1);
-    EXPECT_EQ(run_ovctl({"tnef", "list"}).status, 2);
-    EXPECT_EQ(run_ovctl({"tnef", "dump", file}).status, 2);
+    expect_ovctl_cases({
+        {{"tnef", "list", tmp.write("bad.dat", "not a tnef stream")}, 1, "ovctl: "},
+        {{"tnef", "extract", file, tmp.path("missing")}, 1, ""},
+        {{"tnef", "list"}, 2, ""},
+        {{"tnef", "dump", file}, 2, ""},
+    });
 }
 
 TEST(MailOvctl, MimeListsAttachmentsTnefNamesAndText)
 {
     BaseTempDir tmp;
-    std::string stream = Winmail();
+    const std::string stream = Winmail();
     int length = 0;
     char *encoded = to_base64(stream.data(), int(stream.size()), &length);
-    std::string base64(encoded, size_t(length));
+    const std::string mail = "From: a@example.com\nSubject: report\nMIME-Version: 1.0\n"
+                             "Content-Type: multipart/mixed; boundary=\"b\"\n\n"
+                             "--b\nContent-Type: text/plain\n\nplain words\n"
+                             "--b\nContent-Type: application/ms-tnef; name=\"winmail.dat\"\n"
+                             "Content-Transfer-Encoding: base64\n\n" +
+                             std::string(encoded, size_t(length)) + "--b--\n";
     std::free(encoded);
-    std::string head = "From: a@example.com\nSubject: report\nMIME-Version: 1.0\n"
-                       "Content-Type: multipart/mixed; boundary=\"b\"\n\n"
-                       "--b\nContent-Type: text/plain\n\nplain words\n"
-                       "--b\nContent-Type: application/ms-tnef; name=\"winmail.dat\"\n"
-                       "Content-Transfer-Encoding: base64\n\n";
-    std::string mail = head + base64 + "--b--\n";
-    std::string df = tmp.write("DF", mail);
-    int start = int(mail.find("Content-Type: application/ms-tnef"));
-    int end = int(mail.find("--b--"));
+    const std::string df = tmp.write("DF", mail);
+    const size_t start = mail.find("Content-Type: application/ms-tnef"), end = mail.find("--b--");
     OvctlRun run = run_ovctl({"mime", df, "--text", tmp.path("text")}, false);
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.output, "0\twinmail.dat\tapplication/ms-tnef\t" + std::to_string(start) + "\t" +
-                           std::to_string(end) + "\t4\n0.0\ta.txt\n0.1\t../b.txt\n0.2\ta.txt\n");
-    std::string text = BaseTempDir::read(tmp.path("text"));
+                              std::to_string(end) + "\t4\n0.0\ta.txt\n0.1\t../b.txt\n0.2\ta.txt\n");
+    const std::string text = BaseTempDir::read(tmp.path("text"));
     EXPECT_NE(text.find("Subject: report"), std::string::npos);
     EXPECT_NE(text.find("plain words"), std::string::npos);
     EXPECT_EQ(text.find("second"), std::string::npos);
     run_ovctl({"mime", df, "--text", tmp.path("text2"), "--attach-scan"});
     EXPECT_NE(BaseTempDir::read(tmp.path("text2")).find("second"), std::string::npos);
-
-    EXPECT_EQ(run_ovctl({"mime", tmp.path("missing")}).status, 1);
-    EXPECT_EQ(run_ovctl({"mime"}).status, 2);
+    expect_ovctl_cases({{{"mime", tmp.path("missing")}, 1, ""}, {{"mime"}, 2, ""}});
 }
 
 } // namespace

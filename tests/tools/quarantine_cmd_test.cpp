@@ -5,13 +5,11 @@
 #include <sys/stat.h>
 #include <utime.h>
 
-#include <gtest/gtest.h>
-
-#include "support/base_temp_dir.h"
-#include "support/tools_ovctl.h"
 #include "tools/hostkit/copy_record.h"
+#include "tools/ovctl_cases.h"
 
-namespace {
+namespace
+{
 
 const char kRuleCopy[] =
     "Return-Path: <header-sender@example.org>\r\nFrom: Ann <ann@example.net>\r\n"
@@ -20,17 +18,19 @@ const char kPolicyCopy[] =
     "Return-Path: <carol@example.com>\nTo: Dave <dave@partner.example>\nCc: erin@example.com\n"
     "Subject: =?ISO-2022-JP?B?GyRCPFIzMEhrGyhC?=\n\nsecret\n";
 const char kAttachmentCopy[] = "From: frank@partner.example\nTo: bob@example.com\n"
-                               "Subject: Quarterly\n report\n\nreport\n";
+                               "Subject: Quarterly\n =?utf-8?Q?report=0D=0A?=\n\nreport\n";
 
-class QuarantineCommand : public ::testing::Test {
+class QuarantineCommand : public ::testing::Test
+{
 protected:
     void SetUp() override
     {
-        const std::string ov = root.path("Plug-Ins/OV");
-        for (const char *dir : {"Plug-Ins", "Plug-Ins/OV", "Plug-Ins/OV/Q", "Plug-Ins/OV/Q/Anti-Spam",
-                                "Plug-Ins/OV/Q/Anti-Spam/Big mails", "Plug-Ins/OV/Q/Confidential",
-                                "Plug-Ins/OV/Archive", "Plug-Ins/OV/Archive/Japanese"})
-            mkdir(root.path(dir).c_str(), 0755);
+        const std::string ov = root.path("Plug-Ins/OV/");
+        ASSERT_EQ(std::system(("mkdir -p " + ovctl_shell_quote(ov + "Q/Anti-Spam/Big mails") + " " +
+                               ovctl_shell_quote(ov + "Q/Confidential") + " " +
+                               ovctl_shell_quote(ov + "Archive/Japanese"))
+                                  .c_str()),
+                  0);
         root.write("Plug-Ins/OV/contscan.ini", "[Advanced Options]\nQuarantineDirectory=Q\n");
         ruleCopy = root.write("Plug-Ins/OV/Q/Anti-Spam/Big mails/AF77_1.tmp", kRuleCopy);
         policyCopy = root.write("Plug-Ins/OV/Q/Confidential/AF77_2.tmp", kPolicyCopy);
@@ -51,11 +51,13 @@ protected:
         EXPECT_TRUE(write_copy_record(ruleCopy, record, &error)) << error;
 
         // The attachment removal's copy is 30 days old.
-        struct utimbuf old{time(nullptr) - 30 * 86400, time(nullptr) - 30 * 86400};
+        struct utimbuf old {
+            time(nullptr) - 30 * 86400, time(nullptr) - 30 * 86400
+        };
         utime(attachmentCopy.c_str(), &old);
 
-        sendmail = root.write("sendmail", "#!/bin/sh\necho \"$@\" > \"$0.args\"\ncat > \"$0.mail\"\n"
-                                          "exit ${SENDMAIL_EXIT:-0}\n");
+        sendmail =
+            root.write("sendmail", "#!/bin/sh\necho \"$@\" > \"$0.args\"\ncat > \"$0.mail\"\n");
         chmod(sendmail.c_str(), 0755);
     }
 
@@ -65,8 +67,23 @@ protected:
         words.insert(words.begin() + 2, {"--root", root.dir()});
         return run_ovctl(words);
     }
-    std::string sendmail_command() const { return sendmail + " -oi -f SENDER --"; }
+    // A release through the stand-in sendmail, after `options`.
+    OvctlRun release(const std::string &id, std::vector<std::string> options = {})
+    {
+        options.insert(options.begin(), "release");
+        if (std::find(options.begin(), options.end(), "--sendmail") == options.end())
+            options.insert(options.end(), {"--sendmail", sendmail + " -oi -f SENDER --"});
+        options.push_back(id);
+        return quarantine(options);
+    }
     std::string sent_args() const { return BaseTempDir::read(sendmail + ".args"); }
+    CopyRecord record_of(const std::string &copy) const
+    {
+        CopyRecord record;
+        std::string error;
+        EXPECT_EQ(read_copy_record(copy, &record, &error), RecordRead::Found) << error;
+        return record;
+    }
 
     BaseTempDir root;
     std::string ruleCopy, policyCopy, attachmentCopy, sendmail;
@@ -77,34 +94,27 @@ TEST_F(QuarantineCommand, ListsEachCopyWithItsEnvelope)
     OvctlRun run = quarantine({"list"});
     ASSERT_EQ(run.status, 0) << run.output;
     // Oldest first; the record's envelope (Bcc too) wins over the headers.
-    const std::string expected[] = {
-        "AF77_3.tmp\t",
-        "\t(attachment removal)\tfrank@partner.example\tbob@example.com\t",
-        "AF77_1.tmp\t",
-        "\tBig mails\tann@example.net\tbob@example.com,hidden-bcc@example.com\t",
-        "\tFull data export\n",
-        "AF77_2.tmp\t",
-        "\tConfidential\tcarol@example.com\tdave@partner.example,erin@example.com\t",
-        "\t\xE7\xA4\xBE\xE5\xA4\x96\xE7\xA7\x98\n",
-    };
     size_t at = 0;
-    for (const std::string &part : expected) {
-        size_t found = run.output.find(part, at);
+    for (const std::string part :
+         {"AF77_3.tmp\t", "\t(attachment removal)\tfrank@partner.example\tbob@example.com\t",
+          "\tQuarterly report  \n", "AF77_1.tmp\t",
+          "\tBig mails\tann@example.net\tbob@example.com,hidden-bcc@example.com\t",
+          "\tFull data export\n", "AF77_2.tmp\t",
+          "\tConfidential\tcarol@example.com\tdave@partner.example,erin@example.com\t",
+          "\t\xE7\xA4\xBE\xE5\xA4\x96\xE7\xA7\x98\n"}) {
+        const size_t found = run.output.find(part, at);
         ASSERT_NE(found, std::string::npos) << "missing \"" << part << "\" in\n" << run.output;
         at = found + part.size();
     }
     EXPECT_NE(run.output.find("ovctl: 3 copies in"), std::string::npos);
     EXPECT_EQ(run.output.find("header-sender"), std::string::npos);
-    EXPECT_NE(run.output.find("\tQuarterly report\n"), std::string::npos) << "unfolded subject";
-}
 
-TEST_F(QuarantineCommand, ListsTheArchiveAsJson)
-{
-    OvctlRun run = quarantine({"list", "--archive", "--json"});
+    run = quarantine({"list", "--archive", "--json"});
     ASSERT_EQ(run.status, 0) << run.output;
-    EXPECT_NE(run.output.find("\"id\": \"AF77_4.tmp\""), std::string::npos) << run.output;
-    EXPECT_NE(run.output.find("\"kind\": \"policy\", \"trigger\": \"Japanese\""), std::string::npos);
-    EXPECT_NE(run.output.find("\"record\": \"missing\""), std::string::npos);
+    for (const char *part :
+         {"\"id\": \"AF77_4.tmp\"", "\"kind\": \"policy\", \"trigger\": \"Japanese\"",
+          "\"record\": \"missing\""})
+        EXPECT_NE(run.output.find(part), std::string::npos) << run.output;
     EXPECT_EQ(run.output.find("AF77_1"), std::string::npos);
 }
 
@@ -125,34 +135,28 @@ TEST_F(QuarantineCommand, ShowFindsACopyByAnyOfItsNames)
 
 TEST_F(QuarantineCommand, ReleasesToTheEnvelopeRecipientsOnce)
 {
-    OvctlRun run = quarantine({"release", "--sendmail", sendmail_command(), "4XQID1"});
+    OvctlRun run = release("4XQID1");
     ASSERT_EQ(run.status, 0) << run.output;
     EXPECT_EQ(sent_args(), "-oi -f ann@example.net -- bob@example.com hidden-bcc@example.com\n");
     EXPECT_EQ(BaseTempDir::read(sendmail + ".mail"), kRuleCopy);
 
     std::remove((sendmail + ".args").c_str());
-    run = quarantine({"release", "--sendmail", sendmail_command(), "4XQID1"});
+    run = release("4XQID1");
     EXPECT_EQ(run.status, 1);
     EXPECT_NE(run.output.find("was released on"), std::string::npos) << run.output;
     EXPECT_EQ(sent_args(), "<missing>");
-
-    CopyRecord record;
-    std::string error;
-    ASSERT_EQ(read_copy_record(ruleCopy, &record, &error), RecordRead::Found) << error;
+    const CopyRecord record = record_of(ruleCopy);
     EXPECT_NE(record.released, 0);
-    EXPECT_EQ(record.client, "192.0.2.7");   // the rest of the record stays
+    EXPECT_EQ(record.client, "192.0.2.7"); // the rest of the record stays
     EXPECT_EQ(record.releasedTo.size(), 2u);
 }
 
 TEST_F(QuarantineCommand, ReleaseToGivenAddressesMarksACopyWithoutRecord)
 {
-    OvctlRun run = quarantine({"release", "--to", "x@example.com", "--to", "y@example.com",
-                               "--sendmail", sendmail_command(), "AF77_2.tmp"});
+    OvctlRun run = release("AF77_2.tmp", {"--to", "x@example.com", "--to", "y@example.com"});
     ASSERT_EQ(run.status, 0) << run.output;
     EXPECT_EQ(sent_args(), "-oi -f carol@example.com -- x@example.com y@example.com\n");
-    CopyRecord record;
-    std::string error;
-    ASSERT_EQ(read_copy_record(policyCopy, &record, &error), RecordRead::Found) << error;
+    const CopyRecord record = record_of(policyCopy);
     EXPECT_EQ(record.releasedTo, (std::vector<std::string>{"x@example.com", "y@example.com"}));
     EXPECT_EQ(record.recipients,
               (std::vector<std::string>{"dave@partner.example", "erin@example.com"}));
@@ -162,28 +166,19 @@ TEST_F(QuarantineCommand, ReleaseToGivenAddressesMarksACopyWithoutRecord)
 
 TEST_F(QuarantineCommand, ReleaseThatFailsLeavesTheCopyUnreleased)
 {
-    const struct {
-        const char *name;
-        std::vector<std::string> words;
-        const char *message;
-    } cases[] = {
-        {"address taken for an option", {"--to", "-oQ/tmp/x"}, "unsafe recipient"},
-        {"blank in an address", {"--to", "a b@example.com"}, "unsafe recipient"},
-        {"sendmail fails", {"--sendmail", "/bin/false"}, "exited with 1"},
-        {"no such sendmail", {"--sendmail", "/nonexistent/sendmail"}, "cannot run"},
+    const std::pair<std::vector<std::string>, const char *> cases[] = {
+        {{"--to", "-oQ/tmp/x"}, "unsafe recipient"}, // an address taken for an option
+        {{"--to", "a b@example.com"}, "unsafe recipient"},
+        {{"--sendmail", "/bin/false"}, "exited with 1"},
+        {{"--sendmail", "/nonexistent/sendmail"}, "cannot run"},
     };
     for (const auto &c : cases) {
-        std::vector<std::string> words = {"release"};
-        words.insert(words.end(), c.words.begin(), c.words.end());
-        if (c.words[0] != "--sendmail")
-            words.insert(words.end(), {"--sendmail", sendmail_command()});
-        words.push_back("AF77_1.tmp");
-        OvctlRun run = quarantine(words);
-        EXPECT_EQ(run.status, 1) << c.name;
-        EXPECT_NE(run.output.find(c.message), std::string::npos) << c.name << ": " << run.output;
+        OvctlRun run = release("AF77_1.tmp", c.first);
+        EXPECT_EQ(run.status, 1) << c.first[1];
+        EXPECT_NE(run.output.find(c.second), std::string::npos) << c.first[1] << ": " << run.output;
     }
     EXPECT_EQ(sent_args(), "<missing>");
-    OvctlRun run = quarantine({"release", "--sendmail", sendmail_command(), "AF77_1.tmp"});
+    OvctlRun run = release("AF77_1.tmp");
     EXPECT_EQ(run.status, 0) << run.output;
 }
 
@@ -208,12 +203,12 @@ TEST_F(QuarantineCommand, DeleteAndExpireRemoveCopiesWithTheirRecords)
 
 TEST_F(QuarantineCommand, UsageErrors)
 {
-    const std::vector<std::string> cases[] = {
-        {"expire"},          {"show"},
-        {"move", "AF77_1.tmp"}, {"list", "--older-than", "x"},
-        {"list", "extra"},
-    };
-    for (const auto &words : cases)
+    for (const std::vector<std::string> &words :
+         std::vector<std::vector<std::string>>{{"expire"},
+                                               {"show"},
+                                               {"move", "AF77_1.tmp"},
+                                               {"list", "--older-than", "x"},
+                                               {"list", "extra"}})
         EXPECT_EQ(quarantine(words).status, 2) << words[0];
     EXPECT_EQ(run_ovctl({"quarantine", "list"}).status, 2) << "--root is required";
 }

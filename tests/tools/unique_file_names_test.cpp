@@ -3,26 +3,24 @@
 // other's numbered forms.
 #include <random>
 #include <set>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 #include "mail/temp_dir.h"
 #include "tools/ovctl/unique_file_names.h"
+#include "tools/ovctl_cases.h"
 
-namespace {
+namespace
+{
 
 std::vector<std::string> ClassicNames(const std::vector<std::string> &names)
 {
     std::set<std::string> saved;
     std::vector<std::string> out;
     for (const std::string &name : names) {
-        std::string safe = SafeFileNamePart(name.c_str());
-        std::string candidate = safe;
+        const std::string safe = SafeFileNamePart(name.c_str());
         size_t dot = safe.rfind('.');
         if (dot == 0 || dot == std::string::npos)
             dot = safe.size();
+        std::string candidate = safe;
         for (int n = 2; saved.count(candidate); ++n)
             candidate = safe.substr(0, dot) + "_" + std::to_string(n) + safe.substr(dot);
         saved.insert(candidate);
@@ -40,12 +38,9 @@ std::vector<std::string> TakeAll(const std::vector<std::string> &names)
     return out;
 }
 
-TEST(UniqueFileNames, NumbersRepeatsBeforeTheExtension)
+TEST(UniqueFileNames, SameNamesAsTheClassicRule)
 {
-    struct {
-        std::vector<std::string> names;
-        std::vector<std::string> expected;
-    } rows[] = {
+    const std::vector<std::string> rows[][2] = {
         {{"a.txt", "a.txt", "a.txt"}, {"a.txt", "a_2.txt", "a_3.txt"}},
         {{"a.txt", "a_2.txt", "a.txt", "a.txt"}, {"a.txt", "a_2.txt", "a_3.txt", "a_4.txt"}},
         {{"a.txt", "a.txt", "a_2.txt", "a_2.txt"}, {"a.txt", "a_2.txt", "a_2_2.txt", "a_2_3.txt"}},
@@ -55,17 +50,12 @@ TEST(UniqueFileNames, NumbersRepeatsBeforeTheExtension)
         {{"../a.txt", "__a.txt"}, {"__a.txt", "__a_2.txt"}},
     };
     for (const auto &row : rows) {
-        EXPECT_EQ(TakeAll(row.names), row.expected);
-        EXPECT_EQ(ClassicNames(row.names), row.expected);
+        EXPECT_EQ(TakeAll(row[0]), row[1]);
+        EXPECT_EQ(ClassicNames(row[0]), row[1]);
     }
-}
-
-// Random sequences over a few bases, their numbered forms and unsafe
-// spellings: the same names in the same order as the classic rule.
-TEST(UniqueFileNames, SameNamesAsTheClassicRule)
-{
-    const char *pool[] = {"a.txt", "a_2.txt", "a_3.txt", "a_2_2.txt", "a",     "a_2",
-                          "../a.txt", ".txt", "b.c.d", "b.c_2.d", "/", ".."};
+    // Random sequences over a few bases, their numbered forms and unsafe spellings.
+    const char *pool[] = {"a.txt",    "a_2.txt", "a_3.txt", "a_2_2.txt", "a", "a_2",
+                          "../a.txt", ".txt",    "b.c.d",   "b.c_2.d",   "/", ".."};
     std::mt19937 random(18);
     for (int round = 0; round < 50; ++round) {
         std::vector<std::string> names(200);
