@@ -123,11 +123,9 @@ TEST(FileUtilTest, SplitAndMakePath)
         const char *path, *drive, *dir, *fname, *ext;
     } rows[] = {
         {"/var/q/mail.eml", "", "/var/q/", "mail", ".eml"},
-        {"mail.tar.gz", "", "", "mail.tar", ".gz"},
-        {"/dir.d/noext", "", "/dir.d/", "noext", ""},
+        {"mail.tar.gz", "", "", "mail.tar", ".gz"}, {"/dir.d/noext", "", "/dir.d/", "noext", ""},
         {"C:\\Docs\\report.doc", "C:", "\\Docs\\", "report", ".doc"},
-        {".profile", "", "", "", ".profile"},
-        {"/only/dir/", "", "/only/dir/", "", ""},
+        {".profile", "", "", "", ".profile"}, {"/only/dir/", "", "/only/dir/", "", ""},
     };
     for (const auto &row : rows) {
         char drive[OV_MAX_PATH], dir[OV_MAX_PATH], fname[OV_MAX_PATH], ext[OV_MAX_PATH];

@@ -59,11 +59,8 @@ TEST(OvStringTest, SplitKeepsOrSkipsEmptyPieces)
         bool skipEmpty;
         const char *expected;
     } rows[] = {
-        {"a,b;;c", ",;", false, "[a][b][][c]"},
-        {"a,b;;c", ",;", true, "[a][b][c]"},
-        {",a,", ",", false, "[][a][]"},
-        {"", ",", false, "[]"},
-        {"", ",", true, ""},
+        {"a,b;;c", ",;", false, "[a][b][][c]"}, {"a,b;;c", ",;", true, "[a][b][c]"},
+        {",a,", ",", false, "[][a][]"}, {"", ",", false, "[]"}, {"", ",", true, ""},
         {"abc", "", false, "[abc]"},
     };
     for (const auto &row : rows)

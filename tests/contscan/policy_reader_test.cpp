@@ -114,13 +114,8 @@ TEST(PolicyReader, TextRulesOfTheRecords)
         const char *stored; // null: refused
     };
     const KeywordCase keywords[] = {
-        {k80, k80.c_str()},
-        {k81, k80.c_str()},
-        {k82, nullptr},
-        {" " + k81 + " ", k80.c_str()},
-        {"  \r\n", nullptr},
-        {"", nullptr},
-        {"in the middle", "in the middle"},
+        {k80, k80.c_str()}, {k81, k80.c_str()}, {k82, nullptr}, {" " + k81 + " ", k80.c_str()},
+        {"  \r\n", nullptr}, {"", nullptr}, {"in the middle", "in the middle"},
     };
     for (const KeywordCase &c : keywords) {
         KEYWORD_STRU *keyword = AddKeyword(list, c.text.c_str());

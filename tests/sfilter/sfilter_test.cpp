@@ -57,29 +57,19 @@ TEST(SFilterPattern, CheckFileNameTable)
         const char *pattern, *base, *ext;
         int expected;
     } rows[] = {
-        {"*", "anything", "at", 1},
-        {"*", "", "", 1},
-        {"*.exe", "setup", "exe", 1},
+        {"*", "anything", "at", 1}, {"*", "", "", 1}, {"*.exe", "setup", "exe", 1},
         {"*.exe", "setup", "myexe", 1},        // the base's star widens the extension
-        {"*.exe", "setup", "exe2", 0},
-        {"setup.exe", "setup", "exe", 1},
-        {"setup.exe", "setup2", "exe", 0},
-        {"setup.e*", "setup", "exe", 1},
-        {"setup.*e", "setup", "exe", 1},
-        {"setup.*x*", "setup", "exe", 1},
-        {"set*", "setup", "", 1},
+        {"*.exe", "setup", "exe2", 0}, {"setup.exe", "setup", "exe", 1},
+        {"setup.exe", "setup2", "exe", 0}, {"setup.e*", "setup", "exe", 1},
+        {"setup.*e", "setup", "exe", 1}, {"setup.*x*", "setup", "exe", 1}, {"set*", "setup", "", 1},
         {"set*", "setup", "exe", 1},           // "set*" also widens: ext begins with ""
-        {"*up.exe", "setup", "exe", 1},
-        {"*up.exe", "upset", "exe", 0},
-        {"noext", "noext", "", 1},
+        {"*up.exe", "setup", "exe", 1}, {"*up.exe", "upset", "exe", 0}, {"noext", "noext", "", 1},
         {"noext", "noext", "txt", 0},
         {"re*me.txt", "readme", "txt", 0},     // no outer star: whole-name test only
         {"*re*me*.txt", "readme", "txt", 1},
         {"*re*me*.txt", "mere", "txt", 0},     // "me" must come after "re"
-        {"*re*me.txt", "xreadme", "txt", 1},
-        {"*re*me.txt", "readmex", "txt", 0},
-        {"re*me*.txt", "readmex", "txt", 1},
-        {"re*me*.txt", "xreadme", "txt", 0},
+        {"*re*me.txt", "xreadme", "txt", 1}, {"*re*me.txt", "readmex", "txt", 0},
+        {"re*me*.txt", "readmex", "txt", 1}, {"re*me*.txt", "xreadme", "txt", 0},
         {"*ab*ba*.txt", "aba", "txt", 0},      // base shorter than head and tail
     };
     for (const Row &row : rows) {
@@ -112,16 +102,13 @@ TEST(SFilterUsers, CheckHeaderListTable)
         bool caseSensitive, exact, expected;
     } rows[] = {
         {"Bob@X.com", "bob@x.com", false, true, true},
-        {"Bob@X.com", "bob@x.com", true, true, false},
-        {"Bob@X.com", "Bob@X.com", true, true, true},
+        {"Bob@X.com", "bob@x.com", true, true, false}, {"Bob@X.com", "Bob@X.com", true, true, true},
         {"a@y, bob@x.com ", "bob@x.com", false, true, true},
         {"bob@x.com", "*@x.com", false, true, false},      // exact: a star never matches
         {"bob@x.com", "*@x.com", false, false, true},
         {"bob@x.com", "x.com", false, false, true},        // pieces are unanchored
-        {"bob@x.com", "x.com", false, true, false},
-        {"", "x", false, false, false},
-        {nullptr, "x", false, false, false},
-        {"x", nullptr, false, false, false},
+        {"bob@x.com", "x.com", false, true, false}, {"", "x", false, false, false},
+        {nullptr, "x", false, false, false}, {"x", nullptr, false, false, false},
     };
     for (const Row &row : rows) {
         SCOPED_TRACE(std::string(row.field ? row.field : "(null)") + " ~ " +

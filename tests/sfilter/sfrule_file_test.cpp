@@ -20,14 +20,10 @@ TEST(SFRuleItem, GetTokenTable)
         bool found;
         const char *value;
     } rows[] = {
-        {"<A>x</A>", "A", true, "x"},
-        {"<A> \t x y \r\n</A>", "A", true, "x y"},
-        {"<A></A>", "A", true, ""},
-        {"<A>   </A>", "A", true, ""},
-        {"<A>x", "A", false, ""},
+        {"<A>x</A>", "A", true, "x"}, {"<A> \t x y \r\n</A>", "A", true, "x y"},
+        {"<A></A>", "A", true, ""}, {"<A>   </A>", "A", true, ""}, {"<A>x", "A", false, ""},
         {"</A><A>x", "A", false, ""},          // closing tag before the opening one
-        {"<A</A>>", "A", false, ""},
-        {"<RULE NAME>r</RULE NAME>", "RULE NAME", true, "r"},
+        {"<A</A>>", "A", false, ""}, {"<RULE NAME>r</RULE NAME>", "RULE NAME", true, "r"},
         {"<RTO>r</RTO>", "TO", false, ""},     // "<RTO>" is not "<TO>"
         {"<a>x</a>", "A", false, ""},          // keys are exact
         {"<A>1</A><A>2</A>", "A", true, "1"},

@@ -18,27 +18,16 @@ struct Row {
 TEST(WildCardStringCompare, PiecesMustOccurInOrder)
 {
     const Row rows[] = {
-        {"hello", "", true},
-        {"", "*", true},
-        {"", "", true},
-        {"", "a", false},
+        {"hello", "", true}, {"", "*", true}, {"", "", true}, {"", "a", false},
         {"xxabcxx", "abc", true},         // no "*": a substring test
-        {"zzabbbcz", "a*c", true},
-        {"abcabc", "c*a", true},
-        {"abc", "c*a", false},
+        {"zzabbbcz", "a*c", true}, {"abcabc", "c*a", true}, {"abc", "c*a", false},
         {"a?c", "?", true},               // "?" is literal here
-        {"abc", "?", false},
-        {"abc", "*", true},
-        {"abc", "**", true},
-        {"abc", "a**c", true},
+        {"abc", "?", false}, {"abc", "*", true}, {"abc", "**", true}, {"abc", "a**c", true},
         {"abc", "*c*", true},
         {"aba", "ab*ba", false},          // pieces may not overlap
-        {"ababa", "ab*ba", true},
-        {"free offer now", "*offer*", true},
+        {"ababa", "ab*ba", true}, {"free offer now", "*offer*", true},
         {"Offer", "offer", false},        // case is the caller's business
-        {"abc", "abcd", false},
-        {"aXbYc", "a*b*c", true},
-        {"cba", "a*b*c", false},
+        {"abc", "abcd", false}, {"aXbYc", "a*b*c", true}, {"cba", "a*b*c", false},
     };
     for (const Row &row : rows)
         EXPECT_EQ(WildCardStringCompare(row.text, row.pattern), row.expected)
@@ -70,33 +59,14 @@ TEST(SplitByAsterisk, SplitsAtTheFirstStar)
 TEST(WildCardFilenameCompare, WholeNameGlob)
 {
     const Row rows[] = {
-        {"readme", "read*", true},
-        {"readme", "*", true},
-        {"ab", "a?", true},
-        {"a", "a?", false},
-        {"Readme", "readme", false},
-        {"", "*", true},
-        {"", "", true},
-        {"", "?", false},
-        {"a.exe", "*.exe", true},
-        {"a.exe.txt", "*.exe", false},
-        {"exe", "*.exe", false},
-        {".exe", "*.exe", true},
-        {"abc", "abc", true},
-        {"abc", "ab", false},
-        {"ab", "abc", false},
-        {"abc", "a*c", true},
-        {"ac", "a*c", true},
-        {"abcbc", "a*bc", true},
-        {"abcbd", "a*bc", false},
-        {"abc", "*?", true},
-        {"", "**", true},
-        {"x", "*?*", true},
-        {"", "*?", false},
-        {"mississippi", "m*iss*ppi", true},
-        {"mississippi", "m*iss*x", false},
-        {"report.doc", "*.do?", true},
-        {"report.do", "*.do?", false},
+        {"readme", "read*", true}, {"readme", "*", true}, {"ab", "a?", true}, {"a", "a?", false},
+        {"Readme", "readme", false}, {"", "*", true}, {"", "", true}, {"", "?", false},
+        {"a.exe", "*.exe", true}, {"a.exe.txt", "*.exe", false}, {"exe", "*.exe", false},
+        {".exe", "*.exe", true}, {"abc", "abc", true}, {"abc", "ab", false}, {"ab", "abc", false},
+        {"abc", "a*c", true}, {"ac", "a*c", true}, {"abcbc", "a*bc", true},
+        {"abcbd", "a*bc", false}, {"abc", "*?", true}, {"", "**", true}, {"x", "*?*", true},
+        {"", "*?", false}, {"mississippi", "m*iss*ppi", true}, {"mississippi", "m*iss*x", false},
+        {"report.doc", "*.do?", true}, {"report.do", "*.do?", false},
         // Many stars against a long name that never matches: the answer
         // must come without trying every way of splitting the name.
         {"aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa",
