@@ -15,39 +15,23 @@ namespace {
 
 TEST(SFilterPattern, ParseTable)
 {
-    struct Row {
-        const char *pattern;
-        bool headStar, tailStar, extHeadStar, extTailStar;
-        const char *head, *tail, *ext;
-    } rows[] = {
-        {"*", true, false, true, false, "", "", ""},
-        {"*.exe", true, false, true, false, "", "", "exe"},
-        {"setup.exe", false, false, false, false, "setup", "", "exe"},
-        {"setup.*", false, false, true, false, "setup", "", ""},
-        {"setup.e*", false, false, false, true, "setup", "", "e"},
-        {"setup.*x*", false, false, true, true, "setup", "", "x"},
-        {"re*me.txt", false, false, false, false, "re", "me", "txt"},
-        {"*re*me*.txt", true, true, true, true, "re", "me", "txt"},
-        {"a*b*c.d", false, false, false, false, "a", "b*c", "d"},
-        {"read*", false, true, false, true, "read", "", ""},
-        {"noext", false, false, false, false, "noext", "", ""},
-        {"a.b.c", false, false, false, false, "a.b", "", "c"},
-        {"x.abcdefghijklmnopqrstuvwxyz0123456789", false, false, false, false, "x", "",
-         "abcdefghijklmnopqrstuvwxyz012345"},   // the extension is cut at 32
+    // The pattern as "[*]head[*tail][*]|[*]ext[*]" with the stars it found.
+    const std::pair<const char *, const char *> rows[] = {
+        {"*", "*|*"}, {"*.exe", "*|*exe"}, {"setup.exe", "setup|exe"}, {"setup.*", "setup|*"},
+        {"setup.e*", "setup|e*"}, {"setup.*x*", "setup|*x*"}, {"re*me.txt", "re*me|txt"},
+        {"*re*me*.txt", "*re*me*|*txt*"}, {"a*b*c.d", "a*b*c|d"}, {"read*", "read*|*"},
+        {"noext", "noext|"}, {"a.b.c", "a.b|c"},
+        {"x.abcdefghijklmnopqrstuvwxyz0123456789", "x|abcdefghijklmnopqrstuvwxyz012345"},   // cut at 32
     };
-    for (const Row &row : rows) {
-        SCOPED_TRACE(row.pattern);
+    for (const auto &row : rows) {
         CSFRule rule;
-        rule.AddFilename(row.pattern);
+        rule.AddFilename(row.first);
         const Filename_Stru &p = rule.filenames.at(0);
-        EXPECT_EQ(p.headStar, row.headStar);
-        EXPECT_EQ(p.tailStar, row.tailStar);
-        EXPECT_EQ(p.extHeadStar, row.extHeadStar);
-        EXPECT_EQ(p.extTailStar, row.extTailStar);
-        EXPECT_STREQ(p.head, row.head);
-        EXPECT_STREQ(p.tail, row.tail);
-        EXPECT_STREQ(p.ext, row.ext);
-        EXPECT_STREQ(p.text, row.pattern);
+        EXPECT_EQ(std::string(p.headStar ? "*" : "") + p.head + (*p.tail ? "*" : "") + p.tail +
+                      (p.tailStar ? "*" : "") + "|" + (p.extHeadStar ? "*" : "") + p.ext +
+                      (p.extTailStar ? "*" : ""),
+                  row.second);
+        EXPECT_STREQ(p.text, row.first);
     }
 }
 
