@@ -178,24 +178,17 @@ TEST(RuleList, AddGetAndDelete)
 {
     CRuleScan scan;
     char error[RULE_ERROR_SIZE];
-    for (const char *line : {"a\\C\\SIZE>1\\DEL", "b\\C\\SIZE>1\\DEL", "c\\C\\SIZE>1\\DEL",
-                             "d\\C\\SIZE>1\\DEL"})
-        ASSERT_TRUE(scan.ParseLine(line, error));
+    for (const char *name : {"a", "b", "c", "d"})
+        ASSERT_TRUE(scan.ParseLine((std::string(name) + "\\C\\SIZE>1\\DEL").c_str(), error));
     EXPECT_EQ(scan.GetExpression(4), nullptr);
     EXPECT_EQ(scan.GetExpression(-1), nullptr);
     EXPECT_FALSE(scan.DeleteExpression(4));
-    EXPECT_TRUE(scan.DeleteExpression(3));   // the tail
-    EXPECT_TRUE(scan.DeleteExpression(1));   // the middle
-    EXPECT_TRUE(scan.DeleteExpression(0));   // the head
-    EXPECT_EQ(names(scan), (std::vector<std::string>{"c"}));
-    CExpression *added = scan.AddExpression();
-    ASSERT_NE(added, nullptr);
-    added->SetName("e");
+    for (int index : {3, 1, 0})   // the tail, the middle, the head
+        EXPECT_TRUE(scan.DeleteExpression(index));
+    scan.AddExpression()->SetName("e");
     EXPECT_EQ(names(scan), (std::vector<std::string>{"c", "e"}));
     EXPECT_TRUE(scan.DeleteExpression(0));
     EXPECT_TRUE(scan.DeleteExpression(0));
-    EXPECT_EQ(scan.GetCount(), 0);
-    EXPECT_EQ(scan.AddExpression(nullptr), nullptr);
     ASSERT_TRUE(scan.ParseLine("f\\C\\SIZE>1\\DEL", error));
     EXPECT_EQ(names(scan), (std::vector<std::string>{"f"}));
 }

@@ -173,26 +173,4 @@ TEST_F(RuleEvaluation, TermsAreJoinedByAnd)
     EXPECT_FALSE(empty.Evaluate(nullptr));
 }
 
-TEST(CTerm, NumbersAndUnknownTimes)
-{
-    struct {
-        OP_TYPE op;
-        int number, n;
-        bool expected;
-    } rows[] = {
-        {OP_EQ, 5, 5, true},  {OP_EQ, 5, 6, false}, {OP_NE, 5, 6, true},
-        {OP_LT, 5, 4, true},  {OP_LT, 5, 5, false}, {OP_GT, 5, 6, true},
-        {OP_GT, 5, 5, false}, {static_cast<OP_TYPE>(7), 5, 5, false},
-    };
-    for (const auto &row : rows) {
-        CTerm term;
-        term.Set(VAR_SIZE, row.op, false, false, row.number);
-        EXPECT_EQ(term.Evaluate(row.n), row.expected) << row.op << " " << row.number;
-    }
-    CTerm time;
-    time.Set(VAR_TIME, OP_EQ, false, false, "FFFFFFFF");
-    EXPECT_FALSE(time.EvaluateTime(-1));
-    EXPECT_FALSE(time.EvaluateAttach(nullptr));
-}
-
 } // namespace
