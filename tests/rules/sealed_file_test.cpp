@@ -137,7 +137,8 @@ TEST(SealedFile, HeaderReadSkipsLeadingWhiteSpaceAndSign)
     for (const std::string &header :
          {" \t" + std::to_string(value) + "\r\n", "+" + std::to_string(value) + "\n",
           "-" + std::to_string(0u - value) + "\n",
-          std::to_string(value + 0x100000000ULL) + "\n"}) {
+          std::to_string(value + 0x100000000ULL) + "\n",
+          std::to_string(value + (1ULL << 62)) + "\n"}) {
         SCOPED_TRACE(header);
         rules_write_file(dir.file("variant"), header + body);
         EXPECT_EQ(DecrptFileWithCRC(dir.file("variant").c_str(), dir.file("out").c_str()), 1);

@@ -55,6 +55,7 @@ TEST(SFilterPattern, CheckFileNameTable)
         {"*re*me.txt", "xreadme", "txt", 1}, {"*re*me.txt", "readmex", "txt", 0},
         {"re*me*.txt", "readmex", "txt", 1}, {"re*me*.txt", "xreadme", "txt", 0},
         {"*ab*ba*.txt", "aba", "txt", 0},      // base shorter than head and tail
+        {"*re*me*.txt", "reme", "txt", 1},     // base exactly as long
     };
     for (const Row &row : rows) {
         SCOPED_TRACE(std::string(row.pattern) + " / " + row.base + "." + row.ext);
