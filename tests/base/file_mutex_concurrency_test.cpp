@@ -89,36 +89,6 @@ TEST(FMutex, ChildProcessWaitsWhileParentHoldsTheLock)
     EXPECT_EQ(exit_status(child), 0);
 }
 
-TEST(FMutex, ParentWaitsWhileChildProcessHoldsTheLock)
-{
-    BaseTempDir tmp;
-    const std::string name = tmp.path("spool");
-    Pipe held;
-    Pipe go;
-
-    const pid_t child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-        f_mutex own(name.c_str());
-        own.wait_mutex();
-        bool ok = write(held.out(), "h", 1) == 1;
-        ok = byte_arrives(go.in(), kBoundedMs) && ok;
-        own.release_mutex();
-        _exit(ok ? 0 : 1);
-    }
-    ASSERT_TRUE(byte_arrives(held.in(), kBoundedMs));
-
-    f_mutex lock(name.c_str());
-    auto taking = std::async(std::launch::async, [&] {
-        lock.wait_mutex();
-        lock.release_mutex();
-    });
-    EXPECT_EQ(taking.wait_for(std::chrono::milliseconds(kBlockedMs)), std::future_status::timeout);
-    ASSERT_EQ(write(go.out(), "g", 1), 1);
-    EXPECT_EQ(taking.wait_for(std::chrono::milliseconds(kBoundedMs)), std::future_status::ready);
-    EXPECT_EQ(exit_status(child), 0);
-}
-
 TEST(FMutex, ThreadsOfOneProcessExcludeEachOther)
 {
     BaseTempDir tmp;

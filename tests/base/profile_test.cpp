@@ -26,11 +26,9 @@ TEST(ProfileTest, GetStringCopiesValueOrDefault)
         const char *expected;
     } rows[] = {
         {"general", "NAME", file.c_str(), 64, "gateway"},
-        {"general", "name", file.c_str(), 4, "gat"},
-        {"general", "empty", file.c_str(), 64, "dflt"},
+        {"general", "name", file.c_str(), 4, "gat"}, {"general", "empty", file.c_str(), 64, "dflt"},
         {"general", "absent", file.c_str(), 64, "dflt"},
-        {"general", "name", missing.c_str(), 64, "dflt"},
-        {"general", "name", file.c_str(), 1, ""},
+        {"general", "name", missing.c_str(), 64, "dflt"}, {"general", "name", file.c_str(), 1, ""},
     };
     for (const auto &row : rows) {
         char buffer[64];

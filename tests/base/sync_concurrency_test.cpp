@@ -8,9 +8,11 @@
 #include <cerrno>
 #include <chrono>
 #include <ctime>
+#include <functional>
 #include <future>
 #include <memory>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "base/sync.h"
@@ -28,70 +30,50 @@ bool blocked(std::future<void> &step) { return step.wait_for(kBlocked) == std::f
 
 bool finishes(std::future<void> &step) { return step.wait_for(kBounded) == std::future_status::ready; }
 
-// A thread that takes a lock, reports it, holds it until released, lets go.
-class Holder {
-public:
-    template <typename Take, typename Give> Holder(Take take, Give give)
-    {
-        m_takenFuture = m_taken.get_future();
-        m_thread = std::thread([this, take, give] {
-            take();
-            m_taken.set_value();
-            m_releaseFuture.wait();
-            give();
-        });
-    }
-    std::future<void> &taken() { return m_takenFuture; }
-    void release()
-    {
-        if (!m_released) {
-            m_released = true;
-            m_release.set_value();
-        }
-    }
-    void join() { m_thread.join(); }
-
-private:
-    std::promise<void> m_taken;
-    std::future<void> m_takenFuture;
-    std::promise<void> m_release;
-    std::shared_future<void> m_releaseFuture = m_release.get_future().share();
-    bool m_released = false;
-    std::thread m_thread;
-};
-
-// The threads of one test: on teardown all are released before any is
-// joined, so a failed expectation cannot leave one waiting for another.
+// The threads of one test. Each takes a step, reports it, waits until
+// released and runs its second step. On teardown all are released before
+// any is joined, so a failed expectation cannot leave one waiting for another.
 class Crew {
 public:
+    struct Holder {
+        std::promise<void> takenPromise, release;
+        std::future<void> takenFuture = takenPromise.get_future();
+        std::thread thread;
+        bool released = false;
+        std::future<void> &taken() { return takenFuture; }
+    };
     ~Crew()
     {
         for (auto &holder : m_holders)
-            holder->release();
+            release(*holder);
         for (auto &holder : m_holders)
-            holder->join();
+            holder->thread.join();
     }
-    template <typename Take, typename Give> Holder &spawn(Take take, Give give)
+    Holder &spawn(std::function<void()> take, std::function<void()> give = [] {})
     {
-        m_holders.push_back(std::make_unique<Holder>(take, give));
-        return *m_holders.back();
+        m_holders.push_back(std::make_unique<Holder>());
+        Holder *h = m_holders.back().get();
+        std::shared_future<void> go = h->release.get_future().share();
+        h->thread = std::thread([h, take, give, go] {
+            take();
+            h->takenPromise.set_value();
+            go.wait();
+            give();
+        });
+        return *h;
     }
-    template <typename Step> Holder &spawn(Step step)
+    static void release(Holder &holder)
     {
-        return spawn(step, [] {});
+        if (!std::exchange(holder.released, true))
+            holder.release.set_value();
     }
-    Holder &reader(ovRWLock &rw)
-    {
-        return spawn([&rw] { rw.rdlock(); }, [&rw] { rw.unlock(); });
-    }
-    Holder &writer(ovRWLock &rw)
-    {
-        return spawn([&rw] { rw.wrlock(); }, [&rw] { rw.unlock(); });
-    }
+    Holder &reader(ovRWLock &rw) { return spawn([&rw] { rw.rdlock(); }, [&rw] { rw.unlock(); }); }
+    Holder &writer(ovRWLock &rw) { return spawn([&rw] { rw.wrlock(); }, [&rw] { rw.unlock(); }); }
 
 private:
     std::vector<std::unique_ptr<Holder>> m_holders;
 };
+using Holder = Crew::Holder;
 
 // Spins until the lock counts the given waiters.
 bool waiting(ovRWLock &rw, int readers, int writers)
@@ -110,31 +92,20 @@ bool waiting(ovRWLock &rw, int readers, int writers)
 
 TEST(OvRWLock, TryVariantsRefuseWhereTheLockWouldWait)
 {
-    struct Row {
-        const char *held;
-        int tryRead;
-        int tryWrite;
-    };
-    const Row rows[] = {{"none", 0, 0}, {"reader", 0, -1}, {"writer", -1, -1}};
-    for (const Row &row : rows) {
-        SCOPED_TRACE(row.held);
+    for (int held = 0; held < 3; ++held) {   // none, a reader, a writer
+        SCOPED_TRACE(held);
         ovRWLock rw;
-        const std::string held = row.held;
-        if (held == "reader")
-            rw.rdlock();
-        if (held == "writer")
-            rw.wrlock();
+        if (held)
+            held == 1 ? rw.rdlock() : rw.wrlock();
         const int tryRead = rw.tryrdlock();
         if (tryRead == 0)
             rw.unlock();
         const int tryWrite = rw.trywrlock();
         if (tryWrite == 0)
             rw.unlock();
-        EXPECT_EQ(tryRead, row.tryRead);
-        EXPECT_EQ(tryWrite, row.tryWrite);
-        if (held != "none") {
-            EXPECT_EQ(rw.unlock(), 0);
-        }
+        EXPECT_EQ(tryRead, held == 2 ? -1 : 0);
+        EXPECT_EQ(tryWrite, held ? -1 : 0);
+        EXPECT_EQ(rw.unlock(), held ? 0 : -1);
         EXPECT_EQ(rw.unlock(), -1) << "nothing left to release";
     }
 }
@@ -154,11 +125,11 @@ TEST(OvRWLock, ReaderArrivingWhileWriterWaitsBlocksUntilWriterIsDone)
     EXPECT_TRUE(waiting(rw, 1, 1)) << "a new reader must give way to the waiting writer";
     EXPECT_TRUE(blocked(late.taken()));
 
-    first.release();
+    Crew::release(first);
     EXPECT_TRUE(finishes(w.taken()));
     EXPECT_TRUE(blocked(late.taken()));
 
-    w.release();
+    Crew::release(w);
     EXPECT_TRUE(finishes(late.taken()));
 }
 
@@ -178,9 +149,9 @@ TEST(OvRWLock, LeavingWriterLetsWaitingReadersGoBeforeWaitingWriter)
     EXPECT_TRUE(finishes(r2.taken()));
     EXPECT_TRUE(blocked(nextWriter.taken())) << "the writer waits for the released readers";
 
-    r1.release();
+    Crew::release(r1);
     EXPECT_TRUE(blocked(nextWriter.taken()));
-    r2.release();
+    Crew::release(r2);
     EXPECT_TRUE(finishes(nextWriter.taken()));
 }
 
@@ -312,7 +283,7 @@ TEST(ThreadCount, WaitForZeroDrainsRunningThreadsAndHoldsNewOnesBack)
     EXPECT_TRUE(blocked(newcomer)) << "no thread enters until WaitForZero_Stop";
     EXPECT_EQ(counter.count(), 0);
 
-    update.release();
+    Crew::release(update);
     EXPECT_TRUE(finishes(newcomer));
     EXPECT_EQ(counter.count(), 1);
 }

@@ -185,36 +185,10 @@ TEST(ContentScan, DirectionComesFromTheThirdCharacterOfTheFileName)
     const std::pair<const char *, TYPE_CS_MAIL> cases[] = {
         {"/q/DFO123", CS_MAIL_OUTBOUND}, {"/q/dfo", CS_MAIL_OUTBOUND},
         {"/q/DFI123", CS_MAIL_INBOUND},  {"/q/DF", CS_MAIL_INBOUND},
-        {"DFO123", CS_MAIL_INBOUND},     {"/O/DFX", CS_MAIL_INBOUND},
-        {"/q/", CS_MAIL_INBOUND},
+        {"DFO123", CS_MAIL_INBOUND},     {"/O/DFX", CS_MAIL_INBOUND}, {"/q/", CS_MAIL_INBOUND},
     };
     for (const auto &c : cases)
         EXPECT_EQ(MailDirectionOf(c.first), c.second) << c.first;
-}
-
-TEST(ContentScan, HelpersOverTheMatchInfoList)
-{
-    ScanFixture scan({"shA", "whfree", "shB", "pe=f", "shC", "whwin"}, "[C]\nInboundMailScan=no\n");
-    POLICY_STRU *a = scan.set()->m_pFirstPolicy, *b = a->m_pNext, *c = b->m_pNext;
-    _POLICY_MATCH_INFO ic{c, 0, 0, nullptr}, ib{b, 0, 0, &ic}, ia{a, 0, 0, &ib};
-    EXPECT_EQ(FindPolicyMatchInfo(&ia, c), &ic);
-    EXPECT_EQ(FindPolicyMatchInfo(&ib, a), nullptr);
-    EXPECT_TRUE(IfNeedScan(c, CS_MAIL_OUTBOUND));
-    EXPECT_FALSE(IfNeedScan(c, CS_MAIL_INBOUND));
-    EXPECT_TRUE(CheckIfNeedSearch(scan.set(), &ia));
-    ia.m_nMatched = 1;
-    ic.m_nNoAction = 1;
-    EXPECT_FALSE(CheckIfNeedSearch(scan.set(), &ia)); // B is disabled
-
-    KEYWORD_MATCH_SET matches = {};
-    KeywordOutput hit{a, a->m_pFirstKeywordList, a->m_pFirstKeywordList->m_pFirstKeyword};
-    KEYWORDLIST_STRU empty{};
-    EXPECT_FALSE(IsKeywordListMatch(a->m_pFirstKeywordList, &matches));
-    ASSERT_TRUE(AddKeywordMatchInfo(&matches, &hit));
-    EXPECT_TRUE(IsKeywordListMatch(a->m_pFirstKeywordList, &matches));
-    EXPECT_FALSE(IsKeywordListMatch(c->m_pFirstKeywordList, &matches));
-    EXPECT_FALSE(IsKeywordListMatch(&empty, &matches));
-    FreeKeywordMatchSet(&matches);
 }
 
 } // namespace

@@ -24,32 +24,15 @@ struct SearchCase {
 TEST(KeywordTree, SearchYieldsTheRecordsOfEveryHitInOrder)
 {
     const std::string longest(80, 'k');
+    // Record order, exact matching and case are checked against a plain
+    // search on random keyword sets; these rows pin what that check's
+    // alphabet leaves out.
     const SearchCase cases[] = {
         {"classic example", {"he", "she", "his", "hers"}, "ushers", MEMORY, false, {0, 1, 3}},
-        {"classic example from a file",
-         {"he", "she", "his", "hers"},
-         "ushers\n",
-         FILE_MODE,
-         false,
-         {0, 1, 3}},
-        {"suffixes shortest first",
-         {"abcd", "bcd", "cd", "d"},
-         "abcd",
-         MEMORY,
-         false,
-         {3, 2, 1, 0}},
-        {"overlapping hits", {"aa"}, "aaaa", MEMORY, false, {0, 0, 0}},
         {"same text twice, newest first", {"dup", "dup"}, "a dup", MEMORY, false, {1, 0}},
-        {"inside words without exact match", {"cat"}, "bobcat cats", MEMORY, false, {0, 0}},
-        {"exact: not at a word's end", {"cat"}, "bobcat", MEMORY, true, {}},
-        {"exact: not at a word's start", {"cat"}, "cats", MEMORY, true, {}},
         {"exact: before punctuation", {"cat"}, "a cat!", MEMORY, true, {0}},
-        {"exact: at the start of the text", {"cat"}, "cat is here", MEMORY, true, {0}},
-        {"exact: at the start of a line", {"cat"}, "dog\ncat\n", FILE_MODE, true, {0}},
         {"exact: digits are word bytes", {"cat"}, "cat9 9cat", MEMORY, true, {}},
         {"exact: a suffix may stand alone", {"bob cat", "cat"}, "bob cat", MEMORY, true, {1, 0}},
-        {"newline splits a keyword (file)", {"free"}, "fr\nee\n", FILE_MODE, false, {}},
-        {"newline splits a keyword (memory)", {"free"}, "fr\nee", MEMORY, false, {}},
         {"keyword holding a newline, memory", {"a\nb"}, "a\nb", MEMORY, false, {0}},
         {"keyword holding a newline, file", {"a\nb"}, "a\nb\n", FILE_MODE, false, {}},
         {"keyword ending in a newline, file", {"end\n"}, "the end\nnext", FILE_MODE, false, {0}},
@@ -59,12 +42,7 @@ TEST(KeywordTree, SearchYieldsTheRecordsOfEveryHitInOrder)
         {"no patterns", {}, "anything at all", FILE_MODE, false, {}},
         {"bytes above 127", {"\xa4\xb3\xa4\xf3"}, "x\xa4\xb3\xa4\xf3y", MEMORY, false, {0}},
         {"text stops at its NUL", {"tail"}, std::string("head\0tail", 9), MEMORY, false, {}},
-        {"NUL bytes in a file are text",
-         {"tail"},
-         std::string("head\0tail\n", 10),
-         FILE_MODE,
-         false,
-         {0}},
+        {"NUL bytes in a file are text", {"tail"}, std::string("head\0tail\n", 10), FILE_MODE, false, {0}},
         {"last line without newline", {"last"}, "first\nlast", FILE_MODE, false, {0}},
     };
     for (const SearchCase &c : cases) {
@@ -167,20 +145,6 @@ TEST(KeywordTree, LongLinesAreCutAt999Bytes)
     // In memory the text is one piece: no cut, so the word end is seen.
     PatternTree tree({"cat"});
     EXPECT_TRUE(tree.SearchText(spaced(996, "cat", "s"), false, true).empty());
-}
-
-TEST(KeywordTree, RowsAndChildListsGiveTheSameRecords)
-{
-    const std::vector<std::string> patterns = {"he", "she", "his", "hers", "hershey", "e", "ushe"};
-    const std::string text = "ushers and his sheep: hershey\nshe\n";
-    PatternTree reference(patterns, 1000);
-    std::vector<int> expected = reference.SearchFile(text, false, false);
-    ASSERT_EQ(expected.size(), 20u);
-    for (uint32_t limit : {1u, 2u, 3u, 8u}) {
-        PatternTree tree(patterns, limit);
-        EXPECT_EQ(tree.SearchFile(text, false, false), expected)
-            << "rows for " << limit << " states";
-    }
 }
 
 } // namespace

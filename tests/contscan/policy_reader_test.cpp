@@ -85,17 +85,6 @@ TEST(PolicyReader, FgetTillTabSplitsTokensAtTabs)
     }
 }
 
-TEST(PolicyReader, GetTokenTypeLooksAtTwoLetters)
-{
-    const std::pair<const char *, int> cases[] = {
-        {"shName", 0}, {"se=t", 1},   {"pe=f", 2}, {"ewword", 3}, {"whword", 4},
-        {"wdword", 5}, {"syword", 6}, {"sn", 7},   {"sffile", 8}, {"SHName", 9},
-        {"s", 9},      {"", 9},       {"xx", 9},
-    };
-    for (const auto &c : cases)
-        EXPECT_EQ(GetTokenType(c.first), c.second) << c.first;
-}
-
 TEST(PolicyReader, TextRulesOfTheRecords)
 {
     SetPtr set = NewSet();
@@ -114,13 +103,8 @@ TEST(PolicyReader, TextRulesOfTheRecords)
         const char *stored; // null: refused
     };
     const KeywordCase keywords[] = {
-        {k80, k80.c_str()},
-        {k81, k80.c_str()},
-        {k82, nullptr},
-        {" " + k81 + " ", k80.c_str()},
-        {"  \r\n", nullptr},
-        {"", nullptr},
-        {"in the middle", "in the middle"},
+        {k80, k80.c_str()}, {k81, k80.c_str()}, {k82, nullptr}, {" " + k81 + " ", k80.c_str()},
+        {"  \r\n", nullptr}, {"", nullptr}, {"in the middle", "in the middle"},
     };
     for (const KeywordCase &c : keywords) {
         KEYWORD_STRU *keyword = AddKeyword(list, c.text.c_str());
@@ -214,7 +198,7 @@ TEST_F(PolicyFileTest, BuildsPoliciesListsKeywordsAndSynonyms)
          "",
          {"P[eio] win"}},
         {"unknown and reserved tokens are ignored",
-         {"shP", "snx", "zzfree", "whwin"},
+         {"shP", "snx", "zzfree", "SHQ", "s", "whwin"},
          "",
          {"P[eio] win"}},
         {"newlines belong to tokens", {"shP", "whfree\n", "\nwdmoney"}, "", {"P[eio] free"}},

@@ -50,8 +50,7 @@ TEST(ReceivedHosts, Table)
         {"not folded after from", "Received: from a\nX-Other: by z\n\n", {"a"}},
         {"body not read", "Subject: s\n\nReceived: from a by b\n", {}},
         {"stops at CR", "Received: from a\r\n\r\nReceived: from b\r\n", {"a"}},
-        {"no end of header", "Received: from a by", {"a"}},
-        {"empty message", "", {}},
+        {"no end of header", "Received: from a by", {"a"}}, {"empty message", "", {}},
     };
     for (const Row &row : rows) {
         SCOPED_TRACE(row.what);

@@ -22,11 +22,8 @@ TEST(CRuleScanGetAFInfo, FirstLineOfTheLetterInBothModes)
         bool result;
         const char *value;
     } rows[] = {
-        {'S', true, true, "First"},
-        {'S', false, true, "First"},
-        {'T', true, true, "<a@x>"},
-        {'T', false, true, "a@x"},
-        {'F', true, true, "<>"},
+        {'S', true, true, "First"}, {'S', false, true, "First"}, {'T', true, true, "<a@x>"},
+        {'T', false, true, "a@x"}, {'F', true, true, "<>"},
         {'F', false, true, ""},            // nothing between the brackets
         {'O', false, true, ""},            // start past the end
         {'D', false, true, ""},            // end at the letter

@@ -74,7 +74,7 @@ protected:
     TriggerType trigger = TRIGGER_VENDOR;
 };
 
-TEST_F(ScanFixture, EmptyRuleListTouchesOnlyTheTrigger)
+TEST_F(ScanFixture, EmptyRuleListTouchesOnlyTheTriggerAndAMissingMessageNothing)
 {
     ASSERT_TRUE(Load(""));
     EXPECT_FALSE(Run(af));
@@ -85,12 +85,10 @@ TEST_F(ScanFixture, EmptyRuleListTouchesOnlyTheTrigger)
     EXPECT_STREQ(info->m_pDomain[0], "relay.example.org");
     EXPECT_STREQ(info->m_pDomain[1], "mx.example.net");
     EXPECT_EQ(info->m_nAttachCount, 2);
-}
 
-TEST_F(ScanFixture, MissingMessageLeavesEverything)
-{
     ASSERT_TRUE(Load("all\\C\\SIZE>-1\\DEL\n"));
     df = dir.file("missing");
+    trigger = TRIGGER_VENDOR;
     EXPECT_FALSE(Run(af));
     EXPECT_EQ(trigger, TRIGGER_VENDOR);
     EXPECT_EQ(name, "untouched");

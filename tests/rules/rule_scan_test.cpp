@@ -15,92 +15,75 @@
 
 namespace {
 
-struct RuleView {
-    std::string name, sentence, actionText;
-    ACT_TYPE action;
-    MAIL_TYPE type;
-    bool vendor, enabled;
-};
-
-RuleView view(CRuleScan &scan, int index)
+// A rule as "name|sentence|action text|action type|mail type", with "|vendor"
+// for a vendor rule and "|off" for a disabled one.
+std::string describe(CRuleScan &scan, int index)
 {
     CExpression *rule = scan.GetExpression(index);
-    EXPECT_NE(rule, nullptr);
-    RuleView v{};
     if (!rule)
-        return v;
-    rule->GetName(v.name);
-    rule->GetRule(v.sentence);
-    rule->GetAction(v.actionText);
-    v.action = rule->GetAction();
-    v.type = rule->GetMailType();
-    v.vendor = rule->IsVendor();
-    v.enabled = rule->IsEnabled();
-    return v;
+        return "(none)";
+    static const char *const actions[] = {"del", "quar", "arch"};
+    static const char *const types[] = {"in", "out", "both"};
+    std::string name, sentence, action;
+    rule->GetName(name);
+    rule->GetRule(sentence);
+    rule->GetAction(action);
+    return name + "|" + sentence + "|" + action + "|" + actions[rule->GetAction()] + "|" +
+           types[rule->GetMailType()] + (rule->IsVendor() ? "|vendor" : "") +
+           (rule->IsEnabled() ? "" : "|off");
+}
+
+std::vector<std::string> rules(CRuleScan &scan)
+{
+    std::vector<std::string> out;
+    for (int i = 0; i < scan.GetCount(); ++i)
+        out.push_back(describe(scan, i));
+    return out;
 }
 
 std::vector<std::string> names(CRuleScan &scan)
 {
     std::vector<std::string> out;
-    for (int i = 0; i < scan.GetCount(); ++i)
-        out.push_back(view(scan, i).name);
+    for (const std::string &rule : rules(scan))
+        out.push_back(rule.substr(0, rule.find('|')));
     return out;
 }
 
 TEST(RuleLine, ParseLineTable)
 {
-    struct Row {
-        const char *line;
-        const char *error;   // null: accepted
-        const char *name, *sentence, *actionText;
-        ACT_TYPE action;
-        MAIL_TYPE type;
-    } rows[] = {
-        {"R1\\C\\SUBJ=\"a\\b\"\\DEL", nullptr, "R1", "SUBJ=\"a\\b\"", "DEL", ACT_DEL, MAIL_BOTH},
-        {"Big mails\\C\\SIZE>3000000\\QUAR\r\n", nullptr, "Big mails", "SIZE>3000000", "QUAR", ACT_QUAR, MAIL_BOTH},
-        {"R1\\A\\SIZE>10", nullptr, "R1", "SIZE>10", "", ACT_DEL, MAIL_INBOUND},
-        {"R1\\A\\SIZE>10\n", nullptr, "R1", "SIZE>10", "", ACT_DEL, MAIL_INBOUND},
-        {"\\Bxx\\FROM=I\"a,b\",SIZE<5\\DELETE \t\r", nullptr, "", "FROM=I\"a,b\",SIZE<5", "DELETE", ACT_DEL, MAIL_OUTBOUND},
-        {"R\\C\\SIZE>1\\ARCH\\more", nullptr, "R", "SIZE>1", "ARCH", ACT_ARCH, MAIL_BOTH},
-        {"R\\C\\SIZE>1\\BOGUS", nullptr, "R", "SIZE>1", "", ACT_DEL, MAIL_BOTH},
-        {"no backslash", "No Rule Name Error!", "", "", "", ACT_DEL, MAIL_BOTH},
-        {"R1\\A", "No Mail Type Error!", "", "", "", ACT_DEL, MAIL_BOTH},
-        {"R1\\X\\SIZE>1\\DEL", "Mail Type Error!", "", "", "", ACT_DEL, MAIL_BOTH},
-        {"R1\\a\\SIZE>1\\DEL", "Mail Type Error!", "", "", "", ACT_DEL, MAIL_BOTH},
-        {"R1\\X\\", "Mail Type Error!", "", "", "", ACT_DEL, MAIL_BOTH},
-        {"R1\\A\\\\DEL", "Sentence Syntax Error!", "", "", "", ACT_DEL, MAIL_BOTH},
-        {"R1\\A\\", "No Sentence Error!", "", "", "", ACT_DEL, MAIL_BOTH},
-        {"R1\\A\\SUBJ=\"a\\DEL", "No Sentence Error!", "", "", "", ACT_DEL, MAIL_BOTH},
-        {"R1\\A\\FOO=\"x\"\\DEL", "Sentence Syntax Error!", "", "", "", ACT_DEL, MAIL_BOTH},
-        {"R1\\A\\SUBJ=\"x\"y\\DEL", "Sentence Syntax Error!", "", "", "", ACT_DEL, MAIL_BOTH},
-        {"", "", "", "", "", ACT_DEL, MAIL_BOTH},
-        {"\r\n", "", "", "", "", ACT_DEL, MAIL_BOTH},
+    const std::pair<const char *, const char *> rows[] = {   // the rule, or the error
+        {"R1\\C\\SUBJ=\"a\\b\"\\DEL", "R1|SUBJ=\"a\\b\"|DEL|del|both"},
+        {"Big mails\\C\\SIZE>3000000\\QUAR\r\n", "Big mails|SIZE>3000000|QUAR|quar|both"},
+        {"R1\\A\\SIZE>10", "R1|SIZE>10||del|in"},
+        {"R1\\A\\SIZE>10\n", "R1|SIZE>10||del|in"},
+        {"\\Bxx\\FROM=I\"a,b\",SIZE<5\\DELETE \t\r", "|FROM=I\"a,b\",SIZE<5|DELETE|del|out"},
+        {"R\\C\\SIZE>1\\ARCH\\more", "R|SIZE>1|ARCH|arch|both"},
+        {"R\\C\\SIZE>1\\BOGUS", "R|SIZE>1||del|both"},
+        {"no backslash", "No Rule Name Error!"},
+        {"R1\\A", "No Mail Type Error!"},
+        {"R1\\X\\SIZE>1\\DEL", "Mail Type Error!"},
+        {"R1\\a\\SIZE>1\\DEL", "Mail Type Error!"},
+        {"R1\\X\\", "Mail Type Error!"},
+        {"R1\\A\\\\DEL", "Sentence Syntax Error!"},
+        {"R1\\A\\", "No Sentence Error!"},
+        {"R1\\A\\SUBJ=\"a\\DEL", "No Sentence Error!"},
+        {"R1\\A\\FOO=\"x\"\\DEL", "Sentence Syntax Error!"},
+        {"R1\\A\\SUBJ=\"x\"y\\DEL", "Sentence Syntax Error!"},
+        {"", ""},
+        {"\r\n", ""},
     };
-    for (const Row &row : rows) {
-        SCOPED_TRACE(row.line);
+    for (const auto &row : rows) {
         CRuleScan scan;
         char error[RULE_ERROR_SIZE] = "stale";
-        bool ok = scan.ParseLine(row.line, error);
-        ASSERT_EQ(ok, row.error == nullptr);
-        if (!ok) {
-            EXPECT_STREQ(error, row.error);
-            EXPECT_EQ(scan.GetCount(), 0);
-            continue;
-        }
-        ASSERT_EQ(scan.GetCount(), 1);
-        RuleView v = view(scan, 0);
-        EXPECT_EQ(v.name, row.name);
-        EXPECT_EQ(v.sentence, row.sentence);
-        EXPECT_EQ(v.actionText, row.actionText);
-        EXPECT_EQ(v.action, row.action);
-        EXPECT_EQ(v.type, row.type);
-        EXPECT_FALSE(v.vendor);
+        const bool ok = scan.ParseLine(row.first, error);
+        EXPECT_EQ(ok ? describe(scan, 0) : error, row.second) << row.first;
+        EXPECT_EQ(scan.GetCount(), ok ? 1 : 0) << row.first;
     }
     CRuleScan scan;
     char error[RULE_ERROR_SIZE];
     EXPECT_FALSE(scan.ParseLine(nullptr, error));
     EXPECT_TRUE(scan.ParseLine("V\\C\\SIZE>1\\DEL", error, true));
-    EXPECT_TRUE(view(scan, 0).vendor);
+    EXPECT_EQ(describe(scan, 0), "V|SIZE>1|DEL|del|both|vendor");
 }
 
 TEST(RuleLine, CheckSyntaxTable)
@@ -120,8 +103,7 @@ TEST(RuleLine, CheckSyntaxTable)
         {"R1\\A\\SIZE>10\\BOGUS", false, RULE_LINE_OK, 2, 4, 12},
         {"R1\\AB\\FOO\\DEL", true, RULE_LINE_BAD_SENTENCE, 2, 5, 9},
         {"R1\\Q\\SIZE>1\\DEL", true, RULE_LINE_BAD_TYPE, 2, 4, -1},
-        {"R1", true, RULE_LINE_NO_NAME, -1, -1, -1},
-        {"Name\\", true, RULE_LINE_NO_TYPE, 4, -1, -1},
+        {"R1", true, RULE_LINE_NO_NAME, -1, -1, -1}, {"Name\\", true, RULE_LINE_NO_TYPE, 4, -1, -1},
     };
     for (const Row &row : rows) {
         SCOPED_TRACE(row.line);
@@ -177,26 +159,18 @@ TEST(RuleFile, EnableTableBesideTheRuleFile)
     RulesTempDir dir;
     const std::string file = dir.file("spamrule.txt");
     rules_write_file(file, "A\\C\\SIZE>1\\DEL\nB\\C\\SIZE>1\\DEL\nC\\C\\SIZE>1\\DEL\nD\\C\\SIZE>1\\DEL\n");
-    struct Row {
-        const char *table;   // null: no table
-        std::vector<bool> enabled;
-    } rows[] = {
-        {"101", {true, false, true, true}},
-        {"0000000", {false, false, false, false}},
-        {"x0\n0", {true, false, true, false}},
-        {"", {true, true, true, true}},
-        {nullptr, {true, true, true, true}},
-    };
-    for (const Row &row : rows) {
-        SCOPED_TRACE(row.table ? row.table : "(none)");
+    const std::pair<const char *, const char *> rows[] = {   // table (null: none), enabled rules
+        {"101", "1011"}, {"0000000", "0000"}, {"x0\n0", "1010"}, {"", "1111"}, {nullptr, "1111"}};
+    for (const auto &row : rows) {
         std::remove(dir.file("spamruleEnable.txt").c_str());
-        if (row.table)
-            rules_write_file(dir.file("spamruleEnable.txt"), row.table);
+        if (row.first)
+            rules_write_file(dir.file("spamruleEnable.txt"), row.first);
         CRuleScan scan;
         ASSERT_TRUE(scan.Initialize(file.c_str()));
-        ASSERT_EQ(scan.GetCount(), 4);
-        for (int i = 0; i < 4; ++i)
-            EXPECT_EQ(view(scan, i).enabled, row.enabled[i]) << "rule " << i;
+        std::string enabled;
+        for (int i = 0; i < scan.GetCount(); ++i)
+            enabled += scan.GetExpression(i)->IsEnabled() ? "1" : "0";
+        EXPECT_EQ(enabled, row.second) << (row.first ? row.first : "(none)");
     }
 }
 
@@ -204,24 +178,17 @@ TEST(RuleList, AddGetAndDelete)
 {
     CRuleScan scan;
     char error[RULE_ERROR_SIZE];
-    for (const char *line : {"a\\C\\SIZE>1\\DEL", "b\\C\\SIZE>1\\DEL", "c\\C\\SIZE>1\\DEL",
-                             "d\\C\\SIZE>1\\DEL"})
-        ASSERT_TRUE(scan.ParseLine(line, error));
+    for (const char *name : {"a", "b", "c", "d"})
+        ASSERT_TRUE(scan.ParseLine((std::string(name) + "\\C\\SIZE>1\\DEL").c_str(), error));
     EXPECT_EQ(scan.GetExpression(4), nullptr);
     EXPECT_EQ(scan.GetExpression(-1), nullptr);
     EXPECT_FALSE(scan.DeleteExpression(4));
-    EXPECT_TRUE(scan.DeleteExpression(3));   // the tail
-    EXPECT_TRUE(scan.DeleteExpression(1));   // the middle
-    EXPECT_TRUE(scan.DeleteExpression(0));   // the head
-    EXPECT_EQ(names(scan), (std::vector<std::string>{"c"}));
-    CExpression *added = scan.AddExpression();
-    ASSERT_NE(added, nullptr);
-    added->SetName("e");
+    for (int index : {3, 1, 0})   // the tail, the middle, the head
+        EXPECT_TRUE(scan.DeleteExpression(index));
+    scan.AddExpression()->SetName("e");
     EXPECT_EQ(names(scan), (std::vector<std::string>{"c", "e"}));
     EXPECT_TRUE(scan.DeleteExpression(0));
     EXPECT_TRUE(scan.DeleteExpression(0));
-    EXPECT_EQ(scan.GetCount(), 0);
-    EXPECT_EQ(scan.AddExpression(nullptr), nullptr);
     ASSERT_TRUE(scan.ParseLine("f\\C\\SIZE>1\\DEL", error));
     EXPECT_EQ(names(scan), (std::vector<std::string>{"f"}));
 }
@@ -249,41 +216,30 @@ private:
 
 TEST(VendorRules, ImportedRulesFollowWithTheConfiguredAction)
 {
-    struct Row {
-        const char *setting;   // null: no settings at all
-        const char *actionText;
-        ACT_TYPE action;
-    } rows[] = {
-        {nullptr, "QUAR", ACT_QUAR},
-        {"[Anti-Spam(Vendor)]\nAction=delete\n", "DEL", ACT_DEL},
-        {"[Anti-Spam(Vendor)]\nAction=QUARANTINE\n", "QUAR", ACT_QUAR},
-        {"[Anti-Spam(Vendor)]\nAction=Archive\n", "ARCH", ACT_ARCH},
-        {"[Anti-Spam(Vendor)]\nAction=Deleted\n", "ARCH", ACT_ARCH},
-        {"[Other]\nx=1\n", "QUAR", ACT_QUAR},
+    const std::pair<const char *, std::string> rows[] = {   // settings (null: none), action
+        {nullptr, "QUAR|quar"},
+        {"[Anti-Spam(Vendor)]\nAction=delete\n", "DEL|del"},
+        {"[Anti-Spam(Vendor)]\nAction=QUARANTINE\n", "QUAR|quar"},
+        {"[Anti-Spam(Vendor)]\nAction=Archive\n", "ARCH|arch"},
+        {"[Anti-Spam(Vendor)]\nAction=Deleted\n", "ARCH|arch"},
+        {"[Other]\nx=1\n", "QUAR|quar"},
     };
-    for (const Row &row : rows) {
-        SCOPED_TRACE(row.setting ? row.setting : "(none)");
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.first ? row.first : "(none)");
         RulesTempDir dir;
         std::unique_ptr<ScopedSettings> settings;
-        if (row.setting)
-            settings.reset(new ScopedSettings(dir, row.setting));
-        rules_write_file(dir.file("vendor.txt"),
-                         "V1\\C\\SIZE>1\\DEL\nbroken\nV2\\A\\SUBJ=\"x\"\\ARCH\n" +
-                             std::string(600, 'x') + "\n");
+        if (row.first)
+            settings.reset(new ScopedSettings(dir, row.first));
+        rules_write_file(dir.file("vendor.txt"), "V1\\C\\SIZE>1\\DEL\nbroken\nV2\\A\\SUBJ=\"x\"\\ARCH\n" +
+                                                     std::string(600, 'x') + "\n");
         CRuleScan scan;
         char error[RULE_ERROR_SIZE];
         ASSERT_TRUE(scan.ParseLine("admin\\C\\SIZE>1\\DEL", error));
         ASSERT_TRUE(scan.LoadImportRuleFile(dir.file("vendor.txt").c_str()));
-        EXPECT_EQ(names(scan), (std::vector<std::string>{"admin", "V1", "V2"}));
-        EXPECT_FALSE(view(scan, 0).vendor);
-        for (int i = 1; i < 3; ++i) {
-            RuleView v = view(scan, i);
-            EXPECT_TRUE(v.vendor);
-            EXPECT_EQ(v.actionText, row.actionText);
-            EXPECT_EQ(v.action, row.action);
-        }
         EXPECT_FALSE(scan.LoadImportRuleFile(dir.file("missing").c_str()));
-        EXPECT_EQ(scan.GetCount(), 3);
+        EXPECT_EQ(rules(scan), (std::vector<std::string>{"admin|SIZE>1|DEL|del|both",
+                                                         "V1|SIZE>1|" + row.second + "|both|vendor",
+                                                         "V2|SUBJ=\"x\"|" + row.second + "|in|vendor"}));
     }
 }
 
@@ -297,8 +253,8 @@ TEST(VendorRules, SealedFileLoadsAndLeavesNoPlainCopy)
 
     CRuleScan scan;
     EXPECT_TRUE(scan.LoadEncrptFile(dir.file("sealed").c_str(), (work + "/").c_str()));
-    EXPECT_EQ(names(scan), (std::vector<std::string>{"S1", "S2"}));
-    EXPECT_TRUE(view(scan, 1).vendor);
+    EXPECT_EQ(rules(scan), (std::vector<std::string>{"S1|SIZE>1|QUAR|quar|both|vendor",
+                                                     "S2|SIZE<9|QUAR|quar|out|vendor"}));
 
     std::string damaged = rules_read_file(dir.file("sealed"));
     damaged.back() ^= 1;

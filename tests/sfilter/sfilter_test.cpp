@@ -15,39 +15,23 @@ namespace {
 
 TEST(SFilterPattern, ParseTable)
 {
-    struct Row {
-        const char *pattern;
-        bool headStar, tailStar, extHeadStar, extTailStar;
-        const char *head, *tail, *ext;
-    } rows[] = {
-        {"*", true, false, true, false, "", "", ""},
-        {"*.exe", true, false, true, false, "", "", "exe"},
-        {"setup.exe", false, false, false, false, "setup", "", "exe"},
-        {"setup.*", false, false, true, false, "setup", "", ""},
-        {"setup.e*", false, false, false, true, "setup", "", "e"},
-        {"setup.*x*", false, false, true, true, "setup", "", "x"},
-        {"re*me.txt", false, false, false, false, "re", "me", "txt"},
-        {"*re*me*.txt", true, true, true, true, "re", "me", "txt"},
-        {"a*b*c.d", false, false, false, false, "a", "b*c", "d"},
-        {"read*", false, true, false, true, "read", "", ""},
-        {"noext", false, false, false, false, "noext", "", ""},
-        {"a.b.c", false, false, false, false, "a.b", "", "c"},
-        {"x.abcdefghijklmnopqrstuvwxyz0123456789", false, false, false, false, "x", "",
-         "abcdefghijklmnopqrstuvwxyz012345"},   // the extension is cut at 32
+    // The pattern as "[*]head[*tail][*]|[*]ext[*]" with the stars it found.
+    const std::pair<const char *, const char *> rows[] = {
+        {"*", "*|*"}, {"*.exe", "*|*exe"}, {"setup.exe", "setup|exe"}, {"setup.*", "setup|*"},
+        {"setup.e*", "setup|e*"}, {"setup.*x*", "setup|*x*"}, {"re*me.txt", "re*me|txt"},
+        {"*re*me*.txt", "*re*me*|*txt*"}, {"a*b*c.d", "a*b*c|d"}, {"read*", "read*|*"},
+        {"noext", "noext|"}, {"a.b.c", "a.b|c"},
+        {"x.abcdefghijklmnopqrstuvwxyz0123456789", "x|abcdefghijklmnopqrstuvwxyz012345"},   // cut at 32
     };
-    for (const Row &row : rows) {
-        SCOPED_TRACE(row.pattern);
+    for (const auto &row : rows) {
         CSFRule rule;
-        rule.AddFilename(row.pattern);
+        rule.AddFilename(row.first);
         const Filename_Stru &p = rule.filenames.at(0);
-        EXPECT_EQ(p.headStar, row.headStar);
-        EXPECT_EQ(p.tailStar, row.tailStar);
-        EXPECT_EQ(p.extHeadStar, row.extHeadStar);
-        EXPECT_EQ(p.extTailStar, row.extTailStar);
-        EXPECT_STREQ(p.head, row.head);
-        EXPECT_STREQ(p.tail, row.tail);
-        EXPECT_STREQ(p.ext, row.ext);
-        EXPECT_STREQ(p.text, row.pattern);
+        EXPECT_EQ(std::string(p.headStar ? "*" : "") + p.head + (*p.tail ? "*" : "") + p.tail +
+                      (p.tailStar ? "*" : "") + "|" + (p.extHeadStar ? "*" : "") + p.ext +
+                      (p.extTailStar ? "*" : ""),
+                  row.second);
+        EXPECT_STREQ(p.text, row.first);
     }
 }
 
@@ -57,30 +41,21 @@ TEST(SFilterPattern, CheckFileNameTable)
         const char *pattern, *base, *ext;
         int expected;
     } rows[] = {
-        {"*", "anything", "at", 1},
-        {"*", "", "", 1},
-        {"*.exe", "setup", "exe", 1},
+        {"*", "anything", "at", 1}, {"*", "", "", 1}, {"*.exe", "setup", "exe", 1},
         {"*.exe", "setup", "myexe", 1},        // the base's star widens the extension
-        {"*.exe", "setup", "exe2", 0},
-        {"setup.exe", "setup", "exe", 1},
-        {"setup.exe", "setup2", "exe", 0},
-        {"setup.e*", "setup", "exe", 1},
-        {"setup.*e", "setup", "exe", 1},
-        {"setup.*x*", "setup", "exe", 1},
-        {"set*", "setup", "", 1},
+        {"*.exe", "setup", "exe2", 0}, {"setup.exe", "setup", "exe", 1},
+        {"setup.exe", "setup2", "exe", 0}, {"setup.e*", "setup", "exe", 1},
+        {"setup.*e", "setup", "exe", 1}, {"setup.*x*", "setup", "exe", 1}, {"set*", "setup", "", 1},
         {"set*", "setup", "exe", 1},           // "set*" also widens: ext begins with ""
-        {"*up.exe", "setup", "exe", 1},
-        {"*up.exe", "upset", "exe", 0},
-        {"noext", "noext", "", 1},
+        {"*up.exe", "setup", "exe", 1}, {"*up.exe", "upset", "exe", 0}, {"noext", "noext", "", 1},
         {"noext", "noext", "txt", 0},
         {"re*me.txt", "readme", "txt", 0},     // no outer star: whole-name test only
         {"*re*me*.txt", "readme", "txt", 1},
         {"*re*me*.txt", "mere", "txt", 0},     // "me" must come after "re"
-        {"*re*me.txt", "xreadme", "txt", 1},
-        {"*re*me.txt", "readmex", "txt", 0},
-        {"re*me*.txt", "readmex", "txt", 1},
-        {"re*me*.txt", "xreadme", "txt", 0},
+        {"*re*me.txt", "xreadme", "txt", 1}, {"*re*me.txt", "readmex", "txt", 0},
+        {"re*me*.txt", "readmex", "txt", 1}, {"re*me*.txt", "xreadme", "txt", 0},
         {"*ab*ba*.txt", "aba", "txt", 0},      // base shorter than head and tail
+        {"*re*me*.txt", "reme", "txt", 1},     // base exactly as long
     };
     for (const Row &row : rows) {
         SCOPED_TRACE(std::string(row.pattern) + " / " + row.base + "." + row.ext);
@@ -112,16 +87,13 @@ TEST(SFilterUsers, CheckHeaderListTable)
         bool caseSensitive, exact, expected;
     } rows[] = {
         {"Bob@X.com", "bob@x.com", false, true, true},
-        {"Bob@X.com", "bob@x.com", true, true, false},
-        {"Bob@X.com", "Bob@X.com", true, true, true},
+        {"Bob@X.com", "bob@x.com", true, true, false}, {"Bob@X.com", "Bob@X.com", true, true, true},
         {"a@y, bob@x.com ", "bob@x.com", false, true, true},
         {"bob@x.com", "*@x.com", false, true, false},      // exact: a star never matches
         {"bob@x.com", "*@x.com", false, false, true},
         {"bob@x.com", "x.com", false, false, true},        // pieces are unanchored
-        {"bob@x.com", "x.com", false, true, false},
-        {"", "x", false, false, false},
-        {nullptr, "x", false, false, false},
-        {"x", nullptr, false, false, false},
+        {"bob@x.com", "x.com", false, true, false}, {"", "x", false, false, false},
+        {nullptr, "x", false, false, false}, {"x", nullptr, false, false, false},
     };
     for (const Row &row : rows) {
         SCOPED_TRACE(std::string(row.field ? row.field : "(null)") + " ~ " +

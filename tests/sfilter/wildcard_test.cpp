@@ -1,5 +1,6 @@
 // Wildcard matching of header values (pieces in order, unanchored) and of
-// attachment file names (whole-name glob).
+// attachment file names (whole-name glob, checked against its literal
+// definition on random names and patterns).
 #include <gtest/gtest.h>
 
 #include <random>
@@ -18,85 +19,30 @@ struct Row {
 TEST(WildCardStringCompare, PiecesMustOccurInOrder)
 {
     const Row rows[] = {
-        {"hello", "", true},
-        {"", "*", true},
-        {"", "", true},
-        {"", "a", false},
+        {"hello", "", true}, {"", "*", true}, {"", "a", false},
         {"xxabcxx", "abc", true},         // no "*": a substring test
-        {"zzabbbcz", "a*c", true},
-        {"abcabc", "c*a", true},
-        {"abc", "c*a", false},
+        {"zzabbbcz", "a*c", true}, {"abcabc", "c*a", true}, {"abc", "c*a", false},
         {"a?c", "?", true},               // "?" is literal here
-        {"abc", "?", false},
-        {"abc", "*", true},
-        {"abc", "**", true},
-        {"abc", "a**c", true},
-        {"abc", "*c*", true},
+        {"abc", "?", false}, {"abc", "a**c", true}, {"abc", "*c*", true},
         {"aba", "ab*ba", false},          // pieces may not overlap
         {"ababa", "ab*ba", true},
-        {"free offer now", "*offer*", true},
         {"Offer", "offer", false},        // case is the caller's business
-        {"abc", "abcd", false},
-        {"aXbYc", "a*b*c", true},
-        {"cba", "a*b*c", false},
+        {"abc", "abcd", false}, {"cba", "a*b*c", false},
     };
     for (const Row &row : rows)
         EXPECT_EQ(WildCardStringCompare(row.text, row.pattern), row.expected)
             << "text \"" << row.text << "\" pattern \"" << row.pattern << "\"";
-}
-
-TEST(WildCardStringCompare, NullSidesNeverMatch)
-{
     EXPECT_FALSE(WildCardStringCompare(nullptr, "a"));
     EXPECT_FALSE(WildCardStringCompare("a", nullptr));
-}
-
-TEST(SplitByAsterisk, SplitsAtTheFirstStar)
-{
-    struct {
-        const char *pattern, *head, *tail;
-    } rows[] = {
-        {"abc", "abc", ""}, {"a*b*c", "a", "b*c"}, {"*x", "", "x"},
-        {"x*", "x", ""},    {"", "", ""},          {nullptr, "", ""},
-    };
-    for (const auto &row : rows) {
-        std::string head = "old", tail = "old";
-        SplitByAsterisk(row.pattern, head, tail);
-        EXPECT_EQ(head, row.head) << (row.pattern ? row.pattern : "(null)");
-        EXPECT_EQ(tail, row.tail) << (row.pattern ? row.pattern : "(null)");
-    }
 }
 
 TEST(WildCardFilenameCompare, WholeNameGlob)
 {
     const Row rows[] = {
-        {"readme", "read*", true},
-        {"readme", "*", true},
-        {"ab", "a?", true},
-        {"a", "a?", false},
-        {"Readme", "readme", false},
-        {"", "*", true},
-        {"", "", true},
-        {"", "?", false},
-        {"a.exe", "*.exe", true},
-        {"a.exe.txt", "*.exe", false},
-        {"exe", "*.exe", false},
-        {".exe", "*.exe", true},
-        {"abc", "abc", true},
-        {"abc", "ab", false},
-        {"ab", "abc", false},
-        {"abc", "a*c", true},
-        {"ac", "a*c", true},
-        {"abcbc", "a*bc", true},
-        {"abcbd", "a*bc", false},
-        {"abc", "*?", true},
-        {"", "**", true},
-        {"x", "*?*", true},
-        {"", "*?", false},
-        {"mississippi", "m*iss*ppi", true},
-        {"mississippi", "m*iss*x", false},
-        {"report.doc", "*.do?", true},
-        {"report.do", "*.do?", false},
+        {"readme", "read*", true}, {"ab", "a?", true}, {"a", "a?", false},
+        {"Readme", "readme", false}, {"", "*", true}, {"", "?", false},
+        {"a.exe.txt", "*.exe", false}, {"exe", "*.exe", false}, {".exe", "*.exe", true},
+        {"abcbd", "a*bc", false}, {"mississippi", "m*iss*ppi", true},
         // Many stars against a long name that never matches: the answer
         // must come without trying every way of splitting the name.
         {"aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa",
