@@ -17,41 +17,12 @@
 #include "mail/mail_info.h"
 #include "mail/mime_walk.h"
 #include "mail/temp_dir.h"
-#include "mail/transfer_codecs.h"
 #include "support/base_temp_dir.h"
+#include "support/mail_japanese_text.h"
 #include "support/mail_tnef_writer.h"
+#include "uu_lines.h"
 
 namespace {
-
-std::string Base64(const std::string &bytes)
-{
-    int length = 0;
-    char *encoded = to_base64(bytes.data(), int(bytes.size()), &length);
-    std::string out(encoded, size_t(length));
-    std::free(encoded);
-    return out;
-}
-
-// Traditional uuencode lines of up to 45 bytes.
-std::string Uuencode(const std::string &bytes)
-{
-    auto enc = [](unsigned v) { return char(v ? (v & 63) + 32 : '`'); };
-    std::string out;
-    for (size_t at = 0; at < bytes.size(); at += 45) {
-        std::string chunk = bytes.substr(at, 45);
-        out += enc(unsigned(chunk.size()));
-        for (size_t i = 0; i < chunk.size(); i += 3) {
-            unsigned char a = chunk[i], b = i + 1 < chunk.size() ? chunk[i + 1] : 0,
-                          c = i + 2 < chunk.size() ? chunk[i + 2] : 0;
-            out += enc(a >> 2);
-            out += enc(((a << 4) | (b >> 4)) & 63);
-            out += enc(((b << 2) | (c >> 6)) & 63);
-            out += enc(c & 63);
-        }
-        out += "\n";
-    }
-    return out + "`\nend\n";
-}
 
 std::string TnefStream()
 {
@@ -123,14 +94,14 @@ TEST(AttachmentOps, TnefNamesFromEncodedAttachments)
     } rows[] = {
         {"base64 application/ms-tnef",
          "--b\nContent-Type: application/ms-tnef; name=\"winmail.dat\"\n"
-         "Content-Transfer-Encoding: base64\n\n" + Base64(TnefStream()),
+         "Content-Transfer-Encoding: base64\n\n" + Base64Body(TnefStream()),
          true},
         {"base64, boundary never closed",
          "--b\nContent-Type: application/ms-tnef\nContent-Transfer-Encoding: base64\n\n" +
-             Base64(TnefStream()),
+             Base64Body(TnefStream()),
          false},
         {"uuencoded winmail.dat in a text body",
-         "--b\nContent-Type: text/plain\n\nsee attached\nbegin 644 WINMAIL.DAT\n" + Uuencode(TnefStream()),
+         "--b\nContent-Type: text/plain\n\nsee attached\nbegin 644 WINMAIL.DAT\n" + UuBlock(TnefStream()),
          true},
     };
     for (const Row &row : rows) {
@@ -157,13 +128,13 @@ TEST(AttachmentOps, AttachmentScanAddsTheirText)
                       std::string("\xd8\x79\xc6\x5b\xd8\x79\xc6\x5b", 8) + std::string(4, '\0');
     std::string mail = std::string(kTop) +
                        "--b\nContent-Type: application/ms-tnef\nContent-Transfer-Encoding: base64\n\n" +
-                       Base64(TnefStream()) +
+                       Base64Body(TnefStream()) +
                        "--b\nContent-Type: application/octet-stream; name=memo.txt\nContent-Transfer-Encoding: base64\n\n" +
-                       Base64("ordinary words\n") +
+                       Base64Body("ordinary words\n") +
                        "--b\nContent-Type: application/vnd.ms-excel; name=\"data.XLS\"\n"
-                       "Content-Transfer-Encoding: base64\n\n" + Base64(xls) +
+                       "Content-Transfer-Encoding: base64\n\n" + Base64Body(xls) +
                        "--b\nContent-Type: application/pdf; name=skip.pdf\nContent-Transfer-Encoding: base64\n\n" +
-                       Base64("pdf words") + "--b--\n";
+                       Base64Body("pdf words") + "--b--\n";
     Scanned off = Scan(mail, false);
     EXPECT_EQ(off.text.find("ordinary words"), std::string::npos);
     Scanned on = Scan(mail, true);
@@ -179,7 +150,7 @@ TEST(AttachmentOps, AttachmentTextThatCannotBeWrittenIsReported)
     const std::string mail = std::string(kTop) +
                              "--b\nContent-Type: application/octet-stream; name=memo.txt\n"
                              "Content-Transfer-Encoding: base64\n\n" +
-                             Base64("ordinary words\n") + "--b--\n";
+                             Base64Body("ordinary words\n") + "--b--\n";
     for (const char *textPath : {"/dev/full", ""}) {
         SCOPED_TRACE(textPath);
         TempDirScope temp;
@@ -203,7 +174,7 @@ TEST(AttachmentOps, EveryTnefNameIsListedAndItsTextRead)
         tnef.File(expected.back(), i == 250 ? "late secret words\n" : "bytes");
     }
     std::string mail = std::string(kTop) + "--b\nContent-Type: application/ms-tnef\nContent-Transfer-Encoding: base64\n\n" +
-                       Base64(tnef.bytes()) + "--b--\n";
+                       Base64Body(tnef.bytes()) + "--b--\n";
     for (bool attachScan : {false, true}) {
         SCOPED_TRACE(attachScan);
         TempDirScope temp;
