@@ -5,7 +5,6 @@
 #include <cstring>
 #include <stdexcept>
 #include <string>
-#include <vector>
 
 #include "mail/decode_master.h"
 #include "support/base_temp_dir.h"
@@ -62,10 +61,6 @@ TEST(DecodeMaster, UuAndXxLines)
     EXPECT_EQ(CDecodeMaster::uu_DEC('h', 1), 45);
     EXPECT_EQ(CDecodeMaster::uu_DEC('+', 1), 0);
     EXPECT_EQ(CDecodeMaster::uu_DEC('z', 1), 63);
-}
-
-TEST(DecodeMaster, TrimCRLF)
-{
     char text[] = "line\r\n\r\nXYZ";
     EXPECT_EQ(CDecodeMaster::TrimCRLF(text, 8), 4);
     EXPECT_STREQ(text, "line");
