@@ -178,6 +178,24 @@ TEST(AttachmentOps, EveryTnefNameIsListedAndItsTextRead)
     }
 }
 
+TEST(AttachmentOps, DecodedContentIsNamedByDirection)
+{
+    TempDirScope temp;
+    BaseTempDir work;
+    std::string df = work.write("DF", kTop + Part("application/x-a", "x") + "--b--\n");
+    CMailInfo info;
+    ASSERT_TRUE(GetAttachmentInfo(df.c_str(), nullptr, nullptr, &info));
+    for (int direction : {1, 0}) {
+        info.m_nDirection = direction;
+        ASSERT_TRUE(DecodeAttachmentContent(df.c_str(), info, 0));
+        const std::string &file = info.m_pAttach[0]->m_strTempFile;
+        EXPECT_EQ(file.substr(temp.dir().size() + 1, 3), direction ? "ATO" : "ATI") << file;
+        EXPECT_EQ(BaseTempDir::read(info.m_pAttach[0]->m_strTempFile2), "x");
+    }
+    info.ClearAttachTnefFileList();
+    EXPECT_EQ(FileCount(temp.dir()), 0u);
+}
+
 TEST(AttachmentOps, SmallOperations)
 {
     struct {

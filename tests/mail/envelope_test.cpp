@@ -18,30 +18,15 @@ namespace {
 const char kEncodedNihon[] = "=?ISO-2022-JP?B?GyRCRnxLXBsoQg==?=";
 const char kEucNihon[] = "\xC6\xFC\xCB\xDC";
 
-struct Envelope {
-    std::string from, to, cc, replyTo, subject, envelopeFrom, envelopeTo, a, receivedText;
-    int receivedTime;
-    auto Tie() const
-    {
-        return std::tie(from, to, cc, replyTo, subject, envelopeFrom, envelopeTo, a, receivedText,
-                        receivedTime);
-    }
-    bool operator==(const Envelope &o) const { return Tie() == o.Tie(); }
-};
-
-std::ostream &operator<<(std::ostream &out, const Envelope &e)
-{
-    return out << e.from << "|" << e.to << "|" << e.cc << "|" << e.replyTo << "|" << e.subject
-               << "|" << e.envelopeFrom << "|" << e.envelopeTo << "|" << e.a << "|"
-               << e.receivedText << "|" << e.receivedTime;
-}
+// From, To, Cc, Reply-To, Subject, envelope from and to, A, received text and time.
+using Envelope = std::tuple<std::string, std::string, std::string, std::string, std::string,
+                            std::string, std::string, std::string, std::string, int>;
 
 Envelope Read(const CMailInfo &info)
 {
-    return {info.m_strFrom,      info.m_strTo,         info.m_strCc,
-            info.m_strReplyTo,   info.m_strSubject,    info.m_strEnvelopeFrom,
-            info.m_strEnvelopeTo, info.m_strA,         info.m_strReceivedTime,
-            info.m_lReceivedTime};
+    return {info.m_strFrom,       info.m_strTo,         info.m_strCc, info.m_strReplyTo,
+            info.m_strSubject,    info.m_strEnvelopeFrom, info.m_strEnvelopeTo,
+            info.m_strA,          info.m_strReceivedTime, int(info.m_lReceivedTime)};
 }
 
 TEST(ParseAFInfo, StoresEachLetterInBothModes)

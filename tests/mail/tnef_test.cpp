@@ -365,6 +365,8 @@ TEST(TnefDecoder, SmallPieces)
     std::string dump = dump_tnef_attribute(record, high, 2);
     EXPECT_NE(dump.find("attPriority (atpShort) level 1"), std::string::npos);
     EXPECT_NE(dump.find("(High)"), std::string::npos);
+    const unsigned char low[] = {3, 0};
+    EXPECT_NE(dump_tnef_attribute(record, low, 2).find("(Low)"), std::string::npos);
     record.m_nId = attDateSent;
     const unsigned char date[] = {0xd2, 0x07, 12, 0, 20, 0, 18, 0, 2, 0, 39, 0, 5, 0};
     EXPECT_NE(dump_tnef_attribute(record, date, sizeof date).find("Friday 2002-12-20 18:02:39"),
