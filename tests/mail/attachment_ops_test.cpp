@@ -17,41 +17,12 @@
 #include "mail/mail_info.h"
 #include "mail/mime_walk.h"
 #include "mail/temp_dir.h"
-#include "mail/transfer_codecs.h"
 #include "support/base_temp_dir.h"
+#include "support/mail_japanese_text.h"
 #include "support/mail_tnef_writer.h"
+#include "uu_lines.h"
 
 namespace {
-
-std::string Base64(const std::string &bytes)
-{
-    int length = 0;
-    char *encoded = to_base64(bytes.data(), int(bytes.size()), &length);
-    std::string out(encoded, size_t(length));
-    std::free(encoded);
-    return out;
-}
-
-// Traditional uuencode lines of up to 45 bytes.
-std::string Uuencode(const std::string &bytes)
-{
-    auto enc = [](unsigned v) { return char(v ? (v & 63) + 32 : '`'); };
-    std::string out;
-    for (size_t at = 0; at < bytes.size(); at += 45) {
-        std::string chunk = bytes.substr(at, 45);
-        out += enc(unsigned(chunk.size()));
-        for (size_t i = 0; i < chunk.size(); i += 3) {
-            unsigned char a = chunk[i], b = i + 1 < chunk.size() ? chunk[i + 1] : 0,
-                          c = i + 2 < chunk.size() ? chunk[i + 2] : 0;
-            out += enc(a >> 2);
-            out += enc(((a << 4) | (b >> 4)) & 63);
-            out += enc(((b << 2) | (c >> 6)) & 63);
-            out += enc(c & 63);
-        }
-        out += "\n";
-    }
-    return out + "`\nend\n";
-}
 
 std::string TnefStream()
 {
@@ -110,9 +81,16 @@ Scanned Scan(const std::string &mail, bool attachScan)
     return out;
 }
 
-const char kTop[] = "From: a@example.com\nSubject: s\nMIME-Version: 1.0\n"
-                    "Content-Type: multipart/mixed; boundary=\"b\"\n\n"
-                    "--b\nContent-Type: text/plain\n\nbody words\n";
+const std::string kTop = "From: a@example.com\nSubject: s\nMIME-Version: 1.0\n"
+                         "Content-Type: multipart/mixed; boundary=\"b\"\n\n"
+                         "--b\nContent-Type: text/plain\n\nbody words\n";
+
+// A base64 part of that type holding the bytes.
+std::string Part(const std::string &type, const std::string &bytes)
+{
+    return "--b\nContent-Type: " + type + "\nContent-Transfer-Encoding: base64\n\n" +
+           Base64Body(bytes);
+}
 
 TEST(AttachmentOps, TnefNamesFromEncodedAttachments)
 {
@@ -121,16 +99,10 @@ TEST(AttachmentOps, TnefNamesFromEncodedAttachments)
         std::string part;
         bool closed;
     } rows[] = {
-        {"base64 application/ms-tnef",
-         "--b\nContent-Type: application/ms-tnef; name=\"winmail.dat\"\n"
-         "Content-Transfer-Encoding: base64\n\n" + Base64(TnefStream()),
-         true},
-        {"base64, boundary never closed",
-         "--b\nContent-Type: application/ms-tnef\nContent-Transfer-Encoding: base64\n\n" +
-             Base64(TnefStream()),
-         false},
+        {"base64", Part("application/ms-tnef; name=\"winmail.dat\"", TnefStream()), true},
+        {"base64, boundary never closed", Part("application/ms-tnef", TnefStream()), false},
         {"uuencoded winmail.dat in a text body",
-         "--b\nContent-Type: text/plain\n\nsee attached\nbegin 644 WINMAIL.DAT\n" + Uuencode(TnefStream()),
+         "--b\nContent-Type: text/plain\n\nsee attached\nbegin 644 WINMAIL.DAT\n" + UuBlock(TnefStream()),
          true},
     };
     for (const Row &row : rows) {
@@ -142,10 +114,9 @@ TEST(AttachmentOps, TnefNamesFromEncodedAttachments)
         const Attach_Stru &attach = *got.info->m_pAttach[0];
         EXPECT_TRUE(attach.m_bTnef);
         EXPECT_EQ(TnefNames(attach), (std::vector<std::string>{"report.doc", "notes.txt"}));
-        EXPECT_TRUE(attach.m_strTempFile.empty());
-        EXPECT_TRUE(attach.m_strTempFile2.empty());
+        EXPECT_TRUE(attach.m_strTempFile.empty() && attach.m_strTempFile2.empty());
         EXPECT_EQ(FileCount(temp.dir()), 0u);
-        EXPECT_FALSE(got.text.find("secret plan") != std::string::npos);
+        EXPECT_EQ(got.text.find("secret plan"), std::string::npos);
     }
 }
 
@@ -155,15 +126,10 @@ TEST(AttachmentOps, AttachmentScanAddsTheirText)
     std::string xls = std::string("\xd0\xcf\x11\xe0\x01\x02", 6) + "Quarterly figures" + '\x01' +
                       std::string("C\0o\0n\0f\0i\0d\0e\0n\0t\0i\0a\0l\0", 24) + '\x02' + '\x03' +
                       std::string("\xd8\x79\xc6\x5b\xd8\x79\xc6\x5b", 8) + std::string(4, '\0');
-    std::string mail = std::string(kTop) +
-                       "--b\nContent-Type: application/ms-tnef\nContent-Transfer-Encoding: base64\n\n" +
-                       Base64(TnefStream()) +
-                       "--b\nContent-Type: application/octet-stream; name=memo.txt\nContent-Transfer-Encoding: base64\n\n" +
-                       Base64("ordinary words\n") +
-                       "--b\nContent-Type: application/vnd.ms-excel; name=\"data.XLS\"\n"
-                       "Content-Transfer-Encoding: base64\n\n" + Base64(xls) +
-                       "--b\nContent-Type: application/pdf; name=skip.pdf\nContent-Transfer-Encoding: base64\n\n" +
-                       Base64("pdf words") + "--b--\n";
+    std::string mail = kTop + Part("application/ms-tnef", TnefStream()) +
+                       Part("application/octet-stream; name=memo.txt", "ordinary words\n") +
+                       Part("application/vnd.ms-excel; name=\"data.XLS\"", xls) +
+                       Part("application/pdf; name=skip.pdf", "pdf words") + "--b--\n";
     Scanned off = Scan(mail, false);
     EXPECT_EQ(off.text.find("ordinary words"), std::string::npos);
     Scanned on = Scan(mail, true);
@@ -176,10 +142,8 @@ TEST(AttachmentOps, AttachmentScanAddsTheirText)
 
 TEST(AttachmentOps, AttachmentTextThatCannotBeWrittenIsReported)
 {
-    const std::string mail = std::string(kTop) +
-                             "--b\nContent-Type: application/octet-stream; name=memo.txt\n"
-                             "Content-Transfer-Encoding: base64\n\n" +
-                             Base64("ordinary words\n") + "--b--\n";
+    const std::string mail =
+        kTop + Part("application/octet-stream; name=memo.txt", "ordinary words\n") + "--b--\n";
     for (const char *textPath : {"/dev/full", ""}) {
         SCOPED_TRACE(textPath);
         TempDirScope temp;
@@ -202,8 +166,7 @@ TEST(AttachmentOps, EveryTnefNameIsListedAndItsTextRead)
         expected.push_back(i == 250 ? "late.txt" : "f" + std::to_string(i) + ".bin");
         tnef.File(expected.back(), i == 250 ? "late secret words\n" : "bytes");
     }
-    std::string mail = std::string(kTop) + "--b\nContent-Type: application/ms-tnef\nContent-Transfer-Encoding: base64\n\n" +
-                       Base64(tnef.bytes()) + "--b--\n";
+    std::string mail = kTop + Part("application/ms-tnef", tnef.bytes()) + "--b--\n";
     for (bool attachScan : {false, true}) {
         SCOPED_TRACE(attachScan);
         TempDirScope temp;
@@ -213,6 +176,24 @@ TEST(AttachmentOps, EveryTnefNameIsListedAndItsTextRead)
         EXPECT_EQ(got.text.find("late secret words") != std::string::npos, attachScan);
         EXPECT_EQ(FileCount(temp.dir()), 0u);
     }
+}
+
+TEST(AttachmentOps, DecodedContentIsNamedByDirection)
+{
+    TempDirScope temp;
+    BaseTempDir work;
+    std::string df = work.write("DF", kTop + Part("application/x-a", "x") + "--b--\n");
+    CMailInfo info;
+    ASSERT_TRUE(GetAttachmentInfo(df.c_str(), nullptr, nullptr, &info));
+    for (int direction : {1, 0}) {
+        info.m_nDirection = direction;
+        ASSERT_TRUE(DecodeAttachmentContent(df.c_str(), info, 0));
+        const std::string &file = info.m_pAttach[0]->m_strTempFile;
+        EXPECT_EQ(file.substr(temp.dir().size() + 1, 3), direction ? "ATO" : "ATI") << file;
+        EXPECT_EQ(BaseTempDir::read(info.m_pAttach[0]->m_strTempFile2), "x");
+    }
+    info.ClearAttachTnefFileList();
+    EXPECT_EQ(FileCount(temp.dir()), 0u);
 }
 
 TEST(AttachmentOps, SmallOperations)
@@ -227,8 +208,7 @@ TEST(AttachmentOps, SmallOperations)
     EXPECT_FALSE(AttachDecodeComp::IsIncluded(nullptr));
 
     struct {
-        const char *in;
-        const char *out;
+        const char *in, *out;
     } strings[] = {
         {"plain.doc", "plain.doc"},
         {"\xe7\xa7\x98\xe5\xaf\x86.doc", "\xc8\xeb\xcc\xa9.doc"},        // UTF-8

@@ -57,10 +57,8 @@ TEST(ChineseOracle, Gb2312ThroughIso2022Cn)
     ASSERT_TRUE(Oracle("EUC-CN", "ISO-2022-CN")(euc, &encoded));
     EXPECT_EQ(TakeText(fromISO2022(encoded.c_str(), CHARSET_EUC)), euc);
     EXPECT_EQ(TakeText(fromANY(encoded.c_str(), CHARSET_EUC)), euc);
-    // Line by line the bytes are iconv's: designation once per line, SO
-    // before the first character, SI before ASCII and at the line end. (A
-    // whole text is not compared byte for byte: glibc 2.36 repeats an SO
-    // where its internal buffer ends.)
+    // Line by line the bytes are iconv's (a whole text is not: glibc repeats
+    // an SO where its internal buffer ends).
     Oracle lineOracle("EUC-CN", "ISO-2022-CN");
     for (size_t at = 0; at < euc.size();) {
         const size_t end = std::min(euc.find('\n', at), euc.size() - 1) + 1;
@@ -81,7 +79,7 @@ TEST(ChineseOracle, Big5AndEucTwThroughCnsPlanes)
     Oracle isoText("ISO-2022-CN-EXT", "UTF-8");
     size_t converted = 0;
     // Each character follows the Big5 ideographic space, whose trail byte
-    // tells Big5 from EUC-TW (a text of high bytes only reads as EUC-TW).
+    // tells Big5 from EUC-TW.
     const std::string space = "\xA1\x40";
     std::string eucSpace;
     ASSERT_TRUE(toEucTw(space, &eucSpace));
@@ -91,8 +89,7 @@ TEST(ChineseOracle, Big5AndEucTwThroughCnsPlanes)
             continue;
         const std::string iso = TakeText(toCNforTWN((space + c).c_str()));
         // The same characters (Big5 has a few duplicates, so compare text).
-        std::string expected;
-        std::string again;
+        std::string expected, again;
         ASSERT_TRUE(big5Text(space + c, &expected));
         ASSERT_TRUE(isoText(iso, &again)) << iso;
         EXPECT_EQ(again, expected);

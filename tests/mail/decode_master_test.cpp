@@ -5,31 +5,13 @@
 #include <cstring>
 #include <stdexcept>
 #include <string>
-#include <vector>
 
 #include "mail/decode_master.h"
 #include "support/base_temp_dir.h"
 #include "support/mail_codec_fixtures.h"
+#include "uu_lines.h"
 
 namespace {
-
-// uuencodes (or XXencodes) one line of at most 45 bytes.
-std::string EncodeLine(const std::string &bytes, bool xx)
-{
-    static const char kXX[] = "+-0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
-    auto ch = [xx](int v) { return xx ? kXX[v & 63] : static_cast<char>(v ? 32 + v : '`'); };
-    std::string line(1, ch(static_cast<int>(bytes.size())));
-    for (size_t i = 0; i < bytes.size(); i += 3) {
-        unsigned char b[3] = {0, 0, 0};
-        for (size_t k = 0; k < 3 && i + k < bytes.size(); ++k)
-            b[k] = static_cast<unsigned char>(bytes[i + k]);
-        line += ch(b[0] >> 2);
-        line += ch((b[0] & 3) << 4 | b[1] >> 4);
-        line += ch((b[1] & 15) << 2 | b[2] >> 6);
-        line += ch(b[2] & 63);
-    }
-    return line;
-}
 
 std::string FromUU(const std::string &line)
 {
@@ -59,18 +41,18 @@ TEST(DecodeMaster, UuAndXxLines)
     std::string bytes45;
     for (int i = 0; i < 45; ++i)
         bytes45 += static_cast<char>(i * 37 + 5);
-    const std::string uu = EncodeLine(bytes45, false);
+    const std::string uu = UuLine(bytes45);
     ASSERT_EQ(uu[0], 'M');
     EXPECT_EQ(FromUU(uu), bytes45);
-    const std::string xx = EncodeLine(bytes45, true);
+    const std::string xx = UuLine(bytes45, true);
     ASSERT_EQ(xx[0], 'h');
     EXPECT_EQ(FromUU(xx), bytes45);
-    EXPECT_EQ(FromUU(EncodeLine("Hi!!", false)), "Hi!!");
+    EXPECT_EQ(FromUU(UuLine("Hi!!")), "Hi!!");
     EXPECT_EQ(FromUU("end"), "<null>");
     EXPECT_EQ(FromUU(""), "<null>");
     EXPECT_EQ(FromUU("`"), "<null>");          // count 0
     // Trailing blanks (value 0) stripped in transit read back as zeros.
-    std::string zeros = EncodeLine(std::string("A\0\0\0\0\0", 6), false);
+    std::string zeros = UuLine(std::string("A\0\0\0\0\0", 6));
     zeros.erase(zeros.find_last_not_of(" `") + 1);
     EXPECT_EQ(FromUU(zeros), std::string("A\0\0\0\0\0", 6));
     CDecodeMaster dm;
@@ -79,10 +61,6 @@ TEST(DecodeMaster, UuAndXxLines)
     EXPECT_EQ(CDecodeMaster::uu_DEC('h', 1), 45);
     EXPECT_EQ(CDecodeMaster::uu_DEC('+', 1), 0);
     EXPECT_EQ(CDecodeMaster::uu_DEC('z', 1), 63);
-}
-
-TEST(DecodeMaster, TrimCRLF)
-{
     char text[] = "line\r\n\r\nXYZ";
     EXPECT_EQ(CDecodeMaster::TrimCRLF(text, 8), 4);
     EXPECT_STREQ(text, "line");
@@ -103,7 +81,7 @@ TEST(DecodeMaster, DecodesFilesLineByLine)
         {CDecodeMaster::QPRINT, "a=3Db=\r\nc\r\nd =\n", "a=bcd "},
         {CDecodeMaster::QPRINT, "=4\n1\nok\n", "1ok"},                // a broken escape line fails alone
         {CDecodeMaster::UUENCODE,
-         EncodeLine("hello ", false) + "\n`\nend\n", "hello "},
+         UuLine("hello ") + "\n`\nend\n", "hello "},
     };
     for (const auto &r : rows) {
         const std::string in = dir.write("in.txt", r.input);

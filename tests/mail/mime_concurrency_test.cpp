@@ -2,7 +2,6 @@
 // own state, and the temporary files of one never meet another's.
 #include <dirent.h>
 
-#include <cstdlib>
 #include <memory>
 #include <string>
 #include <thread>
@@ -14,8 +13,8 @@
 #include "mail/mail_info.h"
 #include "mail/mime_walk.h"
 #include "mail/temp_dir.h"
-#include "mail/transfer_codecs.h"
 #include "support/base_temp_dir.h"
+#include "support/mail_japanese_text.h"
 #include "support/mail_tnef_writer.h"
 
 namespace {
@@ -25,14 +24,10 @@ std::string MailWithTnef(int serial)
     TnefWriter tnef;
     std::string secret = "secret number " + std::to_string(serial) + "\n";
     tnef.MessageHeader("s").File("notes.txt", secret).File("same.txt", secret);
-    int length = 0;
-    char *encoded = to_base64(tnef.bytes().data(), int(tnef.bytes().size()), &length);
-    std::string mail = "Subject: mail " + std::to_string(serial) +
-                       "\nMIME-Version: 1.0\nContent-Type: multipart/mixed; boundary=b\n\n"
-                       "--b\nContent-Type: application/ms-tnef\nContent-Transfer-Encoding: base64\n\n" +
-                       std::string(encoded, size_t(length)) + "--b--\n";
-    std::free(encoded);
-    return mail;
+    return "Subject: mail " + std::to_string(serial) +
+           "\nMIME-Version: 1.0\nContent-Type: multipart/mixed; boundary=b\n\n"
+           "--b\nContent-Type: application/ms-tnef\nContent-Transfer-Encoding: base64\n\n" +
+           Base64Body(tnef.bytes()) + "--b--\n";
 }
 
 TEST(MimeConcurrency, ThreadsWalkAndDecodeTnefAtOnce)

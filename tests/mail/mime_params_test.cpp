@@ -3,6 +3,7 @@
 // header is read whole and cut at every byte: the reader must give the same
 // parameters however its input is split.
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -11,33 +12,14 @@
 
 namespace {
 
-struct Read {
-    bool present = false;
-    std::string value, charset;
-    bool extended = false;
-    int plainCount = 0;
-    bool anyExtended = false;
-    bool operator==(const Read &o) const
-    {
-        return present == o.present && value == o.value && charset == o.charset &&
-               extended == o.extended && plainCount == o.plainCount && anyExtended == o.anyExtended;
-    }
-};
-
-std::ostream &operator<<(std::ostream &out, const Read &r)
-{
-    return out << "{" << r.present << ", \"" << r.value << "\", \"" << r.charset << "\", "
-               << r.extended << ", " << r.plainCount << ", " << r.anyExtended << "}";
-}
+// Present, value, charset, extended, plain count, any extended.
+using Read = std::tuple<bool, std::string, std::string, bool, int, bool>;
 
 Read Param(const MimeParamReader &reader, const char *name)
 {
-    Read read;
-    if (const MimeParam *param = reader.Find(name)) {
-        read = {true, param->value, param->charset, param->extended, param->plainCount,
-                param->anyExtended};
-    }
-    return read;
+    const MimeParam *p = reader.Find(name);
+    return p ? Read{true, p->value, p->charset, p->extended, p->plainCount, p->anyExtended}
+             : Read{false, "", "", false, 0, false};
 }
 
 // The header value fed in pieces cut at the given offsets.

@@ -1,11 +1,8 @@
 // The walk's text and attachment records are the same bytes whether lines
-// without anything to convert take the short way or every line goes through
-// detection and conversion (MimeTextPath::kReference): plain, Japanese in
-// every code, encoded words, quoted-printable, base64, uuencode, long lines,
-// text past the in-memory buffer, and encoded lines cut at every byte. A
-// failed write of the spilled text reaches the walk's caller. The run-wise
-// loops of the converters, the detector and the quoted-printable decoder
-// give what their byte-at-a-time forms give, on texts cut at every byte.
+// with nothing to convert take the short way or every line goes through
+// detection and conversion (MimeTextPath::kReference); the run-wise loops of
+// the converters, the detector and the quoted-printable decoder give what
+// their byte-at-a-time forms give, on texts cut at every byte.
 #include <cstdio>
 #include <memory>
 #include <random>
@@ -15,6 +12,7 @@
 
 #include "mail/mail_info.h"
 #include "mail/mime_walk.h"
+#include "support/base_temp_dir.h"
 #include "support/byte_loop_paths.h"
 #include "support/mail_japanese_text.h"
 #include "support/mail_piece_file.h"
@@ -23,24 +21,17 @@
 namespace
 {
 
-std::string Part(const std::string &boundary, const std::string &headers, const std::string &body)
-{
-    return "--" + boundary + "\r\n" + headers + "\r\n" + body;
-}
-
 // A multipart mail of the given text parts, after headers with encoded words.
 std::string Multipart(const std::vector<std::pair<std::string, std::string>> &parts)
 {
-    const std::string b = "b0";
     std::string mail = "From: a@example.com\r\n"
                        "Subject: =?ISO-2022-JP?B?GyRCMnE1RBsoQg==?= plain =?x?y\r\n"
                        "X-Raw: \x1b$B2q5D\x1b(B and \xb2\xf1 and \x0e\x0f\r\n"
                        "MIME-Version: 1.0\r\n"
-                       "Content-Type: multipart/mixed; boundary=\"" +
-                       b + "\"\r\n\r\npreamble\r\n";
+                       "Content-Type: multipart/mixed; boundary=\"b0\"\r\n\r\npreamble\r\n";
     for (const auto &part : parts)
-        mail += Part(b, part.first, part.second);
-    return mail + "--" + b + "--\r\n";
+        mail += "--b0\r\n" + part.first + "\r\n" + part.second;
+    return mail + "--b0--\r\n";
 }
 
 std::string TextHeaders(const char *charset, const char *encoding)
@@ -134,8 +125,7 @@ TEST(MimeTextPaths, LongLinesAndShapesGiveTheSameBytes)
 
 TEST(MimeTextPaths, EncodedLinesCutAtEveryByte)
 {
-    // ASCII, then Japanese, then ASCII in one text line: each cut puts the
-    // plain piece before or after the one to convert.
+    // Each cut puts the plain piece before or after the one to convert.
     std::mt19937 random(3);
     std::string euc = "ab cd " + RandomJapaneseText(random, 1) + "ef gh\r\nij\r\n";
     for (const Code &code : kCodes) {
@@ -186,17 +176,12 @@ TEST(MimeTextPaths, AFailedSpillReachesTheCaller)
         bool fails;
     } kRows[] = {{1000, false}, {150000, true}};
     for (const auto &row : kRows) {
-        std::string mail = "Subject: x\n\n" + std::string(row.textBytes, 'z') + "\n";
-        std::string path = ::testing::TempDir() + "ov_text_paths_df";
-        FILE *out = std::fopen(path.c_str(), "wb");
-        ASSERT_TRUE(out);
-        ASSERT_EQ(std::fwrite(mail.data(), 1, mail.size(), out), mail.size());
-        ASSERT_EQ(std::fclose(out), 0);
+        BaseTempDir dir;
+        std::string path = dir.write("DF", "Subject: x\n\n" + std::string(row.textBytes, 'z') + "\n");
         auto buf = std::make_unique<MEMBUF>();
         CMailInfo info;
         EXPECT_TRUE(GetAttachmentInfo(path.c_str(), buf.get(), "/dev/full", &info));
         EXPECT_EQ(info.m_bTextWriteFailed, row.fails) << row.textBytes;
-        std::remove(path.c_str());
     }
 }
 

@@ -99,7 +99,7 @@ TEST(DecodeStr, Rfc2047Runs)
         {"a " + kWordA + " b", "a " + kJisA + " b"},
         // A Shift_JIS character split over two words survives.
         {"=?SHIFT_JIS?B?gg==?= =?shift_jis?B?oA==?=", kJisA},
-        {"=?EUC-JP?B?pKI=?=", kJisA},
+        {"=?EUC-JP?b?pKI=?=", kJisA},
         {"=?x?Q?a_b?=", "a b"},
         {"=?x?Q?a?= =?y?Q?b?=", "ab"},
         {"=?x?B?QQ=x?= kept", "=?x?B?QQ=x?= kept"},

@@ -1,6 +1,5 @@
-// Base64 and Quoted-Printable over one buffer: the decoders' handling of
-// padding, stray characters, escapes and trailing blanks, the encoders' line
-// layout, and round trips over every byte value.
+// Base64 and Quoted-Printable over one buffer: padding, stray characters,
+// escapes and trailing blanks, the encoders' line layout, and round trips.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -10,34 +9,18 @@
 
 namespace {
 
-std::string B64Decode(const std::string &in)
+// One codec over a copy of the input (the QP decoder writes a NUL at [len]).
+template <class Codec> std::string Run(Codec codec, std::string in)
 {
     int n = -1;
-    char *p = from_base64(in.data(), static_cast<int>(in.size()), &n);
+    char *p = codec(&in[0], static_cast<int>(in.size()), &n);
     return p ? TakeBytes(p, n) : "<null>";
 }
 
-std::string QpDecode(const std::string &in)
-{
-    std::string buffer = in;   // the decoder writes a NUL at [len]
-    int n = -1;
-    char *p = from_qprint(buffer.data(), static_cast<int>(in.size()), &n);
-    return p ? TakeBytes(p, n) : "<null>";
-}
-
-std::string B64Encode(const std::string &in)
-{
-    int n = -1;
-    char *p = to_base64(in.data(), static_cast<int>(in.size()), &n);
-    return p ? TakeBytes(p, n) : "<null>";
-}
-
-std::string QpEncode(const std::string &in)
-{
-    int n = -1;
-    char *p = to_qprint(in.data(), static_cast<int>(in.size()), &n);
-    return p ? TakeBytes(p, n) : "<null>";
-}
+std::string B64Decode(const std::string &in) { return Run(from_base64, in); }
+std::string QpDecode(const std::string &in) { return Run(from_qprint, in); }
+std::string B64Encode(const std::string &in) { return Run(to_base64, in); }
+std::string QpEncode(const std::string &in) { return Run(to_qprint, in); }
 
 TEST(Base64Decode, PaddingStrayCharactersAndFailures)
 {
@@ -51,6 +34,7 @@ TEST(Base64Decode, PaddingStrayCharactersAndFailures)
         {"QQ=", "<null>"},             // ... also at the very end
         {"QU\r\nJD", "ABC"},           // line breaks and other characters skipped
         {" Q U J D !", "ABC"},
+        {"QU\xE9J\r\nD QQ\n==", "ABCA"},   // strays inside groups and their padding
         {"QUJDQQ==QUJD", "ABCAABC"},   // padding ends a group, decoding goes on
         {"QUI", "AB"},                 // unpadded: the completed bytes
         {"Q", ""},
@@ -87,49 +71,6 @@ TEST(Base64, RoundTripsEveryByteAndLength)
         const std::string in = (all + all).substr(len % 7, len);
         EXPECT_EQ(B64Decode(B64Encode(in)), in) << len;
     }
-}
-
-TEST(Base64, LongBodiesInAnyLineLayout)
-{
-    // Random bytes, encoded, then laid out again: lines of several widths
-    // with CR LF or LF, stray characters between and inside groups, and
-    // texts cut short of a group. The decoder must give the bytes back.
-    std::string bytes;
-    unsigned seed = 12345;
-    for (int i = 0; i < 30001; ++i) {   // ends in "==" padding
-        seed = seed * 1103515245 + 12345;
-        bytes += static_cast<char>(seed >> 16);
-    }
-    std::string flat;
-    for (char c : B64Encode(bytes))
-        if (c != '\r' && c != '\n')
-            flat += c;
-    const struct {
-        size_t width;
-        const char *lineBreak;
-        size_t strayEvery;   // 0: none
-        const char *stray;
-    } layouts[] = {
-        {76, "\r\n", 0, ""},   {60, "\r\n", 0, ""}, {64, "\n", 0, ""},
-        {32, "\r\n", 0, ""},   {72, "\n", 0, ""},   {76, "\r\n", 997, " "},
-        {76, "\r\n", 301, "\xE9"}, {4000, "\r\n", 0, ""}, {76, " \r\n", 0, ""},
-        {100000, "", 0, ""},  {76, "\r\n", 150, "\r\n"},
-    };
-    for (const auto &l : layouts) {
-        std::string text;
-        for (size_t at = 0; at < flat.size(); at += l.width) {
-            const std::string line = flat.substr(at, l.width);
-            for (size_t k = 0; k < line.size(); ++k) {
-                if (l.strayEvery && (at + k) % l.strayEvery == l.strayEvery - 1)
-                    text += l.stray;
-                text += line[k];
-            }
-            text += l.lineBreak;
-        }
-        EXPECT_EQ(B64Decode(text), bytes) << l.width << " " << l.strayEvery;
-    }
-    // Cut inside a group: the whole bytes of what is left.
-    EXPECT_EQ(B64Decode(flat.substr(0, 4002)), bytes.substr(0, 3001));
 }
 
 TEST(QuotedPrintableDecode, EscapesSoftBreaksAndTrailingBlanks)
@@ -171,13 +112,10 @@ TEST(QuotedPrintableEncode, EscapesAndLineLength)
     // An escape that would pass column 75 moves to the next line whole.
     EXPECT_EQ(QpEncode(std::string(74, 'x') + "="),
               std::string(74, 'x') + "=\r\n=3D");
-    const std::string escaped = QpEncode(std::string(100, '\xFF'));
-    for (size_t start = 0, end; start < escaped.size(); start = end + 2) {
-        end = escaped.find("\r\n", start);
-        if (end == std::string::npos)
-            end = escaped.size();
-        EXPECT_LE(end - start, 76u);
-    }
+    std::string escaped;
+    for (int i = 0; i < 25; ++i)
+        escaped += "=FF";
+    EXPECT_EQ(QpEncode(std::string(40, '\xFF')), escaped + "=\r\n" + escaped.substr(0, 45));
 }
 
 TEST(QuotedPrintable, RoundTripsEveryByte)
