@@ -25,7 +25,7 @@ public:
         ovux_log = &m_log;
     }
     ~CapturedDebugLog() { ovux_log = m_saved; }
-    std::string text() const { return BaseTempDir::read(m_file); }
+    std::string text() const { return ReadFile(m_file); }
 
 private:
     Log m_log;
@@ -63,17 +63,17 @@ TEST(FileUtilTest, CopyFileCopiesAndLogsFailures)
     std::string dst = tmp.path("dst.bin");
 
     EXPECT_TRUE(CopyFile(src.c_str(), dst.c_str(), true));
-    EXPECT_EQ(content, BaseTempDir::read(dst));
+    EXPECT_EQ(content, ReadFile(dst));
 
     tmp.write("dst.bin", "older");
     EXPECT_FALSE(CopyFile(src.c_str(), dst.c_str(), true));
-    EXPECT_EQ("older", BaseTempDir::read(dst));
+    EXPECT_EQ("older", ReadFile(dst));
     EXPECT_TRUE(CopyFile(src.c_str(), dst.c_str(), false));
-    EXPECT_EQ(content, BaseTempDir::read(dst));
+    EXPECT_EQ(content, ReadFile(dst));
 
     std::string missing = tmp.path("missing");
     EXPECT_FALSE(CopyFile(missing.c_str(), tmp.path("never").c_str(), false));
-    EXPECT_FALSE(BaseTempDir::exists(tmp.path("never")));
+    EXPECT_FALSE(FileExists(tmp.path("never")));
     EXPECT_FALSE(CopyFile(src.c_str(), tmp.path("no/such/dir").c_str(), false));
     std::string text = log.text();
     EXPECT_NE(std::string::npos, text.find("CopyFile(): destination file(" + dst + ") already exist."));
@@ -103,7 +103,7 @@ TEST(FileUtilTest, TemporaryNamesAreUniqueAndCreated)
     for (int i = 0; i < 5; ++i) {
         unsigned n = GetTempFileName(tmp.dir().c_str(), "ov", 0, out);
         ASSERT_NE(0u, n);
-        EXPECT_TRUE(BaseTempDir::exists(out));
+        EXPECT_TRUE(FileExists(out));
         std::string expected = tmp.dir() + "/ov" + std::to_string(getpid()) + "_";
         EXPECT_EQ(0u, std::string(out).rfind(expected, 0)) << out;
         EXPECT_EQ(".tmp", std::string(out).substr(std::strlen(out) - 4));
@@ -112,7 +112,7 @@ TEST(FileUtilTest, TemporaryNamesAreUniqueAndCreated)
     EXPECT_EQ(5u, names.size());
 
     EXPECT_EQ(77u, GetTempFileNameEx((tmp.dir() + "/").c_str(), "m", ".eml", 77, out));
-    EXPECT_FALSE(BaseTempDir::exists(out));
+    EXPECT_FALSE(FileExists(out));
     EXPECT_EQ("_77.eml", std::string(out).substr(std::strlen(out) - 7));
     EXPECT_EQ(std::string::npos, std::string(out).find("//"));
 
@@ -141,7 +141,7 @@ TEST(FileUtilTest, CreatedTemporaryFileComesOpen)
     EXPECT_EQ(3, pread(fd, back, 3, 0));
     EXPECT_STREQ("abc", back);
     close(fd);
-    EXPECT_EQ("abc", BaseTempDir::read(out));
+    EXPECT_EQ("abc", ReadFile(out));
 
     errno = 0;
     EXPECT_EQ(-1, CreateTempFile(tmp.path("missing-dir").c_str(), "DFI", ".tmp", out));

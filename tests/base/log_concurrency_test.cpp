@@ -72,7 +72,7 @@ TEST(LogConcurrency, FileLogLinesNeverInterleave)
         Log log(file.c_str(), "OVUX", 9);
         write_messages(log);
     }
-    expect_whole_messages(lines_of(BaseTempDir::read(file)), R"(OVUX\[\d+\]\[\d+\]: )");
+    expect_whole_messages(lines_of(ReadFile(file)), R"(OVUX\[\d+\]\[\d+\]: )");
 }
 
 TEST(LogConcurrency, DailyLogLinesNeverInterleave)
@@ -87,9 +87,9 @@ TEST(LogConcurrency, DailyLogLinesNeverInterleave)
         write_messages(log);
     }
     const std::string file = DailyLog::file_name(base.c_str(), local);
-    if (!BaseTempDir::exists(file))
+    if (!FileExists(file))
         GTEST_SKIP() << "the day changed during the test";
-    expect_whole_messages(lines_of(BaseTempDir::read(file)), "d: ");
+    expect_whole_messages(lines_of(ReadFile(file)), "d: ");
 }
 
 TEST(LogConcurrency, SysLogMessagesNeverInterleave)

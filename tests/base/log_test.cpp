@@ -49,7 +49,7 @@ public:
             close(m_fd);
             m_savedOut = m_savedErr = -1;
         }
-        return BaseTempDir::read(m_file);
+        return ReadFile(m_file);
     }
 
 private:
@@ -93,7 +93,7 @@ TEST(Log, PrologFollowsTheFlags)
             Log log(file.c_str(), "OVUX", row.flags);
             log.start() << "hello" << Orvane::endl;
         }
-        const std::string written = BaseTempDir::read(file);
+        const std::string written = ReadFile(file);
         EXPECT_TRUE(std::regex_match(written, std::regex(row.line))) << written;
     }
 }
@@ -113,7 +113,7 @@ TEST(Log, InsertionsWriteTheirTextAndOnlyEndOrFlushEndAMessage)
                     << String("own") << not_a_terminator << Orvane::endl;
         log.start() << "second" << Orvane::flush;
     }
-    EXPECT_EQ(BaseTempDir::read(file),
+    EXPECT_EQ(ReadFile(file),
               "ov: cu-3 65535 -2147483648 4294967295 -9000000000 18446744073709551615 -1 1 2.5 "
               "0.25 1e+20 0.333333 (null) std own\n"
               "ov: second\n");
@@ -133,7 +133,7 @@ TEST(Log, FileTargetAppendsCreatesWith0664AndReportsFailure)
         EXPECT_GE(fresh.getfd(), 0);
     }
     umask(savedMask);
-    EXPECT_EQ(BaseTempDir::read(file), "old line\na: new line\n");
+    EXPECT_EQ(ReadFile(file), "old line\na: new line\n");
     struct stat info {};
     ASSERT_EQ(stat(created.c_str(), &info), 0);
     EXPECT_EQ(info.st_mode & 0777, 0664u);
@@ -176,8 +176,8 @@ TEST(Log, DescriptorTargetsAndDupWriteToTheSameTarget)
     }
     copy->start() << "from copy" << Orvane::endl;
     copy.reset();
-    EXPECT_EQ(BaseTempDir::read(file), "app: one\n: two\napp: three\nopen\n");
-    EXPECT_EQ(BaseTempDir::read(byName), "app: from original\napp: from copy\n");
+    EXPECT_EQ(ReadFile(file), "app: one\n: two\napp: three\nopen\n");
+    EXPECT_EQ(ReadFile(byName), "app: from original\napp: from copy\n");
 }
 
 TEST(Log, GetrawContinuesWithoutPrologAndStopReleases)
@@ -192,7 +192,7 @@ TEST(Log, GetrawContinuesWithoutPrologAndStopReleases)
         log.start() << "after" << Orvane::endl;
         EXPECT_EQ(log.trylock(), 0);
     }
-    EXPECT_EQ(BaseTempDir::read(file), "raw" "ov: after\n");
+    EXPECT_EQ(ReadFile(file), "raw" "ov: after\n");
 }
 
 TEST(DailyLog, FileNameCarriesTheLocalDate)
@@ -226,8 +226,8 @@ TEST(DailyLog, EachMessageGoesToTodaysFile)
     copy->start() << "second" << Orvane::endl;
     const std::string after = today();
 
-    const std::string written = BaseTempDir::read(before) +
-                                (after == before ? "" : BaseTempDir::read(after));
+    const std::string written = ReadFile(before) +
+                                (after == before ? "" : ReadFile(after));
     EXPECT_NE(written.find("ov: first\n"), std::string::npos) << written;
     EXPECT_NE(written.find("ov: second\n"), std::string::npos) << written;
     EXPECT_NE(dynamic_cast<DailyLog *>(copy.get()), nullptr);

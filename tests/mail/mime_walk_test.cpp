@@ -60,7 +60,7 @@ Walked Collect(const MEMBUF &buf, const std::string &textFile, const CMailInfo &
     out.attachments = Attachments(info);
     out.ambiguity = info.m_nMimeAmbiguity;
     out.inMemory = buf.m_bInMemory != 0;
-    out.text = out.inMemory ? std::string(buf.m_szData, size_t(buf.m_nLength)) : BaseTempDir::read(textFile);
+    out.text = out.inMemory ? std::string(buf.m_szData, size_t(buf.m_nLength)) : ReadFile(textFile);
     if (out.inMemory) {
         EXPECT_EQ(buf.m_szData[buf.m_nLength], '\0');
     }
@@ -454,7 +454,7 @@ TEST(MimeText, WriteToTempFileSpillsPast99999Bytes)
     EXPECT_EQ(buf->m_bInMemory, 0);
     WriteToTempFile("c", 1, buf.get(), file);
     std::fclose(file);
-    EXPECT_EQ(BaseTempDir::read(dir.path("t")), chunk + "bc");
+    EXPECT_EQ(ReadFile(dir.path("t")), chunk + "bc");
 }
 
 TEST(MimeText, TakeOffCRLFJoinsEastAsianLinesOnly)
@@ -513,7 +513,7 @@ TEST(MimeWalk, ExtractDataFileLeavesOutUuencodedBlocks)
                        "--b\n\ntext\nbegin 644 x.bin\nM86)C\n--b\n\nkept\nbegin 600 y\nend\nlast\n--b--\n";
     std::string in = dir.write("DF", mail);
     ASSERT_TRUE(ExtractDataFile(in.c_str(), dir.path("out").c_str()));
-    EXPECT_EQ(BaseTempDir::read(dir.path("out")),
+    EXPECT_EQ(ReadFile(dir.path("out")),
               std::string(kHeaders) + "Content-Type: multipart/mixed;\n boundary=\"b\"\n\n"
                                       "--b\n\ntext\n--b\n\nkept\nlast\n--b--\n");
     EXPECT_FALSE(ExtractDataFile(dir.path("missing").c_str(), dir.path("out2").c_str()));

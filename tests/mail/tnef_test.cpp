@@ -380,15 +380,15 @@ TEST(TnefDecoder, SaveWritesDataInsideTheDirectoryOnly)
     EXPECT_EQ(OVCMDecodeTNEF(&path[0]), 0);
     OVCMSetSaveAttachPath(nullptr);
     EXPECT_EQ(save.names.size(), 5u);
-    EXPECT_EQ(BaseTempDir::read(out + "/\\report.txt"), "report body");
+    EXPECT_EQ(ReadFile(out + "/\\report.txt"), "report body");
     std::vector<std::string> entries = DirectoryEntries(out);
     EXPECT_EQ(entries.size(), 4u);
     for (const std::string &entry : entries) {
         EXPECT_EQ(entry.find('/'), std::string::npos);
         EXPECT_EQ(entry[0], '\\') << entry;
     }
-    EXPECT_FALSE(BaseTempDir::exists(dir.path("escape.txt")));
-    EXPECT_FALSE(BaseTempDir::exists(out + "/nodata.txt"));
+    EXPECT_FALSE(FileExists(dir.path("escape.txt")));
+    EXPECT_FALSE(FileExists(out + "/nodata.txt"));
     // Only the save directory and the file itself are there.
     EXPECT_EQ(DirectoryEntries(dir.dir()).size(), 2u);
 }
@@ -414,9 +414,9 @@ TEST(TnefDecoder, DataAmongThePropertiesIsSavedWhenNoDataRecordCame)
     OVCMSetSaveAttachPath(&out[0]);
     EXPECT_EQ(OVCMDecodeTNEF(&path[0]), 0);
     OVCMSetSaveAttachPath(nullptr);
-    EXPECT_EQ(BaseTempDir::read(dir.path("\\binary.doc")), std::string("bin\0data", 8));
-    EXPECT_EQ(BaseTempDir::read(dir.path("\\object.bin")), "storage bytes");
-    EXPECT_EQ(BaseTempDir::read(dir.path("\\both.txt")), "record data");
+    EXPECT_EQ(ReadFile(dir.path("\\binary.doc")), std::string("bin\0data", 8));
+    EXPECT_EQ(ReadFile(dir.path("\\object.bin")), "storage bytes");
+    EXPECT_EQ(ReadFile(dir.path("\\both.txt")), "record data");
 }
 
 TEST(TnefDecoder, SaveFailureAndNoDirectory)

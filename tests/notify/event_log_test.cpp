@@ -39,7 +39,7 @@ protected:
     std::string log_path() const { return m_dir.file(today("pwall.log.%Y.%m.%d")); }
     std::vector<std::string> log_lines() const
     {
-        return NotifySplitLines(NotifyReadFile(log_path()));
+        return SplitLines(ReadFile(log_path()));
     }
 
     NotifyScratchDir m_dir;
@@ -75,7 +75,7 @@ TEST_F(EventLogTest, FirstCallOfTheDayWritesTheHeaderOnce)
 
 TEST_F(EventLogTest, AnExistingDayFileGetsNoHeader)
 {
-    NotifyWriteFile(log_path(), "earlier line\n");
+    WriteFile(log_path(), "earlier line\n");
     WriteLogFile("event", nullptr, 367, 0);
     const std::vector<std::string> lines = log_lines();
     ASSERT_EQ(lines.size(), 2u);
@@ -136,7 +136,7 @@ TEST_F(EventLogTest, CharsetZeroAndThreeWriteTheTextAsItIs)
 
 TEST_F(EventLogTest, UnwritableDirectoryIsSkippedSilently)
 {
-    NotifyWriteFile(m_dir.file("plainfile"), "x");
+    WriteFile(m_dir.file("plainfile"), "x");
     for (const std::string &dir : {m_dir.file("missing/"), m_dir.file("plainfile/")}) {
         g_t_strProgramDirectory = dir;
         WriteLogFile("lost", "lost too", 367, 2);

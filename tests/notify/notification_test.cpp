@@ -44,7 +44,7 @@ int capture_queue(ZWEnqueRecord *record)
     g_queued.path = record->path;
     g_queued.flag1 = record->flag1;
     g_queued.flag2 = record->flag2;
-    g_queued.mail = NotifyReadFile(record->path);
+    g_queued.mail = ReadFile(record->path);
     return 0;
 }
 
@@ -83,7 +83,7 @@ protected:
         _kanji = CHARSET_EUC;
         Enque_Mail = &capture_queue;
         g_queued = Queued();
-        NotifyWriteFile(m_dir.file("DFI1234"), kBlockedMail);
+        WriteFile(m_dir.file("DFI1234"), kBlockedMail);
     }
     void TearDown() override
     {
@@ -105,7 +105,7 @@ protected:
     void check_with_python(const std::string &options)
     {
         const std::string mail = m_dir.file("checked" + std::to_string(m_checks.size()) + ".eml");
-        NotifyWriteFile(mail, g_queued.mail);
+        WriteFile(mail, g_queued.mail);
         m_checks += "'" + mail + "' " + options + "\n";
     }
     // Empty when every kept mail passed.
@@ -113,11 +113,11 @@ protected:
     {
         const std::string list = m_dir.file("checks.txt");
         const std::string output = m_dir.file("checks.out");
-        NotifyWriteFile(list, m_checks);
+        WriteFile(list, m_checks);
         const std::string command = "python3 " OV_SOURCE_DIR
                                     "/tests/notify/check_mime.py --batch '" +
                                     list + "' >'" + output + "' 2>&1";
-        return std::system(command.c_str()) == 0 ? "" : "check_mime.py: " + NotifyReadFile(output);
+        return std::system(command.c_str()) == 0 ? "" : "check_mime.py: " + ReadFile(output);
     }
     static bool python_available()
     {

@@ -48,20 +48,20 @@ TEST(MailCaptureName, TakesTheQueueIdOrTheNextFreeName)
         ASSERT_TRUE(mail->finish(&error)) << error;
         EXPECT_EQ(mail->pair().afPath, spool.path(row.af));
         EXPECT_EQ(mail->pair().dfPath, spool.path(row.df));
-        EXPECT_EQ(BaseTempDir::read(spool.path(row.df)),
+        EXPECT_EQ(ReadFile(spool.path(row.df)),
                   std::string("Subject: ") + row.spoolId + "\r\n\r\nbody\r\n");
-        EXPECT_NE(BaseTempDir::read(spool.path(row.af)), "<missing>");
-        EXPECT_FALSE(BaseTempDir::exists(spool.path(std::string("DF") + (row.outbound ? "O" : "I") +
+        EXPECT_NE(ReadFile(spool.path(row.af)), "<missing>");
+        EXPECT_FALSE(FileExists(spool.path(std::string("DF") + (row.outbound ? "O" : "I") +
                                                     row.spoolId)));
         EXPECT_FALSE(mail->rename_pair("later")) << "the envelope is written";
         mails.push_back(std::move(mail));
     }
     mails.clear();
     for (const auto &row : rows) {
-        EXPECT_FALSE(BaseTempDir::exists(spool.path(row.af))) << row.af;
-        EXPECT_FALSE(BaseTempDir::exists(spool.path(row.df))) << row.df;
+        EXPECT_FALSE(FileExists(spool.path(row.af))) << row.af;
+        EXPECT_FALSE(FileExists(spool.path(row.df))) << row.df;
     }
-    EXPECT_TRUE(BaseTempDir::exists(spool.path("AFI4Q_3")));
+    EXPECT_TRUE(FileExists(spool.path("AFI4Q_3")));
 }
 
 } // namespace

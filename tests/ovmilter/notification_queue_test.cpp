@@ -53,7 +53,7 @@ TEST(NotificationQueue, RunsTheCommandWithTheMailOnInput)
     std::string error;
     ASSERT_TRUE(run_with_input({"/bin/sh", "-c", "cat > " + dir.path("out")}, input, 30, &error))
         << error;
-    EXPECT_EQ(BaseTempDir::read(dir.path("out")), mail);
+    EXPECT_EQ(ReadFile(dir.path("out")), mail);
 
     struct Row {
         Strings words;
@@ -80,7 +80,7 @@ TEST(NotificationQueue, KillsACommandThatDoesNotFinish)
         run_with_input({"/bin/sh", "-c", "echo $$ > " + dir.path("pid") + "; exec sleep 30"},
                        dir.write("mail", "x"), 1, &error));
     EXPECT_NE(error.find("did not finish"), std::string::npos) << error;
-    const pid_t child = std::atoi(BaseTempDir::read(dir.path("pid")).c_str());
+    const pid_t child = std::atoi(ReadFile(dir.path("pid")).c_str());
     ASSERT_GT(child, 0);
     EXPECT_EQ(kill(child, 0), -1); // killed and reaped
     EXPECT_EQ(errno, ESRCH);
@@ -118,10 +118,10 @@ TEST(NotificationQueue, QueueFunctionSendsOrKeepsTheMail)
         ZWEnqueRecord record{
             "postmaster@corp.example", row.recipients, nullptr, nullptr, path.c_str(), 0, 0};
         EXPECT_EQ(ovmilter_enque_mail(&record), row.rc) << row.command;
-        EXPECT_EQ(BaseTempDir::exists(path), row.kept) << row.command;
-        EXPECT_EQ(BaseTempDir::read(dir.path("argv")), row.argv);
+        EXPECT_EQ(FileExists(path), row.kept) << row.command;
+        EXPECT_EQ(ReadFile(dir.path("argv")), row.argv);
         if (row.rc == 0) {
-            EXPECT_EQ(BaseTempDir::read(dir.path("stdin")), text);
+            EXPECT_EQ(ReadFile(dir.path("stdin")), text);
         }
     }
     EXPECT_EQ(ovmilter_enque_mail(nullptr), -1);

@@ -143,7 +143,7 @@ TEST(RuleFile, LoadSaveAndReload)
 {
     RulesTempDir dir;
     const std::string file = dir.file("spamrule.txt");
-    rules_write_file(file, "R1\\A\\SIZE>10\\DEL\r\n"
+    WriteFile(file, "R1\\A\\SIZE>10\\DEL\r\n"
                            "bad line\n"
                            "\n"
                            "R2\\B\\SUBJ=I\"a\\\\b, c\"\\QUAR\n"
@@ -155,14 +155,14 @@ TEST(RuleFile, LoadSaveAndReload)
     ASSERT_TRUE(scan.ParseLine("V1\\C\\SIZE>1\\DEL", error, true));
 
     ASSERT_TRUE(scan.SaveRuleFile(dir.file("saved.txt").c_str()));
-    EXPECT_EQ(rules_read_file(dir.file("saved.txt")),
+    EXPECT_EQ(ReadFile(dir.file("saved.txt")),
               "R1\\A\\SIZE>10\\DEL\n"
               "R2\\B\\SUBJ=I\"a\\\\b, c\"\\QUAR\n"
               "R3\\C\\FROM=S\"*x*\"\\ARCH\n"
               "V1\\C\\SIZE>1\\DEL\n");
 
     // A reload replaces every rule, the vendor's too.
-    rules_write_file(file, "N1\\C\\SIZE>1\\DEL\n");
+    WriteFile(file, "N1\\C\\SIZE>1\\DEL\n");
     ASSERT_TRUE(scan.LoadRuleFile(file.c_str()));
     EXPECT_EQ(names(scan), (std::vector<std::string>{"N1"}));
     EXPECT_FALSE(scan.LoadRuleFile(dir.file("missing.txt").c_str()));
@@ -176,7 +176,7 @@ TEST(RuleFile, EnableTableBesideTheRuleFile)
 {
     RulesTempDir dir;
     const std::string file = dir.file("spamrule.txt");
-    rules_write_file(file, "A\\C\\SIZE>1\\DEL\nB\\C\\SIZE>1\\DEL\nC\\C\\SIZE>1\\DEL\nD\\C\\SIZE>1\\DEL\n");
+    WriteFile(file, "A\\C\\SIZE>1\\DEL\nB\\C\\SIZE>1\\DEL\nC\\C\\SIZE>1\\DEL\nD\\C\\SIZE>1\\DEL\n");
     struct Row {
         const char *table;   // null: no table
         std::vector<bool> enabled;
@@ -191,7 +191,7 @@ TEST(RuleFile, EnableTableBesideTheRuleFile)
         SCOPED_TRACE(row.table ? row.table : "(none)");
         std::remove(dir.file("spamruleEnable.txt").c_str());
         if (row.table)
-            rules_write_file(dir.file("spamruleEnable.txt"), row.table);
+            WriteFile(dir.file("spamruleEnable.txt"), row.table);
         CRuleScan scan;
         ASSERT_TRUE(scan.Initialize(file.c_str()));
         ASSERT_EQ(scan.GetCount(), 4);
@@ -232,7 +232,7 @@ public:
     ScopedSettings(const RulesTempDir &dir, const std::string &text)
         : m_path(dir.file("contscan.ini"))
     {
-        rules_write_file(m_path, text);
+        WriteFile(m_path, text);
         m_config = new ConfigFile(m_path.c_str(), 0);
         SetFilterConfigSource(&m_config);
     }
@@ -267,7 +267,7 @@ TEST(VendorRules, ImportedRulesFollowWithTheConfiguredAction)
         std::unique_ptr<ScopedSettings> settings;
         if (row.setting)
             settings.reset(new ScopedSettings(dir, row.setting));
-        rules_write_file(dir.file("vendor.txt"),
+        WriteFile(dir.file("vendor.txt"),
                          "V1\\C\\SIZE>1\\DEL\nbroken\nV2\\A\\SUBJ=\"x\"\\ARCH\n" +
                              std::string(600, 'x') + "\n");
         CRuleScan scan;
@@ -292,7 +292,7 @@ TEST(VendorRules, SealedFileLoadsAndLeavesNoPlainCopy)
     RulesTempDir dir;
     const std::string work = dir.file("work");
     std::filesystem::create_directory(work);
-    rules_write_file(dir.file("plain.txt"), "S1\\C\\SIZE>1\\DEL\nS2\\B\\SIZE<9\\DEL\n");
+    WriteFile(dir.file("plain.txt"), "S1\\C\\SIZE>1\\DEL\nS2\\B\\SIZE<9\\DEL\n");
     ASSERT_NE(EncrptFileWithCRC(dir.file("plain.txt").c_str(), dir.file("sealed").c_str()), -1);
 
     CRuleScan scan;
@@ -300,9 +300,9 @@ TEST(VendorRules, SealedFileLoadsAndLeavesNoPlainCopy)
     EXPECT_EQ(names(scan), (std::vector<std::string>{"S1", "S2"}));
     EXPECT_TRUE(view(scan, 1).vendor);
 
-    std::string damaged = rules_read_file(dir.file("sealed"));
+    std::string damaged = ReadFile(dir.file("sealed"));
     damaged.back() ^= 1;
-    rules_write_file(dir.file("damaged"), damaged);
+    WriteFile(dir.file("damaged"), damaged);
     EXPECT_FALSE(scan.LoadEncrptFile(dir.file("damaged").c_str(), (work + "/").c_str()));
     EXPECT_FALSE(scan.LoadEncrptFile(dir.file("missing").c_str(), (work + "/").c_str()));
     EXPECT_EQ(scan.GetCount(), 2);

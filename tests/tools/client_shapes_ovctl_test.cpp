@@ -74,7 +74,7 @@ Scanned Scan(const PluginInstallation &install, BaseTempDir &tmp, const std::str
         scanned.verdict.resize(faults);
     }
     scanned.deliveredPath = DeliveredFile(spool);
-    scanned.delivered = PluginReadFile(scanned.deliveredPath);
+    scanned.delivered = ReadFile(scanned.deliveredPath);
     return scanned;
 }
 
@@ -112,7 +112,7 @@ TEST(ClientShapesOvctl, MimeListsWhatAClientSees)
         for (const auto &attachment : shape.attachments)
             expected += attachment.first + "\t" + attachment.second + "\t";
         std::string listed;
-        for (const std::string &line : PluginLines(mime.output)) {
+        for (const std::string &line : SplitLines(mime.output)) {
             size_t first = line.find('\t');
             if (line.compare(0, 10, "ambiguous\t") == 0 || first == std::string::npos)
                 continue;
@@ -144,7 +144,7 @@ TEST(ClientShapesOvctl, AmbiguousMailIsQuarantinedWhenSoConfigured)
         }
         ++held;
         EXPECT_EQ(scanned.verdict, "blocked\tquarantined\tAmbiguous MIME");
-        EXPECT_NE(PluginReadFile(tmp.path(name + "-outbox/notification-1.eml")).find("Policy: Ambiguous MIME"),
+        EXPECT_NE(ReadFile(tmp.path(name + "-outbox/notification-1.eml")).find("Policy: Ambiguous MIME"),
                   std::string::npos);
     }
     // Each copy has the envelope record ovctl wrote beside it.
@@ -201,9 +201,9 @@ TEST(ClientShapesOvctl, NamesNeverLeaveTheirLine)
                              "--b--\n";
     Scanned scanned = Scan(install, tmp, "inject", mail);
     EXPECT_EQ(scanned.verdict.compare(0, 14, "pass\treplaced\t"), 0) << scanned.verdict;
-    const std::string notification = PluginReadFile(tmp.path("inject-outbox/notification-1.eml"));
+    const std::string notification = ReadFile(tmp.path("inject-outbox/notification-1.eml"));
     for (const std::string &text : {scanned.delivered, notification, install.EventLog()}) {
-        for (const std::string &line : PluginLines(text)) {
+        for (const std::string &line : SplitLines(text)) {
             EXPECT_NE(line.compare(0, 23, "Content-Type: text/html"), 0) << line;
             EXPECT_NE(line.compare(0, 3, "<b>"), 0) << line;
         }

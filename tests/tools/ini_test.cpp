@@ -44,7 +44,7 @@ TEST(IniTest, GetSetDeleteAsThePluginReads)
         EXPECT_EQ(row.output, run.output) << row.words[1] << " " << row.words.back();
     }
     // Three rewrites: three empty lines on top, the section and key gone.
-    EXPECT_EQ("\n\n\n# settings\n[general]\nkey =spaced\ndeletetempfile=yes\n", BaseTempDir::read(file));
+    EXPECT_EQ("\n\n\n# settings\n[general]\nkey =spaced\ndeletetempfile=yes\n", ReadFile(file));
 }
 
 TEST(IniTest, FailuresAndUsage)
@@ -56,14 +56,14 @@ TEST(IniTest, FailuresAndUsage)
     EXPECT_EQ(0u, set.output.rfind("ovctl: ", 0)) << set.output;
     EXPECT_EQ(1, run_ovctl({"ini", "delete", missing, "s", "k"}).status);
     EXPECT_EQ(1, run_ovctl({"ini", "delete", missing, "s"}).status);
-    EXPECT_FALSE(BaseTempDir::exists(missing));
+    EXPECT_FALSE(FileExists(missing));
     std::string file = tmp.write("a.ini", "[s]\nk=v\n");
     for (const char *bad : {"a]b", "k=x", " lead", "tab\there"}) {
         EXPECT_EQ(1, run_ovctl({"ini", "set", file, bad, "k", "v"}).status) << bad;
         EXPECT_EQ(1, run_ovctl({"ini", "set", file, "s", bad, "v"}).status) << bad;
     }
     EXPECT_EQ(1, run_ovctl({"ini", "set", file, "s", "k", "ends\\"}).status);
-    EXPECT_EQ("[s]\nk=v\n", BaseTempDir::read(file));
+    EXPECT_EQ("[s]\nk=v\n", ReadFile(file));
     EXPECT_EQ(2, run_ovctl({"ini"}).status);
     EXPECT_EQ(2, run_ovctl({"ini", "get", missing, "s"}).status);
     EXPECT_EQ(2, run_ovctl({"ini", "set", missing, "s", "k"}).status);
@@ -139,7 +139,7 @@ TEST(IniTest, FullDiskLeavesTheFileAsItWas)
         EXPECT_EQ(1, run.status) << words[1];
         EXPECT_EQ(0u, run.output.rfind("ovctl: ", 0)) << run.output;
     }
-    EXPECT_TRUE(text == BaseTempDir::read(file));
+    EXPECT_TRUE(text == ReadFile(file));
     EXPECT_EQ((std::vector<std::string>{".filler", "contscan.ini", "contscan.ini.lock"}),
               DirectoryNames(disk.dir()));
 }

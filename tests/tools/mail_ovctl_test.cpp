@@ -35,10 +35,10 @@ TEST(MailOvctl, TnefListAndExtract)
     OvctlRun extract = run_ovctl({"tnef", "extract", file, out}, false);
     EXPECT_EQ(extract.status, 0);
     EXPECT_EQ(extract.output, "a.txt\n__b.txt\na_2.txt\n");
-    EXPECT_EQ(BaseTempDir::read(out + "/a.txt"), "first");
-    EXPECT_EQ(BaseTempDir::read(out + "/__b.txt"), "second");
-    EXPECT_EQ(BaseTempDir::read(out + "/a_2.txt"), "third");
-    EXPECT_FALSE(BaseTempDir::exists(tmp.path("b.txt")));
+    EXPECT_EQ(ReadFile(out + "/a.txt"), "first");
+    EXPECT_EQ(ReadFile(out + "/__b.txt"), "second");
+    EXPECT_EQ(ReadFile(out + "/a_2.txt"), "third");
+    EXPECT_FALSE(FileExists(tmp.path("b.txt")));
 
     std::string bad = tmp.write("bad.dat", "not a tnef stream");
     OvctlRun refused = run_ovctl({"tnef", "list", bad});
@@ -70,12 +70,12 @@ TEST(MailOvctl, MimeListsAttachmentsTnefNamesAndText)
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.output, "0\twinmail.dat\tapplication/ms-tnef\t" + std::to_string(start) + "\t" +
                            std::to_string(end) + "\t4\n0.0\ta.txt\n0.1\t../b.txt\n0.2\ta.txt\n");
-    std::string text = BaseTempDir::read(tmp.path("text"));
+    std::string text = ReadFile(tmp.path("text"));
     EXPECT_NE(text.find("Subject: report"), std::string::npos);
     EXPECT_NE(text.find("plain words"), std::string::npos);
     EXPECT_EQ(text.find("second"), std::string::npos);
     run_ovctl({"mime", df, "--text", tmp.path("text2"), "--attach-scan"});
-    EXPECT_NE(BaseTempDir::read(tmp.path("text2")).find("second"), std::string::npos);
+    EXPECT_NE(ReadFile(tmp.path("text2")).find("second"), std::string::npos);
 
     EXPECT_EQ(run_ovctl({"mime", tmp.path("missing")}).status, 1);
     EXPECT_EQ(run_ovctl({"mime"}).status, 2);

@@ -16,14 +16,14 @@ TEST(OvctlRules, CheckReportsEachRejectedLine)
 {
     RulesTempDir dir;
     const std::string bad = dir.file("bad.txt"), good = dir.file("good.txt");
-    rules_write_file(bad, "R1\\C\\SUBJ=\"a\\b\"\\DEL\n"
+    WriteFile(bad, "R1\\C\\SUBJ=\"a\\b\"\\DEL\n"
                           "R2\\A\\SIZE>10\n"
                           "R3\\X\\SIZE>1\\DEL\n"
                           "R4\\A\\SIZE>1\\FOO\n"
                           "\n"
                           "R5\\A\\FOO\\DEL\r\n"
                           "plain text\n");
-    rules_write_file(good, "R1\\C\\SIZE>1\\DELETE\n\nR2\\B\\DOM=\"x\"\\QUAR\n");
+    WriteFile(good, "R1\\C\\SIZE>1\\DELETE\n\nR2\\B\\DOM=\"x\"\\QUAR\n");
     OvctlRun run = run_ovctl({"rules", "check", bad});
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(run.output, bad + ":2: No Action Error!\n" + bad + ":3: Mail Type Error!\n" + bad +
@@ -39,11 +39,11 @@ TEST(OvctlRules, CheckReportsEachRejectedLine)
 TEST(OvctlRules, SealAndUnseal)
 {
     RulesTempDir dir;
-    rules_write_file(dir.file("plain"), "V1\\C\\SIZE>1\\DEL\n");
+    WriteFile(dir.file("plain"), "V1\\C\\SIZE>1\\DEL\n");
     EXPECT_EQ(run_ovctl({"rules", "seal", dir.file("plain"), dir.file("sealed")}).status, 0);
     EXPECT_EQ(run_ovctl({"rules", "unseal", dir.file("sealed"), dir.file("back")}).status, 0);
-    EXPECT_EQ(rules_read_file(dir.file("back")), "V1\\C\\SIZE>1\\DEL\n");
-    rules_write_file(dir.file("sealed"), rules_read_file(dir.file("sealed")) + "x");
+    EXPECT_EQ(ReadFile(dir.file("back")), "V1\\C\\SIZE>1\\DEL\n");
+    WriteFile(dir.file("sealed"), ReadFile(dir.file("sealed")) + "x");
     OvctlRun run = run_ovctl({"rules", "unseal", dir.file("sealed"), dir.file("again")});
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(run.output.rfind("ovctl: ", 0), 0u);
@@ -54,11 +54,11 @@ TEST(OvctlRules, ScanPrintsTheVerdictAndThePicks)
 {
     RulesTempDir dir;
     const std::string af = dir.file("AFO0001"), df = dir.file("DFO0001");
-    rules_write_file(af, "Sfigures\nOa@example.org\n");
-    rules_write_file(df, kRulesExeMail);
-    rules_write_file(dir.file("rules.txt"), "in\\A\\SIZE>0\\DEL\nrelay\\B\\DOM=\"mx.example.net\"\\ARCH\n");
-    rules_write_file(dir.file("none.txt"), "x\\C\\SUBJ=\"other\"\\DEL\n");
-    rules_write_file(dir.file("SFRule.txt"), "<RULE NAME>exe</RULE NAME><MAIL TYPE>C</MAIL TYPE>"
+    WriteFile(af, "Sfigures\nOa@example.org\n");
+    WriteFile(df, kRulesExeMail);
+    WriteFile(dir.file("rules.txt"), "in\\A\\SIZE>0\\DEL\nrelay\\B\\DOM=\"mx.example.net\"\\ARCH\n");
+    WriteFile(dir.file("none.txt"), "x\\C\\SUBJ=\"other\"\\DEL\n");
+    WriteFile(dir.file("SFRule.txt"), "<RULE NAME>exe</RULE NAME><MAIL TYPE>C</MAIL TYPE>"
                                              "<ATTACH><NAME>*.exe</NAME></ATTACH>\r\n");
     OvctlRun run = run_ovctl({"rules", "scan", "--rules", dir.file("rules.txt"), af, df});
     EXPECT_EQ(run.status, 0);
@@ -77,7 +77,7 @@ TEST(OvctlRules, ScanPrintsTheVerdictAndThePicks)
 TEST(OvctlSfrule, ListShowsLoadedRules)
 {
     RulesTempDir dir;
-    rules_write_file(dir.file("SFRule.txt"),
+    WriteFile(dir.file("SFRule.txt"),
                      "; Written by Orvane Unix Configuration Standard v3.8 2002 ZeltoWorks\r\n"
                      "<RULE NAME>exe</RULE NAME><MAIL TYPE>B</MAIL TYPE><MIME><NAME>All, Video/"
                      "</NAME></MIME><ATTACH><NAME>*.EXE re*me.txt</NAME></ATTACH><ATTR><NAME>"
