@@ -75,7 +75,9 @@ TEST_F(PluginActionsTest, RulesFollowTheMailDirection)
     install.WriteRules({"In only\\A\\SUBJ=IS\"*free offer*\"\\ARCH",
                         "Out only\\B\\SUBJ=IS\"*free offer*\"\\QUAR"});
     PluginSpoolMail in = install.AddMail(PluginPlainMail(PluginJunkHeaders(), "hi"), {}, false);
-    PluginSpoolMail out = install.AddMail(PluginPlainMail(PluginJunkHeaders(), "hi"), {}, true);
+    PluginEnvelope bounce;   // an empty sender "<>" is recorded as nothing
+    bounce.sender = "";
+    PluginSpoolMail out = install.AddMail(PluginPlainMail(PluginJunkHeaders(), "hi"), bounce, true);
     Start();
     ZWMailResult result{};
     EXPECT_EQ(2, Run(in, &result));
@@ -86,8 +88,8 @@ TEST_F(PluginActionsTest, RulesFollowTheMailDirection)
     EXPECT_EQ(1u, install.Files("Quarantine/Anti-Spam/Out only").size());
     const std::vector<PluginEvent> events = PluginEvents(install.EventLog());
     ASSERT_EQ(3u, events.size());
-    EXPECT_EQ(0u, events[1].record.rfind("Inbound\\Archive\\In only\\", 0));
-    EXPECT_EQ(0u, events[2].record.rfind("Outbound\\Quarantine\\Out only\\", 0));
+    EXPECT_EQ("Inbound\\Archive\\In only\\alice@partner.example\\" + in.df, events[1].record);
+    EXPECT_EQ("Outbound\\Quarantine\\Out only\\\\" + out.df, events[2].record);
 }
 
 // A rule name becomes a directory: it must not lead out of the quarantine.
