@@ -19,7 +19,7 @@ std::string round_trip(const BaseTempDir &tmp, const std::string &text, int case
     ConfigFile config(tmp.write("in.ini", text).c_str(), caseSensitive);
     EXPECT_TRUE(config.ok());
     EXPECT_EQ(0, config.dump(tmp.path("out.ini").c_str()));
-    return BaseTempDir::read(tmp.path("out.ini"));
+    return ReadFile(tmp.path("out.ini"));
 }
 
 TEST(ConfigFileTest, WritesBackWhatItKeeps)
@@ -53,7 +53,7 @@ TEST(ConfigFileTest, EveryReadAddsOneEmptyFirstLine)
     std::string file = tmp.write("a.ini", "[s]\nk=v\n");
     for (int i = 0; i < 3; ++i)
         EXPECT_EQ(0, ConfigFile(file.c_str(), 0).dump());
-    EXPECT_EQ("\n\n\n[s]\nk=v\n", BaseTempDir::read(file));
+    EXPECT_EQ("\n\n\n[s]\nk=v\n", ReadFile(file));
 }
 
 TEST(ConfigFileTest, LooksUpFirstSectionAndExactKey)
@@ -95,7 +95,7 @@ TEST(ConfigFileTest, ChangesGoToTheirSectionOrTheEnd)
     config.unsetparam("missing", "z");
     EXPECT_EQ(0, config.dump());
     EXPECT_EQ("\n# head\n[a]\nx=one\n# tail of a\nnew=n\n[empty]\nk=v\n[b]\nz=3\n[c]\nkey=c\\\nd\n",
-              BaseTempDir::read(file));
+              ReadFile(file));
     EXPECT_STREQ("c\nd", ConfigFile(file.c_str(), 0).getparam("c", "key"));
 }
 
@@ -105,9 +105,9 @@ TEST(ConfigFileTest, DumpWithoutLeavesOutTheSection)
     std::string file = tmp.write("a.ini", "#h\n[a]\nx=1\n#in a\n[B]\ny=2\n\n[c]\nz=3\n");
     ConfigFile config(file.c_str(), 0);
     EXPECT_EQ(0, config.dumpWithout(tmp.path("out.ini").c_str(), "b"));
-    EXPECT_EQ("\n#h\n[a]\nx=1\n#in a\n[c]\nz=3\n", BaseTempDir::read(tmp.path("out.ini")));
+    EXPECT_EQ("\n#h\n[a]\nx=1\n#in a\n[c]\nz=3\n", ReadFile(tmp.path("out.ini")));
     EXPECT_EQ(0, config.dumpWithout("nothere"));
-    EXPECT_EQ("\n#h\n[a]\nx=1\n#in a\n[b]\ny=2\n\n[c]\nz=3\n", BaseTempDir::read(file));
+    EXPECT_EQ("\n#h\n[a]\nx=1\n#in a\n[b]\ny=2\n\n[c]\nz=3\n", ReadFile(file));
 }
 
 TEST(ConfigFileTest, MissingJunkAndLongLinesAreSurvived)
@@ -117,7 +117,7 @@ TEST(ConfigFileTest, MissingJunkAndLongLinesAreSurvived)
     EXPECT_FALSE(missing.ok());
     EXPECT_EQ(nullptr, missing.getparam("s", "k"));
     EXPECT_EQ(-1, missing.refresh());
-    EXPECT_FALSE(BaseTempDir::exists(tmp.path("none.ini")));
+    EXPECT_FALSE(FileExists(tmp.path("none.ini")));
     EXPECT_EQ(-1, ConfigFile(tmp.dir().c_str(), 0).dump());   // opens, but reads nothing
 
     std::string junk;

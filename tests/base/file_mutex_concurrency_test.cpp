@@ -60,7 +60,7 @@ TEST(FMutex, CreatesPrivateLockFileAndThrowsWhenItCannot)
         ASSERT_EQ(stat(tmp.path("queue.lock").c_str(), &info), 0);
         EXPECT_EQ(info.st_mode & 0077, 0u) << "only the owner may use the lock file";
     }
-    EXPECT_TRUE(BaseTempDir::exists(tmp.path("queue.lock"))) << "the lock file stays";
+    EXPECT_TRUE(FileExists(tmp.path("queue.lock"))) << "the lock file stays";
     EXPECT_THROW(f_mutex(tmp.path("missing/queue").c_str()), std::runtime_error);
 }
 

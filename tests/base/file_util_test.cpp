@@ -47,16 +47,16 @@ TEST(FileUtilTest, CopyFileCopiesAndLogsFailures)
     std::string dst = tmp.path("dst.bin");
 
     EXPECT_TRUE(CopyFile(src.c_str(), dst.c_str(), true));
-    EXPECT_EQ(content, BaseTempDir::read(dst));
+    EXPECT_EQ(content, ReadFile(dst));
     tmp.write("dst.bin", "older");
     EXPECT_FALSE(CopyFile(src.c_str(), dst.c_str(), true));
-    EXPECT_EQ("older", BaseTempDir::read(dst));
+    EXPECT_EQ("older", ReadFile(dst));
     EXPECT_TRUE(CopyFile(src.c_str(), dst.c_str(), false));
-    EXPECT_EQ(content, BaseTempDir::read(dst));
+    EXPECT_EQ(content, ReadFile(dst));
 
     std::string missing = tmp.path("missing");
     EXPECT_FALSE(CopyFile(missing.c_str(), tmp.path("never").c_str(), false));
-    EXPECT_FALSE(BaseTempDir::exists(tmp.path("never")));
+    EXPECT_FALSE(FileExists(tmp.path("never")));
     EXPECT_FALSE(CopyFile(src.c_str(), tmp.path("no/such/dir").c_str(), false));
     EXPECT_EQ(log.lines(), (std::vector<std::string>{
                                "CopyFile(): destination file(" + dst + ") already exist.",
@@ -83,7 +83,7 @@ TEST(FileUtilTest, TemporaryNamesAreUniqueAndCreated)
     const std::string prefix = tmp.dir() + "/ov" + std::to_string(getpid()) + "_";
     for (int i = 0; i < 5; ++i) {
         ASSERT_NE(0u, GetTempFileName(tmp.dir().c_str(), "ov", 0, out));
-        EXPECT_TRUE(BaseTempDir::exists(out));
+        EXPECT_TRUE(FileExists(out));
         EXPECT_EQ(0u, std::string(out).rfind(prefix, 0)) << out;
         EXPECT_EQ(".tmp", std::string(out).substr(std::strlen(out) - 4));
         names.insert(out);
@@ -91,7 +91,7 @@ TEST(FileUtilTest, TemporaryNamesAreUniqueAndCreated)
     EXPECT_EQ(5u, names.size());
 
     EXPECT_EQ(77u, GetTempFileNameEx((tmp.dir() + "/").c_str(), "m", ".eml", 77, out));
-    EXPECT_FALSE(BaseTempDir::exists(out));
+    EXPECT_FALSE(FileExists(out));
     EXPECT_EQ("_77.eml", std::string(out).substr(std::strlen(out) - 7));
     EXPECT_EQ(std::string::npos, std::string(out).find("//"));
     EXPECT_EQ(0u, GetTempFileName(tmp.path("missing-dir").c_str(), "ov", 0, out));

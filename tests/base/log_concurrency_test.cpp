@@ -77,10 +77,10 @@ TEST(LogConcurrency, LinesNeverInterleaveWhateverTheTarget)
         DailyLog daily(base.c_str(), "d", 0);
         write_messages(daily);
     }
-    expect_whole_messages(lines_of(BaseTempDir::read(file)), R"(OVUX\[\d+\]\[\d+\]: )");
+    expect_whole_messages(lines_of(ReadFile(file)), R"(OVUX\[\d+\]\[\d+\]: )");
     const std::string dailyFile = DailyLog::file_name(base.c_str(), local);
-    if (BaseTempDir::exists(dailyFile))   // else the day changed during the test
-        expect_whole_messages(lines_of(BaseTempDir::read(dailyFile)), "d: ");
+    if (FileExists(dailyFile))   // else the day changed during the test
+        expect_whole_messages(lines_of(ReadFile(dailyFile)), "d: ");
 
     g_sent.clear();
     SysLog::set_sender(keep_sent);

@@ -40,7 +40,7 @@ TEST(Log, PrologFollowsTheFlags)
     for (const auto &row : rows) {
         const std::string file = tmp.path("debug" + std::to_string(row.first) + ".log");
         Log(file.c_str(), "OVUX", row.first).start() << "hello" << Orvane::endl;
-        const std::string written = BaseTempDir::read(file);
+        const std::string written = ReadFile(file);
         EXPECT_TRUE(std::regex_match(written, std::regex(row.second))) << row.first << written;
     }
 }
@@ -68,7 +68,7 @@ TEST(Log, InsertionsAndFileTarget)
         EXPECT_TRUE(Log(created.c_str(), "a", 0).is_open());
     }
     umask(savedMask);
-    EXPECT_EQ(BaseTempDir::read(file),
+    EXPECT_EQ(ReadFile(file),
               "old line\nov: cu-3 65535 -2147483648 4294967295 -9000000000 18446744073709551615 "
               "-1 1 2.5 0.25 1e+20 0.333333 (null) std own\nov: second\nrawov: after\n");
     struct stat info {};
@@ -106,8 +106,8 @@ TEST(Log, DescriptorTargetsAndDupWriteToTheSameTarget)
     }
     copy->start() << "from copy" << Orvane::endl;
     copy.reset();
-    EXPECT_EQ(BaseTempDir::read(file), "app: one\n: two\napp: three\nopen\n");
-    EXPECT_EQ(BaseTempDir::read(byName), "app: from original\napp: from copy\n");
+    EXPECT_EQ(ReadFile(file), "app: one\n: two\napp: three\nopen\n");
+    EXPECT_EQ(ReadFile(byName), "app: from original\napp: from copy\n");
 }
 
 TEST(DailyLog, EachMessageGoesToTodaysFile)
@@ -133,7 +133,7 @@ TEST(DailyLog, EachMessageGoesToTodaysFile)
     std::unique_ptr<Log>(log.dup())->start() << "second" << Orvane::endl;
     const std::string after = today();
     const std::string written =
-        BaseTempDir::read(before) + (after == before ? "" : BaseTempDir::read(after));
+        ReadFile(before) + (after == before ? "" : ReadFile(after));
     EXPECT_NE(written.find("ov: first\n"), std::string::npos) << written;
     EXPECT_NE(written.find("ov: second\n"), std::string::npos) << written;
 }

@@ -83,12 +83,12 @@ TEST(ProfileTest, WriteAndDeleteRewriteTheFile)
     EXPECT_EQ(1, DeletePrivateProfileString("new", "k", file.c_str()));
     EXPECT_EQ(1, DeletePrivateProfileString("new", "absent", file.c_str()));
     // Six rewrites, six more empty lines at the top.
-    EXPECT_EQ("\n\n\n\n\n\n# keep\n[a]\nx=one\n[new]\n", BaseTempDir::read(file));
+    EXPECT_EQ("\n\n\n\n\n\n# keep\n[a]\nx=one\n[new]\n", ReadFile(file));
 
     ConfigFile config(file.c_str(), 0);
     EXPECT_EQ(1, WritePrivateProfileString("a", "x", "two", &config));
     EXPECT_EQ(1, DeletePrivateProfileString("a", "x", &config));
-    EXPECT_EQ("\n\n\n\n\n\n\n# keep\n[a]\n[new]\n", BaseTempDir::read(file));
+    EXPECT_EQ("\n\n\n\n\n\n\n# keep\n[a]\n[new]\n", ReadFile(file));
 }
 
 TEST(ProfileTest, WritesNeverCreateAFile)
@@ -101,12 +101,12 @@ TEST(ProfileTest, WritesNeverCreateAFile)
     EXPECT_EQ(0, DeletePrivateProfileString("s", "k", missing.c_str()));
     EXPECT_EQ(0, WritePrivateProfileString("s", "k", "v", &config));
     EXPECT_EQ(0, DeletePrivateProfileString("s", "k", &config));
-    EXPECT_FALSE(BaseTempDir::exists(missing));
+    EXPECT_FALSE(FileExists(missing));
 
     std::string file = tmp.write("a.ini", "[s]\nk=v\n");
     EXPECT_EQ(0, WritePrivateProfileString(nullptr, "k", "v", file.c_str()));
     EXPECT_EQ(0, DeletePrivateProfileString("s", nullptr, file.c_str()));
-    EXPECT_EQ("[s]\nk=v\n", BaseTempDir::read(file));
+    EXPECT_EQ("[s]\nk=v\n", ReadFile(file));
 }
 
 } // namespace

@@ -77,7 +77,7 @@ Scanned Scan(const std::string &mail, bool attachScan)
     std::string text = work.path("text");
     EXPECT_TRUE(GetAttachmentInfo(df.c_str(), out.buf.get(), text.c_str(), out.info.get()));
     out.decoded = GetTnefFileName(df.c_str(), attachScan, *out.info, out.buf.get(), text.c_str());
-    out.text = out.buf->m_bInMemory ? std::string(out.buf->m_szData) : BaseTempDir::read(text);
+    out.text = out.buf->m_bInMemory ? std::string(out.buf->m_szData) : ReadFile(text);
     return out;
 }
 

@@ -86,10 +86,10 @@ TEST(DecodeMaster, DecodesFilesLineByLine)
     for (const auto &r : rows) {
         const std::string in = dir.write("in.txt", r.input);
         EXPECT_TRUE(dm.Do_Decode(in.c_str(), out.c_str(), r.type));
-        EXPECT_EQ(BaseTempDir::read(out), r.output) << r.input;
+        EXPECT_EQ(ReadFile(out), r.output) << r.input;
     }
     EXPECT_TRUE(dm.Do_Base64Decode(dir.path("missing").c_str(), out.c_str()));
-    EXPECT_EQ(BaseTempDir::read(out), "");
+    EXPECT_EQ(ReadFile(out), "");
     EXPECT_THROW(dm.Do_QPDecode(dir.path("in.txt").c_str(), dir.path("no/such/dir").c_str()),
                  std::runtime_error);
 }

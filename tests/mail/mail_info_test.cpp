@@ -158,7 +158,7 @@ TEST(Attach_Stru, ClearFileListDeletesEveryTemporaryFile)
 
     info.ClearAttachTnefFileList();
     for (const char *file : {"node-path", "node-temp", "tail-temp", "temp1", "temp2"})
-        EXPECT_FALSE(BaseTempDir::exists(dir.path(file))) << file;
+        EXPECT_FALSE(FileExists(dir.path(file))) << file;
     EXPECT_EQ(attach.m_pTnefHead, nullptr);
     EXPECT_EQ(attach.m_pTnefTail, nullptr);
     EXPECT_TRUE(attach.m_strTempFile.empty());
@@ -171,7 +171,7 @@ TEST(Attach_Stru, ClearFileListDeletesEveryTemporaryFile)
         other.AddFileName("c.doc", false);
         other.m_pTnefHead->m_strTempPath = late;
     }
-    EXPECT_FALSE(BaseTempDir::exists(late));
+    EXPECT_FALSE(FileExists(late));
 }
 
 TEST(SafeFileNamePart, ReplacesSlashesAndParentReferences)

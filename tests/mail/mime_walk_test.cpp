@@ -56,7 +56,7 @@ Walked Collect(const MEMBUF &buf, const std::string &textFile, const CMailInfo &
     out.ambiguity = info.m_nMimeAmbiguity;
     out.inMemory = buf.m_bInMemory != 0;
     out.text = out.inMemory ? std::string(buf.m_szData, size_t(buf.m_nLength))
-                            : BaseTempDir::read(textFile);
+                            : ReadFile(textFile);
     EXPECT_TRUE(!out.inMemory || buf.m_szData[buf.m_nLength] == '\0');
     return out;
 }
@@ -358,7 +358,7 @@ TEST(MimeText, WriteToTempFileSpillsPast99999Bytes)
     EXPECT_EQ(buf->m_bInMemory, 0);
     WriteToTempFile("c", 1, buf.get(), file);
     std::fclose(file);
-    EXPECT_EQ(BaseTempDir::read(dir.path("t")), chunk + "bc");
+    EXPECT_EQ(ReadFile(dir.path("t")), chunk + "bc");
 }
 
 TEST(MimeText, TakeOffCRLFJoinsEastAsianLinesOnly)
@@ -417,7 +417,7 @@ TEST(MimeWalk, ExtractDataFileLeavesOutUuencodedBlocks)
     std::string in = dir.write("DF", top + "--b\n\ntext\nbegin 644 x.bin\nM86)C\n--b\n\nkept\n"
                                            "begin 600 y\nend\nlast\n--b--\n");
     ASSERT_TRUE(ExtractDataFile(in.c_str(), dir.path("out").c_str()));
-    EXPECT_EQ(BaseTempDir::read(dir.path("out")), top + "--b\n\ntext\n--b\n\nkept\nlast\n--b--\n");
+    EXPECT_EQ(ReadFile(dir.path("out")), top + "--b\n\ntext\n--b\n\nkept\nlast\n--b--\n");
     EXPECT_FALSE(ExtractDataFile(dir.path("missing").c_str(), dir.path("out2").c_str()));
 }
 

@@ -301,14 +301,14 @@ TEST(TnefDecoder, SaveWritesDataInsideTheDirectoryOnly)
     // The directory and the name are joined by the backslash the setting
     // appends: "out/" saves files named "\<name>" inside out.
     EXPECT_EQ(DecodeWhole(stream, OVCM_TNEF_SAVE, (out + "/").c_str()).names.size(), 5u);
-    EXPECT_EQ(BaseTempDir::read(out + "/\\report.txt"), "report body");
+    EXPECT_EQ(ReadFile(out + "/\\report.txt"), "report body");
     Names entries = DirectoryEntries(out);
     EXPECT_EQ(entries.size(), 4u);
     for (const std::string &entry : entries) {
         EXPECT_EQ(entry.find('/'), std::string::npos);
         EXPECT_EQ(entry[0], '\\') << entry;
     }
-    EXPECT_FALSE(BaseTempDir::exists(out + "/nodata.txt"));
+    EXPECT_FALSE(FileExists(out + "/nodata.txt"));
     EXPECT_EQ(DirectoryEntries(dir.dir()), Names{"out"});
 
     // Data among the properties is saved when no data record came.
@@ -321,9 +321,9 @@ TEST(TnefDecoder, SaveWritesDataInsideTheDirectoryOnly)
         w.Attachment("", &data, P().Binary(0x3701, "property data").String8(0x3707, "both.txt"));
     });
     EXPECT_EQ(DecodeWhole(stream, OVCM_TNEF_SAVE, (dir.dir() + "/").c_str()).result, 0);
-    EXPECT_EQ(BaseTempDir::read(dir.path("\\binary.doc")), std::string("bin\0data", 8));
-    EXPECT_EQ(BaseTempDir::read(dir.path("\\o.bin")), "storage");
-    EXPECT_EQ(BaseTempDir::read(dir.path("\\both.txt")), "record data");
+    EXPECT_EQ(ReadFile(dir.path("\\binary.doc")), std::string("bin\0data", 8));
+    EXPECT_EQ(ReadFile(dir.path("\\o.bin")), "storage");
+    EXPECT_EQ(ReadFile(dir.path("\\both.txt")), "record data");
 
     // A directory that is not there fails the decode; no directory: names only.
     stream = Stream([](TnefWriter &w) { w.File("a.txt", "1"); });

@@ -49,7 +49,7 @@ TEST(EventLogConcurrency, ThreadsAppendWholeLines)
 
     std::map<std::string, int> seen; // id -> times seen
     for (const std::string &name : files) {
-        const std::vector<std::string> lines = NotifySplitLines(NotifyReadFile(dir.file(name)));
+        const std::vector<std::string> lines = SplitLines(ReadFile(dir.file(name)));
         ASSERT_FALSE(lines.empty());
         EXPECT_TRUE(std::regex_match(lines[0], header)) << lines[0];
         ASSERT_EQ(lines.size() % 2, 1u) << name;

@@ -41,7 +41,7 @@ protected:
         static const std::regex eventStamp(R"(^\d\d/\d\d/\d{4} \d\d:\d\d:\d\d CONTENT_MANAGEMENT\[)" +
                                            std::to_string(getpid()) + R"(\]: )");
         static const std::regex emailStamp(R"(^EMAIL\\\d\d/\d\d/\d{4} \d\d:\d\d:\d\d\\)");
-        std::vector<std::string> lines = NotifySplitLines(NotifyReadFile(log_path()));
+        std::vector<std::string> lines = SplitLines(ReadFile(log_path()));
         for (std::string &line : lines) {
             line = std::regex_replace(line, eventStamp, "<stamp>");
             line = std::regex_replace(line, emailStamp, "EMAIL\\<stamp>\\");
@@ -75,12 +75,12 @@ TEST_F(EventLogTest, HeaderOncePerDayAndAnEmailLineForMailText)
     for (const auto &row : rows) {
         std::remove(log_path().c_str());
         if (row.existing)
-            NotifyWriteFile(log_path(), row.existing);
+            WriteFile(log_path(), row.existing);
         for (const auto &call : row.calls)
             WriteLogFile(call.first, call.second, 367, 0);
         EXPECT_EQ(log_lines(), row.lines) << row.calls[0].first;
     }
-    EXPECT_EQ(NotifyReadFile(log_path()).substr(0, 10), today("%m/%d/%Y"));
+    EXPECT_EQ(ReadFile(log_path()).substr(0, 10), today("%m/%d/%Y"));
     EXPECT_EQ(m_dir.files(), std::vector<std::string>{today("pwall.log.%Y.%m.%d")});
 }
 
@@ -106,7 +106,7 @@ TEST_F(EventLogTest, CharsetZeroAndThreeWriteTheTextAsItIs)
 
 TEST_F(EventLogTest, UnwritableDirectoryIsSkippedSilently)
 {
-    NotifyWriteFile(m_dir.file("plainfile"), "x");
+    WriteFile(m_dir.file("plainfile"), "x");
     for (const std::string &dir : {m_dir.file("missing/"), m_dir.file("plainfile/")}) {
         g_t_strProgramDirectory = dir;
         WriteLogFile("lost", "lost too", 367, 2);

@@ -38,7 +38,7 @@ int capture_queue(ZWEnqueRecord *record)
     for (char **r = record->recipients; *r; ++r)
         g_queued.recipients.push_back(*r);
     g_queued.path = record->path;
-    g_queued.mail = NotifyReadFile(record->path);
+    g_queued.mail = ReadFile(record->path);
     return 0;
 }
 
@@ -69,7 +69,7 @@ protected:
         _kanji = CHARSET_EUC;
         Enque_Mail = &capture_queue;
         g_queued = Queued();
-        NotifyWriteFile(m_dir.file("DFI1234"), kBlockedMail);
+        WriteFile(m_dir.file("DFI1234"), kBlockedMail);
     }
     void TearDown() override
     {

@@ -54,13 +54,13 @@ TEST(MailCapture, WritesTheDataAndEnvelopeFiles)
     ASSERT_TRUE(mail->add_body("ne two\r\n", 8, &error));
     ASSERT_TRUE(mail->finish(&error)) << error;
 
-    EXPECT_EQ(BaseTempDir::read(mail->pair().dfPath),
+    EXPECT_EQ(ReadFile(mail->pair().dfPath),
               std::string("From: ") + kEncodedNihon +
                   " <ja@partner.example>\r\n"
                   "To: bob@corp.example\r\nCc: carol@corp.example\r\n"
                   "Reply-To: <help@partner.example>\r\nSubject: Quarterly\r\n\tfigures\r\n"
                   "Content-Type: text/plain\r\n\r\nline one\r\nline two\r\n");
-    EXPECT_EQ(BaseTempDir::read(mail->pair().afPath),
+    EXPECT_EQ(ReadFile(mail->pair().afPath),
               std::string("F<alice@partner.example>\nT<bob@corp.example>\nT<carol@corp.example>\n"
                           "O") +
                   kEncodedNihon +
@@ -116,22 +116,22 @@ TEST(MailCapture, NamesThePairAndRemovesItWhenDestroyed)
         EXPECT_EQ(mail->pair().dfPath, spool.path(row.df));
         if (row.finished) {
             ASSERT_TRUE(mail->finish(&error)) << error;
-            EXPECT_EQ(BaseTempDir::read(spool.path(row.df)),
+            EXPECT_EQ(ReadFile(spool.path(row.df)),
                       std::string("Subject: ") + row.spoolId + "\r\n\r\nbody\r\n");
             EXPECT_FALSE(mail->rename_pair("later")) << "the envelope is written";
         }
-        EXPECT_EQ(BaseTempDir::exists(spool.path(row.af)), row.finished);
-        EXPECT_TRUE(BaseTempDir::exists(spool.path(row.df)));
-        EXPECT_EQ(BaseTempDir::exists(spool.path(std::string("DF") + (row.outbound ? "O" : "I") +
+        EXPECT_EQ(FileExists(spool.path(row.af)), row.finished);
+        EXPECT_TRUE(FileExists(spool.path(row.df)));
+        EXPECT_EQ(FileExists(spool.path(std::string("DF") + (row.outbound ? "O" : "I") +
                                                  row.spoolId)),
                   !row.queueId);
         mails.push_back(std::move(mail));
     }
     mails.clear();
-    EXPECT_EQ(BaseTempDir::read(spool.path("AFI4Q_3")), "left by someone\n");
+    EXPECT_EQ(ReadFile(spool.path("AFI4Q_3")), "left by someone\n");
     for (const auto &row : rows) {
-        EXPECT_FALSE(BaseTempDir::exists(spool.path(row.af))) << row.af;
-        EXPECT_FALSE(BaseTempDir::exists(spool.path(row.df))) << row.df;
+        EXPECT_FALSE(FileExists(spool.path(row.af))) << row.af;
+        EXPECT_FALSE(FileExists(spool.path(row.df))) << row.df;
     }
 }
 
@@ -148,7 +148,7 @@ TEST(MailCapture, StartFailsWithAReason)
     error.clear();
     EXPECT_FALSE(MailCapture::start(spool.dir(), "7", false, "<a@b>", 0, &error));
     EXPECT_FALSE(error.empty());
-    EXPECT_TRUE(BaseTempDir::exists(spool.path("DFI7")));
+    EXPECT_TRUE(FileExists(spool.path("DFI7")));
 }
 
 TEST(MailCapture, TheBlankLineIsWrittenOnceAndTheDataFileClosesAtFinish)
@@ -170,7 +170,7 @@ TEST(MailCapture, TheBlankLineIsWrittenOnceAndTheDataFileClosesAtFinish)
         EXPECT_TRUE(!row.endHeaders || mail->end_headers(&error));
         EXPECT_TRUE(!row.body || mail->add_body("body", 4, &error));
         ASSERT_TRUE(mail->finish(&error)) << error;
-        EXPECT_EQ(BaseTempDir::read(mail->pair().dfPath), row.df);
+        EXPECT_EQ(ReadFile(mail->pair().dfPath), row.df);
         EXPECT_FALSE(mail->add_body("late", 4, &error));
         EXPECT_NE(error.find("closed"), std::string::npos) << error;
     }
@@ -196,8 +196,8 @@ TEST(MailCapture, StalePairsOfAnEarlierRunAreRemoved)
     spool.write("DFO3", "Subj");     // cut off before its envelope
     spool.write("notes.txt", "kept");
     EXPECT_EQ(remove_stale_pairs(spool.dir()), 4);
-    EXPECT_FALSE(BaseTempDir::exists(spool.path("DFI1")));
-    EXPECT_EQ(BaseTempDir::read(spool.path("notes.txt")), "kept");
+    EXPECT_FALSE(FileExists(spool.path("DFI1")));
+    EXPECT_EQ(ReadFile(spool.path("notes.txt")), "kept");
     EXPECT_EQ(remove_stale_pairs(spool.dir()), 0);
 }
 

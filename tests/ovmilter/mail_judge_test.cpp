@@ -64,8 +64,8 @@ TEST_F(MailJudgeTest, HandsThePluginTheCapturedPair)
     Judge([&](ZWHostCall *call, ZWMailResult *, OVMailReport *) {
         af = call->af_path;
         enqueue = call->enque_mail;
-        afText = BaseTempDir::read(af);
-        dfText = BaseTempDir::read(spool.path("DF" + af.substr(af.rfind('/') + 3)));
+        afText = ReadFile(af);
+        dfText = ReadFile(spool.path("DF" + af.substr(af.rfind('/') + 3)));
         return 0;
     });
     EXPECT_EQ(af, spool.path("AFO0001"));

@@ -67,8 +67,8 @@ TEST(NotificationQueue, RunsTheCommandWithTheMailOnInput)
             << row.words.back();
         EXPECT_NE(error.find(row.error), std::string::npos) << error;
     }
-    EXPECT_EQ(BaseTempDir::read(dir.path("out")), mail);
-    const pid_t child = std::atoi(BaseTempDir::read(pid).c_str());
+    EXPECT_EQ(ReadFile(dir.path("out")), mail);
+    const pid_t child = std::atoi(ReadFile(pid).c_str());
     ASSERT_GT(child, 0);
     EXPECT_EQ(kill(child, 0), -1); // killed and reaped
     EXPECT_EQ(errno, ESRCH);
@@ -106,10 +106,10 @@ TEST(NotificationQueue, QueueFunctionSendsOrKeepsTheMail)
         ZWEnqueRecord record{
             "postmaster@corp.example", row.recipients, nullptr, nullptr, path.c_str(), 0, 0};
         EXPECT_EQ(ovmilter_enque_mail(&record), row.rc) << row.command;
-        EXPECT_EQ(BaseTempDir::exists(path), row.rc != 0) << "kept when refused";
-        EXPECT_EQ(BaseTempDir::read(dir.path("argv")), row.argv);
+        EXPECT_EQ(FileExists(path), row.rc != 0) << "kept when refused";
+        EXPECT_EQ(ReadFile(dir.path("argv")), row.argv);
     }
-    EXPECT_EQ(BaseTempDir::read(dir.path("stdin")), text);
+    EXPECT_EQ(ReadFile(dir.path("stdin")), text);
     EXPECT_EQ(ovmilter_enque_mail(nullptr), -1);
     set_notification_command({"/usr/sbin/sendmail", "-oi"});
 }

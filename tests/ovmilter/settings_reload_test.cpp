@@ -35,7 +35,7 @@ std::string ReloadInChild(PluginInstallation &install, const std::function<void(
         [&] {
             // Written after each step, so that a hang shows where.
             std::string text, error;
-            auto note = [&](const std::string &step) { PluginWriteFile(transcript, text += step); };
+            auto note = [&](const std::string &step) { WriteFile(transcript, text += step); };
             PluginHost host;
             if (!host.load(OV_LIBOV_PATH, &error))
                 note(error);
@@ -53,7 +53,7 @@ std::string ReloadInChild(PluginInstallation &install, const std::function<void(
         },
         60);
     EXPECT_EQ(status, 0) << "the child crashed or hung";
-    return PluginReadFile(transcript);
+    return ReadFile(transcript);
 }
 
 TEST(SettingsReload, RefusesAReloadThatWouldHoldMail)
@@ -66,7 +66,7 @@ TEST(SettingsReload, RefusesAReloadThatWouldHoldMail)
         {"files as installed", [](PluginInstallation &) {}, "init=0 reload=0 why= "},
         {"policies garbled",
          [](PluginInstallation &install) {
-             PluginWriteFile(install.Path("CsConfig.dat"), "policies\t\x01garbage");
+             WriteFile(install.Path("CsConfig.dat"), "policies\t\x01garbage");
          },
          "init=0 reload=1 why=the keyword policies of %CsConfig.dat do not load "},
         {"contscan.ini gone",
@@ -74,7 +74,7 @@ TEST(SettingsReload, RefusesAReloadThatWouldHoldMail)
          "init=0 reload=1 why=cannot read %contscan.ini: No such file or directory "},
         {"quarantine directory a plain file",
          [](PluginInstallation &install) {
-             PluginWriteFile(install.root() + "/q", "x");
+             WriteFile(install.root() + "/q", "x");
              install.ini.Set("Advanced Options", "QuarantineDirectory", install.root() + "/q");
              install.WriteIni();
          },

@@ -63,7 +63,7 @@ TEST(WorkDirectories, CheckedWithARealFile)
     }
     struct stat info;
     EXPECT_EQ(0, stat(tmp.path("made/on/demand").c_str(), &info));
-    EXPECT_EQ("x", BaseTempDir::read(file));
+    EXPECT_EQ("x", ReadFile(file));
 }
 
 TEST(WorkDirectories, FullDiskIsRefused)

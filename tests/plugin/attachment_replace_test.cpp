@@ -54,31 +54,29 @@ TEST_F(PluginReplaceTest, RewritesTheMessageByteForByte)
         {"C", kDefaultText, kPlainHeader},
         {"en_US", "", kPlainHeader},
         {"ja_JP.eucJP", kDefaultText,
-         "Content-Type: text/plain; charset=\"iso-2022-jp\"\r\nContent-Transfer-Encoding: 7bit\r\n\r\n"},
+         "Content-Type: text/plain; charset=\"iso-2022-jp\"\r\nContent-Transfer-Encoding: "
+         "7bit\r\n\r\n"},
         {"zh_CN.GB2312", kDefaultText,
-         "Content-Type: text/plain; charset=\"iso-2022-cn\"\r\nContent-Transfer-Encoding: 7bit\r\n\r\n"},
+         "Content-Type: text/plain; charset=\"iso-2022-cn\"\r\nContent-Transfer-Encoding: "
+         "7bit\r\n\r\n"},
         {"zh_TW.Big5", kDefaultText,
-         "Content-Type: text/plain; charset=\"iso-2022-cn-ext\"\r\nContent-Transfer-Encoding: 7bit\r\n\r\n"},
+         "Content-Type: text/plain; charset=\"iso-2022-cn-ext\"\r\nContent-Transfer-Encoding: "
+         "7bit\r\n\r\n"},
     };
     const PluginMessage message = PluginMultipartMail({}, "See the installer.", {Exe()});
     for (const Row &row : rows) {
         SCOPED_TRACE(row.language);
         PluginInstallation local;
-        local.ini.Set("Content Filter", "HostLanguage", row.language)
+        local.Set("Content Filter", "HostLanguage", row.language)
             .Set("Specialized Filtering", "ReplaceText", row.text);
-        local.WriteIni();
         PluginSpoolMail mail = local.AddMail(message.text);
-        ASSERT_EQ(0, plugin().Initialize(local.root().c_str(), &info));
         ZWMailResult result{};
-        ZWHostCall call = PluginCall(mail.af);
-        EXPECT_EQ(0, plugin().Process(&call, &result));
-        EXPECT_EQ(0, plugin().Cleanup());
+        EXPECT_EQ(0, RunOnce(local, mail, &result));
         EXPECT_EQ(4, result.action);
         EXPECT_EQ(0, result.blocked);
-        EXPECT_EQ(Replaced(message, {0}, {Block(row.header, Exe(), row.text)}),
-                  PluginReadFile(mail.df));
+        EXPECT_EQ(Replaced(message, {0}, {Block(row.header, Exe(), row.text)}), ReadFile(mail.df));
         EXPECT_EQ(std::vector<std::string>{}, local.Files("tempdir"));
-        EXPECT_EQ(std::vector<std::string>{}, local.Files("Quarantine"));   // Quarantine=no
+        EXPECT_EQ(std::vector<std::string>{}, local.Files("Quarantine")); // Quarantine=no
     }
 }
 
@@ -95,7 +93,7 @@ TEST_F(PluginReplaceTest, ReplacesOnlyThePickedParts)
     EXPECT_EQ(Replaced(message, {0, 2},
                        {Block(kPlainHeader, Exe("a.exe"), kDefaultText),
                         Block(kPlainHeader, Exe("b.exe"), kDefaultText)}),
-              PluginReadFile(mail.df));
+              ReadFile(mail.df));
 
     // One event-log record per removed attachment.
     const std::vector<PluginEvent> events = PluginEvents(install.EventLog());
@@ -113,8 +111,9 @@ TEST_F(PluginReplaceTest, ReplacesOnlyThePickedParts)
 // A uuencoded block inside a plain body is an attachment too.
 TEST_F(PluginReplaceTest, ReplacesAUuencodedBlock)
 {
-    const std::string before = "Return-Path: <alice@partner.example>\r\nFrom: alice@partner.example\r\n"
-                               "To: bob@corp.example\r\nSubject: tool\r\n\r\nHere it is:\r\n\r\n";
+    const std::string before =
+        "Return-Path: <alice@partner.example>\r\nFrom: alice@partner.example\r\n"
+        "To: bob@corp.example\r\nSubject: tool\r\n\r\nHere it is:\r\n\r\n";
     const std::string block = "begin 644 tool.exe\r\n"
                               "M35J0``,````$````__\\``+@`````````0```````````````````````````\r\n"
                               "`\r\nend\r\n";
@@ -126,20 +125,19 @@ TEST_F(PluginReplaceTest, ReplacesAUuencodedBlock)
     EXPECT_EQ(4, result.action);
     EXPECT_EQ(before + kPlainHeader + "[Filename: tool.exe, Content-Type: UUEncoded]\r\n" +
                   kDefaultText + "\r\n\r\n" + after,
-              PluginReadFile(mail.df));
+              ReadFile(mail.df));
 }
 
 TEST_F(PluginReplaceTest, ConvertsAJapaneseTextForAJapaneseHost)
 {
     const std::string text = u8"添付ファイルは削除されました。";
-    install.ini.Set("Content Filter", "HostLanguage", "ja_JP.eucJP")
+    install.Set("Content Filter", "HostLanguage", "ja_JP.eucJP")
         .Set("Specialized Filtering", "ReplaceText", PluginConvert(text, "EUC-JP"));
-    install.WriteIni();
     const PluginMessage message = PluginMultipartMail({}, "installer", {Exe()});
     PluginSpoolMail mail = install.AddMail(message.text);
     Start();
     EXPECT_EQ(0, Run(mail));
-    const std::string rewritten = PluginReadFile(mail.df);
+    const std::string rewritten = ReadFile(mail.df);
     const std::string bracket = "[Filename: setup.exe, Content-Type: application/octet-stream]\r\n";
     const size_t at = rewritten.find(bracket);
     ASSERT_NE(std::string::npos, at);
@@ -158,43 +156,25 @@ TEST_F(PluginReplaceTest, SwitchAndDirectionDecide)
         bool outbound;
         bool replaced;
     } rows[] = {
-        {"no", "both", false, false},          {"yes", "both", true, true},
-        {"yes", "outbound", false, false},     {"yes", "outbound", true, true},
-        {"yes", "inbound", true, false},       {"yes", "inbound", false, true},
-        {"Yes", "both", false, false},         {"yes please", "Both", false, true},
+        {"no", "both", false, false},      {"yes", "both", true, true},
+        {"yes", "outbound", false, false}, {"yes", "outbound", true, true},
+        {"yes", "inbound", true, false},   {"yes", "inbound", false, true},
+        {"Yes", "both", false, false},     {"yes please", "Both", false, true},
     };
     const PluginMessage message = PluginMultipartMail({}, "installer", {Exe()});
     for (const Row &row : rows) {
-        SCOPED_TRACE(std::string(row.remove) + " " + row.direction + (row.outbound ? " out" : " in"));
+        SCOPED_TRACE(std::string(row.remove) + " " + row.direction +
+                     (row.outbound ? " out" : " in"));
         PluginInstallation local;
-        local.ini.Set("Specialized Filtering", "RemoveAttachment", row.remove)
-            .Set("Specialized Filtering", "IOMail", row.direction);
-        local.WriteIni();
+        local.Set("Specialized Filtering",
+                  {{"RemoveAttachment", row.remove}, {"IOMail", row.direction}});
         PluginSpoolMail mail = local.AddMail(message.text, {}, row.outbound);
-        ASSERT_EQ(0, plugin().Initialize(local.root().c_str(), &info));
         ZWMailResult result{};
-        ZWHostCall call = PluginCall(mail.af);
-        EXPECT_EQ(0, plugin().Process(&call, &result));
-        EXPECT_EQ(0, plugin().Cleanup());
+        EXPECT_EQ(0, RunOnce(local, mail, &result));
         EXPECT_EQ(row.replaced ? 4 : 0, result.action);
-        EXPECT_EQ(row.replaced, PluginReadFile(mail.df) != message.text);
+        EXPECT_EQ(row.replaced, ReadFile(mail.df) != message.text);
         // Without removal the rule filter still sees the attachment.
     }
-}
-
-TEST_F(PluginReplaceTest, QuarantinesTheOriginalFirst)
-{
-    install.ini.Set("Specialized Filtering", "Quarantine", "yes");
-    install.WriteIni();
-    const PluginMessage message = PluginMultipartMail({}, "installer", {Exe()});
-    PluginSpoolMail mail = install.AddMail(message.text);
-    Start();
-    EXPECT_EQ(0, Run(mail));
-    const std::vector<std::string> copies = install.Files("Quarantine");
-    ASSERT_EQ(1u, copies.size());
-    EXPECT_EQ(0u, copies[0].rfind("Quarantine/A", 0)) << copies[0];
-    EXPECT_EQ(message.text, PluginReadFile(install.Path(copies[0])));
-    EXPECT_NE(message.text, PluginReadFile(mail.df));
 }
 
 // A mail that loses its attachment and is then blocked by a rule: the copy
@@ -218,18 +198,15 @@ TEST_F(PluginReplaceTest, RuleActionsAfterTheReplacement)
         PluginInstallation local;
         local.WriteRules({std::string("Offers\\C\\SUBJ=IS\"*free offer*\"\\") + row.action});
         PluginSpoolMail mail = local.AddMail(message.text);
-        ASSERT_EQ(0, plugin().Initialize(local.root().c_str(), &info));
         ZWMailResult result{};
-        ZWHostCall call = PluginCall(mail.af);
-        EXPECT_EQ(2, plugin().Process(&call, &result));
-        EXPECT_EQ(0, plugin().Cleanup());
+        EXPECT_EQ(2, RunOnce(local, mail, &result));
         EXPECT_EQ(row.code, result.action);
         EXPECT_EQ(1, result.blocked);
-        EXPECT_EQ(rewritten, PluginReadFile(mail.df));
+        EXPECT_EQ(rewritten, ReadFile(mail.df));
         if (*row.tree) {
             const std::vector<std::string> copies = local.Files(row.tree);
             ASSERT_EQ(1u, copies.size());
-            EXPECT_EQ(rewritten, PluginReadFile(local.Path(copies[0])));
+            EXPECT_EQ(rewritten, ReadFile(local.Path(copies[0])));
         }
     }
 }
@@ -242,8 +219,7 @@ TEST_F(PluginReplaceTest, RulesNoLongerSeeARemovedAttachment)
     Start();
     EXPECT_EQ(0, Run(install.AddMail(message.text)));
     EXPECT_EQ(0, plugin().Cleanup());
-    install.ini.Set("Specialized Filtering", "RemoveAttachment", "no");
-    install.WriteIni();
+    install.Set("Specialized Filtering", "RemoveAttachment", "no");
     Start();
     ZWMailResult result{};
     EXPECT_EQ(2, Run(install.AddMail(message.text), &result));

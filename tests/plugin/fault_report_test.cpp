@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <random>
@@ -23,26 +24,9 @@ namespace {
 
 using PluginReportTest = PluginTest;
 
-std::string Secret() { return std::string("Numbers of ") + PluginConfidentialWord() + ".\r\n"; }
-
-PluginHeaders Junk()
-{
-    PluginHeaders headers;
-    headers.subject = PluginJunkSubject();
-    return headers;
-}
-
 std::string Executable()
 {
     return PluginMultipartMail({}, "x", {{"a.exe", "application/octet-stream", "MZ"}}).text;
-}
-
-bool HasEvent(const PluginInstallation &install, const std::string &prefix)
-{
-    for (const PluginEvent &event : PluginEvents(install.EventLog()))
-        if (event.text.rfind(prefix, 0) == 0)
-            return true;
-    return false;
 }
 
 bool StartsWith(const std::string &text, const std::string &prefix)
@@ -52,8 +36,7 @@ bool StartsWith(const std::string &text, const std::string &prefix)
 
 TEST_F(PluginReportTest, ReportNamesTheCopyAndWhatActed)
 {
-    install.ini.Set("Specialized Filtering", "Quarantine", "yes");
-    install.WriteIni();
+    install.Set("Specialized Filtering", "Quarantine", "yes");
     install.WriteRules({"Offers\\C\\SUBJ=IS\"*free offer*\"\\QUAR"});
     Start();
     struct Row {
@@ -61,11 +44,13 @@ TEST_F(PluginReportTest, ReportNamesTheCopyAndWhatActed)
         std::string message;
         int code, action;
         std::string trigger;
-        std::string copyDir;   // under the program directory; "" for no copy
+        std::string copyDir; // under the program directory; "" for no copy
     } rows[] = {
         {"plain", PluginPlainMail({}, "hi"), 0, 0, "", ""},
-        {"rule", PluginPlainMail(Junk(), "hi"), 2, 2, "Offers", "Quarantine/Anti-Spam/Offers/A"},
-        {"policy", PluginPlainMail({}, Secret()), 0, 2, "Confidential", "Quarantine/Confidential/A"},
+        {"rule", PluginPlainMail(PluginJunkHeaders(), "hi"), 2, 2, "Offers",
+         "Quarantine/Anti-Spam/Offers/A"},
+        {"policy", PluginPlainMail({}, PluginSecretBody()), 0, 2, "Confidential",
+         "Quarantine/Confidential/A"},
         {"attachment", Executable(), 0, 4, "Attachment Removal", "Quarantine/A"},
     };
     for (const Row &row : rows) {
@@ -73,7 +58,7 @@ TEST_F(PluginReportTest, ReportNamesTheCopyAndWhatActed)
         PluginSpoolMail mail = install.AddMail(row.message);
         ZWMailResult result{};
         OVMailReport report;
-        std::memset(&report, 0x55, sizeof report);   // cleared by the call
+        std::memset(&report, 0x55, sizeof report); // cleared by the call
         EXPECT_EQ(row.code, Run(mail, &result, &report));
         EXPECT_EQ(row.action, result.action);
         EXPECT_EQ(0u, report.faults);
@@ -83,7 +68,7 @@ TEST_F(PluginReportTest, ReportNamesTheCopyAndWhatActed)
             EXPECT_EQ("", copy);
         } else {
             EXPECT_TRUE(StartsWith(copy, install.Path(row.copyDir))) << copy;
-            EXPECT_EQ(row.message, PluginReadFile(copy));   // the mail as it came
+            EXPECT_EQ(row.message, ReadFile(copy)); // the mail as it came
         }
         // The classic entry point gives the same verdict.
         PluginSpoolMail again = install.AddMail(row.message);
@@ -100,15 +85,16 @@ TEST_F(PluginReportTest, MistypedRuleActionKeepsTheMail)
     struct Row {
         const char *action;
         int code;
-    } rows[] = {{"DEL", 1}, {"QUAR", 2}, {"ARCH", 3}, {"DELETE", 2}, {"QUARANTINE", 2},
-                {"ARCHIVE", 2}};
+    } rows[] = {{"DEL", 1},    {"QUAR", 2},       {"ARCH", 3},
+                {"DELETE", 2}, {"QUARANTINE", 2}, {"ARCHIVE", 2}};
     for (const Row &row : rows) {
         SCOPED_TRACE(row.action);
         install.WriteRules({std::string("Offers\\C\\SUBJ=IS\"*free offer*\"\\") + row.action});
         Start();
         ZWMailResult result{};
         OVMailReport report{};
-        EXPECT_EQ(2, Run(install.AddMail(PluginPlainMail(Junk(), "hi")), &result, &report));
+        EXPECT_EQ(
+            2, Run(install.AddMail(PluginPlainMail(PluginJunkHeaders(), "hi")), &result, &report));
         EXPECT_EQ(row.code, result.action);
         EXPECT_EQ(row.code != 1, report.copy_path[0] != '\0');
         EXPECT_EQ(0, plugin().Cleanup());
@@ -118,13 +104,11 @@ TEST_F(PluginReportTest, MistypedRuleActionKeepsTheMail)
 TEST_F(PluginReportTest, PlainFileWhereTheCopyDirectoryShouldBe)
 {
     const std::string blocker = install.root() + "/not-a-directory";
-    PluginWriteFile(blocker, "x");
-    install.ini.Set("Advanced Options", "QuarantineDirectory", blocker)
-        .Set("Advanced Options", "ArchiveDirectory", blocker)
-        .Set("Specialized Filtering", "Quarantine", "yes")
-        .Set("Specialized Filtering", "WarnAdmin", "yes")
-        .Set("Specialized Filtering", "Admin", "postmaster@corp.example");
-    install.WriteIni();
+    WriteFile(blocker, "x");
+    install
+        .Set("Advanced Options", {{"QuarantineDirectory", blocker}, {"ArchiveDirectory", blocker}})
+        .Set("Specialized Filtering",
+             {{"Quarantine", "yes"}, {"WarnAdmin", "yes"}, {"Admin", "postmaster@corp.example"}});
     install.WriteRules({"Offers\\C\\SUBJ=IS\"*free offer*\"\\QUAR"});
     Start();
     struct Row {
@@ -133,8 +117,8 @@ TEST_F(PluginReportTest, PlainFileWhereTheCopyDirectoryShouldBe)
         int code, action;
         std::string trigger;
     } rows[] = {
-        {"rule quarantine", PluginPlainMail(Junk(), "hi"), 2, 2, "Offers"},
-        {"policy quarantine", PluginPlainMail({}, Secret()), 0, 2, "Confidential"},
+        {"rule quarantine", PluginPlainMail(PluginJunkHeaders(), "hi"), 2, 2, "Offers"},
+        {"policy quarantine", PluginPlainMail({}, PluginSecretBody()), 0, 2, "Confidential"},
         // No copy of the original: the attachment stays, nobody is told.
         {"special filter quarantine", Executable(), 0, 0, "Attachment Removal"},
     };
@@ -148,12 +132,12 @@ TEST_F(PluginReportTest, PlainFileWhereTheCopyDirectoryShouldBe)
         EXPECT_EQ(OV_FAULT_COPY, report.faults);
         EXPECT_STREQ("", report.copy_path);
         EXPECT_EQ(row.trigger, report.trigger);
-        EXPECT_EQ(row.message, PluginReadFile(mail.df));
+        EXPECT_EQ(row.message, ReadFile(mail.df));
         EXPECT_TRUE(HasEvent(install, "CopyFile(" + mail.df + "," + blocker + "/"));
     }
     EXPECT_TRUE(PluginQueue::Take().empty());
     EXPECT_TRUE(HasEvent(install, "CONTENT MANAGEMENT ERROR: attachments of "));
-    EXPECT_EQ("x", PluginReadFile(blocker));
+    EXPECT_EQ("x", ReadFile(blocker));
 }
 
 TEST_F(PluginReportTest, DirectoriesRemovedBetweenMails)
@@ -161,43 +145,30 @@ TEST_F(PluginReportTest, DirectoriesRemovedBetweenMails)
     Start();
     ZWMailResult result{};
     OVMailReport report{};
-    EXPECT_EQ(0, Run(install.AddMail(PluginPlainMail({}, Secret())), &result, &report));
+    EXPECT_EQ(0, Run(install.AddMail(PluginPlainMail({}, PluginSecretBody())), &result, &report));
     ASSERT_EQ(0u, report.faults);
 
     // Gone: both are made again, and the mail is filtered as before.
     ASSERT_EQ(0, std::system(("rm -rf '" + install.Path("Quarantine") + "' '" +
                               install.Path("tempdir") + "'")
                                  .c_str()));
-    PluginSpoolMail mail = install.AddMail(PluginPlainMail({}, Secret()));
+    PluginSpoolMail mail = install.AddMail(PluginPlainMail({}, PluginSecretBody()));
     EXPECT_EQ(0, Run(mail, &result, &report));
     EXPECT_EQ(0u, report.faults);
     EXPECT_EQ(2, result.action);
-    EXPECT_TRUE(PluginFileExists(report.copy_path));
+    EXPECT_TRUE(FileExists(report.copy_path));
 
     // A plain file in the temporary directory's place: the keyword scan
     // cannot run, and says so.
     ASSERT_EQ(0, std::system(("rm -rf '" + install.Path("tempdir") + "'").c_str()));
-    PluginWriteFile(install.Path("tempdir"), "x");
-    mail = install.AddMail(PluginPlainMail({}, Secret()));
+    WriteFile(install.Path("tempdir"), "x");
+    mail = install.AddMail(PluginPlainMail({}, PluginSecretBody()));
     EXPECT_EQ(0, Run(mail, &result, &report));
     EXPECT_EQ(OV_FAULT_TEMP, report.faults);
     EXPECT_EQ(0, result.action);
     EXPECT_TRUE(HasEvent(install, "CONTENT MANAGEMENT ERROR: GetTempFileName(" +
                                       install.Path("tempdir") + ") fail! ErrCode(20)"))
         << install.EventLog();
-}
-
-// Regular files below a directory, recursively (hidden ones too).
-std::vector<std::string> FilesBelow(const std::string &dir)
-{
-    std::vector<std::string> files;
-    FILE *find = popen(("find '" + dir + "' -type f ! -name .filler").c_str(), "r");
-    char line[4096];
-    while (find && std::fgets(line, sizeof line, find))
-        files.push_back(std::string(line, std::strcspn(line, "\n")));
-    if (find)
-        pclose(find);
-    return files;
 }
 
 TEST_F(PluginReportTest, FullDisks)
@@ -209,16 +180,17 @@ TEST_F(PluginReportTest, FullDisks)
                       spool = disk.dir() + "/spool";
     for (const std::string &dir : {temp, quarantine, spool})
         ASSERT_EQ(0, mkdir(dir.c_str(), 0755));
-    install.ini.Set("Confidential", "Action", "Quarantine")
+    install.Set("Confidential", "Action", "Quarantine")
         .Set("Advanced Options", "QuarantineDirectory", quarantine);
-    install.WriteIni();
 
     // A mail whose quarantine copy fits only in part.
     std::mt19937 random(7);
-    const std::string big = PluginPlainMail({}, PluginProse(random, 1500) + Secret());
+    const std::string big = PluginPlainMail({}, PluginProse(random, 1500) + PluginSecretBody());
     ASSERT_GT(big.size(), 60000u);
-    const std::string exe = PluginMultipartMail(
-        {}, "x", {{"a.exe", "application/octet-stream", PluginBinaryBytes(30000, 3)}}).text;
+    const std::string exe =
+        PluginMultipartMail({}, "x",
+                            {{"a.exe", "application/octet-stream", PluginBinaryBytes(30000, 3)}})
+            .text;
 
     struct Row {
         const char *label;
@@ -235,14 +207,12 @@ TEST_F(PluginReportTest, FullDisks)
     };
     for (const Row &row : rows) {
         SCOPED_TRACE(row.label);
-        install.ini.Set("Advanced Options", "TempDir",
-                        row.tempOnDisk ? temp : install.Path("tempdir"));
-        install.WriteIni();
+        install.Set("Advanced Options", "TempDir", row.tempOnDisk ? temp : install.Path("tempdir"));
         PluginSpoolMail mail = install.AddMail(row.message);
         if (row.spoolOnDisk) {
             PluginSpoolMail moved{spool + "/AFI1", spool + "/DFI1"};
-            PluginWriteFile(moved.af, PluginReadFile(mail.af));
-            PluginWriteFile(moved.df, row.message);
+            WriteFile(moved.af, ReadFile(mail.af));
+            WriteFile(moved.df, row.message);
             mail = moved;
         }
         Start();
@@ -251,11 +221,13 @@ TEST_F(PluginReportTest, FullDisks)
         OVMailReport report{};
         Run(mail, &result, &report);
         EXPECT_EQ(row.faults, report.faults);
-        EXPECT_TRUE(row.message == PluginReadFile(mail.df));   // unchanged, byte for byte
+        EXPECT_TRUE(row.message == ReadFile(mail.df)); // unchanged, byte for byte
         EXPECT_STREQ("", report.copy_path);
-        const std::vector<std::string> left = FilesBelow(disk.dir());
+        std::vector<std::string> left = FilesBelow(disk.dir());
+        left.erase(std::remove(left.begin(), left.end(), disk.dir() + "/.filler"), left.end());
         const std::vector<std::string> expectedLeft =
-            row.spoolOnDisk ? std::vector<std::string>{mail.af, mail.df} : std::vector<std::string>{};
+            row.spoolOnDisk ? std::vector<std::string>{mail.af, mail.df}
+                            : std::vector<std::string>{};
         EXPECT_EQ(expectedLeft.size(), left.size()) << ::testing::PrintToString(left);
         EXPECT_TRUE(HasEvent(install, row.event)) << install.EventLog();
         EXPECT_EQ(0, plugin().Cleanup());
@@ -274,22 +246,21 @@ int RefuseQueue(ZWEnqueRecord *record)
 
 TEST_F(PluginReportTest, NotificationThatIsNotQueued)
 {
-    install.ini.Set("Confidential", "WarningSender", "yes");
-    install.WriteIni();
+    install.Set("Confidential", "WarningSender", "yes");
     Start();
-    PluginSpoolMail mail = install.AddMail(PluginPlainMail({}, Secret()));
+    PluginSpoolMail mail = install.AddMail(PluginPlainMail({}, PluginSecretBody()));
     ZWHostCall call = PluginCall(mail.af, &RefuseQueue);
     ZWMailResult result{};
     OVMailReport report{};
     EXPECT_EQ(0, plugin().ProcessReport(&call, &result, &report));
     EXPECT_EQ(2, result.action);
     EXPECT_EQ(OV_FAULT_NOTIFY, report.faults);
-    EXPECT_TRUE(PluginFileExists(report.copy_path));
-    EXPECT_TRUE(HasEvent(install,
-                         "CONTENT MANAGEMENT ERROR: notification to alice@partner.example not queued!"))
+    EXPECT_TRUE(FileExists(report.copy_path));
+    EXPECT_TRUE(HasEvent(
+        install, "CONTENT MANAGEMENT ERROR: notification to alice@partner.example not queued!"))
         << install.EventLog();
     // A host without a queue wants no notifications: no fault.
-    call = PluginCall(install.AddMail(PluginPlainMail({}, Secret())).af, nullptr);
+    call = PluginCall(install.AddMail(PluginPlainMail({}, PluginSecretBody())).af, nullptr);
     EXPECT_EQ(0, plugin().ProcessReport(&call, &result, &report));
     EXPECT_EQ(0u, report.faults);
 }

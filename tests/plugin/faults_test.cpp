@@ -25,31 +25,6 @@ namespace {
 
 using PluginFaultTest = PluginTest;
 
-std::string Secret() { return std::string("Numbers of ") + PluginConfidentialWord() + ".\r\n"; }
-
-PluginHeaders Junk()
-{
-    PluginHeaders headers;
-    headers.subject = PluginJunkSubject();
-    return headers;
-}
-
-std::vector<std::string> EventTexts(const PluginInstallation &install)
-{
-    std::vector<std::string> texts;
-    for (const PluginEvent &event : PluginEvents(install.EventLog()))
-        texts.push_back(event.text);
-    return texts;
-}
-
-bool HasEvent(const PluginInstallation &install, const std::string &prefix)
-{
-    for (const std::string &text : EventTexts(install))
-        if (text.rfind(prefix, 0) == 0)
-            return true;
-    return false;
-}
-
 TEST_F(PluginFaultTest, MissingOrEmptyFilesAreRefused)
 {
     const std::string missing = "No such file or directory";
@@ -57,7 +32,7 @@ TEST_F(PluginFaultTest, MissingOrEmptyFilesAreRefused)
     struct Row {
         const char *label;
         bool af, afEmpty, df, dfEmpty;
-        std::string line;   // with <AF> and <DF> standing for the paths
+        std::string line; // with <AF> and <DF> standing for the paths
     } rows[] = {
         {"no data file", true, false, false, false, "DF(<DF>): " + missing},
         {"empty data file", true, false, true, true, "DF(<DF>): " + empty},
@@ -69,13 +44,12 @@ TEST_F(PluginFaultTest, MissingOrEmptyFilesAreRefused)
     Start();
     for (const Row &row : rows) {
         SCOPED_TRACE(row.label);
-        PluginSpoolMail mail = install.AddMail(PluginPlainMail(Junk(), "hi"));
+        PluginSpoolMail mail = install.AddMail(PluginPlainMail(PluginJunkHeaders(), "hi"));
         if (!row.af || row.afEmpty)
-            row.af ? PluginWriteFile(mail.af, "") : (void)std::remove(mail.af.c_str());
+            row.af ? WriteFile(mail.af, "") : (void)std::remove(mail.af.c_str());
         if (!row.df || row.dfEmpty)
-            row.df ? PluginWriteFile(mail.df, "") : (void)std::remove(mail.df.c_str());
-        ZWMailResult result;
-        std::memset(&result, 0, sizeof result);
+            row.df ? WriteFile(mail.df, "") : (void)std::remove(mail.df.c_str());
+        ZWMailResult result{};
         EXPECT_EQ(-6, Run(mail, &result));
         EXPECT_EQ(0, result.action);
         std::string line = "CONTENT MANAGEMENT ERROR: " + row.line;
@@ -83,7 +57,7 @@ TEST_F(PluginFaultTest, MissingOrEmptyFilesAreRefused)
             line.replace(at, 4, mail.af);
         for (size_t at; (at = line.find("<DF>")) != std::string::npos;)
             line.replace(at, 4, mail.df);
-        EXPECT_EQ(line, EventTexts(install).back());
+        EXPECT_EQ(line, PluginEvents(install.EventLog()).back().text);
     }
     // No filter ran: nothing blocked, nothing copied.
     EXPECT_EQ(std::vector<std::string>{}, install.Files("Quarantine"));
@@ -100,33 +74,30 @@ TEST_F(PluginFaultTest, BadCallRecordsAreRefused)
     EXPECT_EQ(-6, plugin().Process(&call, nullptr));
     EXPECT_EQ(-6, plugin().Process(nullptr, nullptr));
     // A path that fills the whole field without a terminator, an empty path,
-    // a directory, a one-letter name.
+    // a directory, a one-letter name; then the plug-in still works.
     std::memset(call.af_path, 'A', sizeof call.af_path);
     EXPECT_EQ(-6, plugin().Process(&call, &result));
-    for (const std::string &path : {std::string(""), install.SpoolDir(), install.SpoolDir() + "/A"}) {
+    for (const std::string &path :
+         {std::string(""), install.SpoolDir(), install.SpoolDir() + "/A"}) {
         call = PluginCall(path);
         EXPECT_EQ(-6, plugin().Process(&call, &result)) << path;
     }
-    // and the plug-in still works
-    call = PluginCall(mail.af);
-    EXPECT_EQ(0, plugin().Process(&call, &result));
+    EXPECT_EQ(0, Run(mail));
 }
 
 TEST_F(PluginFaultTest, UnwritableTemporaryDirectoryIsLogged)
 {
     const std::string blocker = install.root() + "/temp-is-a-file";
-    PluginWriteFile(blocker, "x");
-    install.ini.Set("Advanced Options", "TempDir", blocker)
-        .Set("Specialized Filtering", "WarnAdmin", "yes")
-        .Set("Specialized Filtering", "Admin", "postmaster@corp.example");
-    install.WriteIni();
+    WriteFile(blocker, "x");
+    install.Set("Advanced Options", "TempDir", blocker)
+        .Set("Specialized Filtering", {{"WarnAdmin", "yes"}, {"Admin", "postmaster@corp.example"}});
     char cwd[4096];
     ASSERT_NE(nullptr, getcwd(cwd, sizeof cwd));
-    const bool strayBefore = PluginFileExists(std::string(cwd) + "/temp.txt");
+    const bool strayBefore = FileExists(std::string(cwd) + "/temp.txt");
     Start();
     ZWMailResult result{};
     // The rule filter needs no temporary file.
-    EXPECT_EQ(2, Run(install.AddMail(PluginPlainMail(Junk(), "hi")), &result));
+    EXPECT_EQ(2, Run(install.AddMail(PluginPlainMail(PluginJunkHeaders(), "hi")), &result));
     EXPECT_EQ(1, result.action);
     // An attachment cannot be cut out without a work file: the message stays
     // as it was and the failure is logged.
@@ -135,14 +106,15 @@ TEST_F(PluginFaultTest, UnwritableTemporaryDirectoryIsLogged)
     PluginSpoolMail mail = install.AddMail(message);
     EXPECT_EQ(0, Run(mail, &result));
     EXPECT_EQ(0, result.action);
-    EXPECT_EQ(message, PluginReadFile(mail.df));
-    EXPECT_TRUE(HasEvent(install, "CONTENT MANAGEMENT ERROR: ReplaceFileBlock(" + mail.df + ") fail!"))
+    EXPECT_EQ(message, ReadFile(mail.df));
+    EXPECT_TRUE(
+        HasEvent(install, "CONTENT MANAGEMENT ERROR: ReplaceFileBlock(" + mail.df + ") fail!"))
         << install.EventLog();
     EXPECT_TRUE(HasEvent(install, "CONTENT MANAGEMENT ERROR: GetTempFileName(" + blocker))
         << install.EventLog();
     EXPECT_FALSE(HasEvent(install, "CONTENT MANAGEMENT: An attachment file"));
-    EXPECT_EQ(strayBefore, PluginFileExists(std::string(cwd) + "/temp.txt"));
-    EXPECT_EQ("x", PluginReadFile(blocker));
+    EXPECT_EQ(strayBefore, FileExists(std::string(cwd) + "/temp.txt"));
+    EXPECT_EQ("x", ReadFile(blocker));
 }
 
 // The host's queue function runs inside the mail's processing, so a hook in
@@ -150,12 +122,12 @@ TEST_F(PluginFaultTest, UnwritableTemporaryDirectoryIsLogged)
 // attachment scan and the rewrite.
 TEST_F(PluginFaultTest, DataFileChangingUnderTheMail)
 {
-    install.ini.Set("Specialized Filtering", "WarnAdmin", "yes")
-        .Set("Specialized Filtering", "Admin", "postmaster@corp.example");
-    install.WriteIni();
+    install.Set("Specialized Filtering",
+                {{"WarnAdmin", "yes"}, {"Admin", "postmaster@corp.example"}});
     install.WriteRules({"Offers\\C\\SUBJ=IS\"*free offer*\"\\QUAR"});
-    const PluginMessage message = PluginMultipartMail(
-        Junk(), "x", {{"a.exe", "application/octet-stream", PluginBinaryBytes(6000, 9)}});
+    const PluginMessage message =
+        PluginMultipartMail(PluginJunkHeaders(), "x",
+                            {{"a.exe", "application/octet-stream", PluginBinaryBytes(6000, 9)}});
     const auto range = message.attachmentRanges[0];
     const std::string block = "Content-Type: text/plain\r\nContent-Transfer-Encoding: 7bit\r\n\r\n"
                               "[Filename: a.exe, Content-Type: application/octet-stream]\r\n"
@@ -164,27 +136,28 @@ TEST_F(PluginFaultTest, DataFileChangingUnderTheMail)
     Start();
 
     PluginSpoolMail grown = install.AddMail(message.text);
-    PluginQueue::SetHook([&](const PluginQueuedMail &) {
-        PluginWriteFile(grown.df, message.text + tail);
-    });
+    PluginQueue::SetHook(
+        [&](const PluginQueuedMail &) { WriteFile(grown.df, message.text + tail); });
     EXPECT_EQ(2, Run(grown));
-    EXPECT_EQ(message.text.substr(0, range.first) + block + message.text.substr(range.second) + tail,
-              PluginReadFile(grown.df));
+    EXPECT_EQ(message.text.substr(0, range.first) + block + message.text.substr(range.second) +
+                  tail,
+              ReadFile(grown.df));
 
     PluginSpoolMail shrunk = install.AddMail(message.text);
     PluginQueue::SetHook([&](const PluginQueuedMail &) {
-        PluginWriteFile(shrunk.df, message.text.substr(0, range.first + 100));
+        WriteFile(shrunk.df, message.text.substr(0, range.first + 100));
     });
     EXPECT_EQ(2, Run(shrunk));
-    EXPECT_EQ(message.text.substr(0, range.first) + block, PluginReadFile(shrunk.df));
+    EXPECT_EQ(message.text.substr(0, range.first) + block, ReadFile(shrunk.df));
 
     PluginSpoolMail vanished = install.AddMail(message.text);
     PluginQueue::SetHook([&](const PluginQueuedMail &) { std::remove(vanished.df.c_str()); });
     ZWMailResult result{};
     EXPECT_EQ(2, Run(vanished, &result));
     EXPECT_EQ(2, result.action);
-    EXPECT_FALSE(PluginFileExists(vanished.df));   // not recreated half-written
-    EXPECT_TRUE(HasEvent(install, "CONTENT MANAGEMENT ERROR: ReplaceFileBlock(" + vanished.df + ") fail!"));
+    EXPECT_FALSE(FileExists(vanished.df)); // not recreated half-written
+    EXPECT_TRUE(
+        HasEvent(install, "CONTENT MANAGEMENT ERROR: ReplaceFileBlock(" + vanished.df + ") fail!"));
     EXPECT_TRUE(HasEvent(install, "CopyFile(" + vanished.df + ","));
     PluginQueue::SetHook(nullptr);
     EXPECT_EQ(std::vector<std::string>{}, install.Files("tempdir"));
@@ -223,25 +196,24 @@ private:
 // verdict under the settings it started with.
 TEST_F(PluginFaultTest, UpdateAndCleanupWaitForMailsInProgress)
 {
-    install.ini.Set("Confidential", "WarningSender", "yes");
-    install.WriteIni();
+    install.Set("Confidential", "WarningSender", "yes");
     for (const char *stop : {"update", "cleanup"}) {
         SCOPED_TRACE(stop);
         Start();
         MailGate gate;
         PluginQueue::SetHook([&](const PluginQueuedMail &mail) { gate.Hold(mail); });
-        PluginSpoolMail mail = install.AddMail(PluginPlainMail({}, Secret()));
+        PluginSpoolMail mail = install.AddMail(PluginPlainMail({}, PluginSecretBody()));
         ZWMailResult result{};
         int code = -100;
         std::thread worker([&] { code = Run(mail, &result); });
         gate.WaitInside();
 
-        install.ini.Set("Confidential", "Action", "Delete");
-        install.WriteIni();
+        install.Set("Confidential", "Action", "Delete");
         std::atomic<bool> stopped{false};
         int stopCode = -100;
         std::thread stopper([&] {
-            stopCode = std::string(stop) == "update" ? plugin().Command("update") : plugin().Cleanup();
+            stopCode =
+                std::string(stop) == "update" ? plugin().Command("update") : plugin().Cleanup();
             stopped = true;
         });
         std::this_thread::sleep_for(std::chrono::milliseconds(200));
@@ -252,16 +224,15 @@ TEST_F(PluginFaultTest, UpdateAndCleanupWaitForMailsInProgress)
         PluginQueue::SetHook(nullptr);
         EXPECT_EQ(0, stopCode);
         EXPECT_EQ(0, code);
-        EXPECT_EQ(2, result.action);   // quarantined, as the settings said when it began
+        EXPECT_EQ(2, result.action); // quarantined, as the settings said when it began
         if (std::string(stop) == "update") {
-            EXPECT_EQ(0, Run(install.AddMail(PluginPlainMail({}, Secret())), &result));
+            EXPECT_EQ(0, Run(install.AddMail(PluginPlainMail({}, PluginSecretBody())), &result));
             EXPECT_EQ(1, result.action);
             EXPECT_EQ(0, plugin().Cleanup());
         } else {
-            EXPECT_EQ(-9, Run(install.AddMail(PluginPlainMail({}, Secret()))));
+            EXPECT_EQ(-9, Run(install.AddMail(PluginPlainMail({}, PluginSecretBody()))));
         }
-        install.ini.Set("Confidential", "Action", "Quarantine");
-        install.WriteIni();
+        install.Set("Confidential", "Action", "Quarantine");
     }
 }
 

@@ -23,7 +23,7 @@ namespace {
 const char kStarted[] = "PLUG-IN STARTED BY ";
 const char kBuild[] = ", Version: 3.8_Linux_Build_1036 $Date: 12/20/2002 18:02:39";
 
-bool HasDescriptionFile() { return PluginFileExists("/etc/pwall_plugins/ov.dsc"); }
+bool HasDescriptionFile() { return FileExists("/etc/pwall_plugins/ov.dsc"); }
 
 // Every entry point of a plug-in that is not running answers without work.
 void ExpectNotRunning(PluginLibrary &plugin, const std::string &af)
@@ -71,7 +71,7 @@ TEST_F(PluginLifecycleTest, ExportsOnlyTheHostInterface)
 TEST_F(PluginLifecycleTest, FreshLibraryAnswersBeforeTheFirstInitialize)
 {
     const std::string copy = install.root() + "/libov-copy.so";
-    PluginWriteFile(copy, PluginReadFile(OV_LIBOV_PATH));
+    WriteFile(copy, ReadFile(OV_LIBOV_PATH));
     PluginLibrary fresh(copy);
     ASSERT_TRUE(fresh.loaded()) << fresh.error();
     ExpectNotRunning(fresh, install.AddMail(PluginPlainMail({}, "hello")).af);
@@ -104,9 +104,8 @@ TEST_F(PluginLifecycleTest, AnswersInEveryStateWithoutWork)
 
 TEST_F(PluginLifecycleTest, FillsTheHostRecordAndLogsTheLifecycle)
 {
-    install.ini.Set("Content Filter", "ConfigEXE", "/usr/bin/ovconfig")
-        .Set("Content Filter", "ConfigURL", "https://gw.corp.example/ov");
-    install.WriteIni();
+    install.Set("Content Filter",
+                {{"ConfigEXE", "/usr/bin/ovconfig"}, {"ConfigURL", "https://gw.corp.example/ov"}});
     std::memset(&info, 'x', sizeof info);
     // Trailing slashes, blanks and line ends of the root are dropped.
     const std::string root = install.root() + "/// \n";
@@ -117,7 +116,7 @@ TEST_F(PluginLifecycleTest, FillsTheHostRecordAndLogsTheLifecycle)
     EXPECT_STREQ("https://gw.corp.example/ov", info.config_url);
     EXPECT_STREQ("1.0", info.interface_version);
     EXPECT_EQ(16, info.interface_flags);
-    EXPECT_TRUE(PluginFileExists(install.Path("tempdir")));
+    EXPECT_TRUE(FileExists(install.Path("tempdir")));
 
     // A second Initialize changes nothing, not even the record.
     PluginInstallation other;
@@ -131,14 +130,14 @@ TEST_F(PluginLifecycleTest, FillsTheHostRecordAndLogsTheLifecycle)
     EXPECT_EQ(0, plugin().Command("update"));
     EXPECT_EQ(0, plugin().Cleanup());
     const std::string program = install.ProgramDir();
-    const std::vector<std::string> lines = PluginLines(install.EventLog());
+    const std::vector<std::string> lines = SplitLines(install.EventLog());
     ASSERT_EQ(4u, lines.size()) << install.EventLog();
     const std::string prefix = " CONTENT_MANAGEMENT[" + std::to_string(getpid()) + "]: ";
     EXPECT_NE(std::string::npos, lines[0].find(prefix + "Daily Log" + kBuild));
     EXPECT_NE(std::string::npos, lines[1].find(prefix + kStarted + program + kBuild));
     EXPECT_NE(std::string::npos, lines[2].find(prefix + "PLUG-IN UPDATE BY " + program));
     EXPECT_NE(std::string::npos, lines[3].find(prefix + "PLUG-IN STOPPED"));
-    EXPECT_EQ("<missing>", install.DebugLog());   // DebugLog=no
+    EXPECT_EQ("<missing>", install.DebugLog()); // DebugLog=no
 }
 
 TEST_F(PluginLifecycleTest, RefusesUnusableRoots)
@@ -151,12 +150,12 @@ TEST_F(PluginLifecycleTest, RefusesUnusableRoots)
         bool nullRoot;
     };
     const std::string missing = install.root() + "/no-such-gateway";
-    std::vector<Row> rows = {{"null", "", true},          {"empty", "", false},
-                             {"slash", "/", false},       {"blanks and slashes", " / /  ", false},
-                             {"line end", "\n", false},   {"missing directory", missing, false}};
+    std::vector<Row> rows = {{"null", "", true},        {"empty", "", false},
+                             {"slash", "/", false},     {"blanks and slashes", " / /  ", false},
+                             {"line end", "\n", false}, {"missing directory", missing, false}};
     std::vector<std::unique_ptr<PluginInstallation>> partial;
-    for (const char *file : {"contscan.ini", "CsConfig.dat", "spamrule/spamrule.txt",
-                             "spamrule/SFRule.txt"}) {
+    for (const char *file :
+         {"contscan.ini", "CsConfig.dat", "spamrule/spamrule.txt", "spamrule/SFRule.txt"}) {
         partial.push_back(std::make_unique<PluginInstallation>());
         std::remove(partial.back()->Path(file).c_str());
         rows.push_back({file, partial.back()->root(), false});
@@ -173,7 +172,7 @@ TEST_F(PluginLifecycleTest, RefusesUnusableRoots)
         EXPECT_STREQ("", failed.config_program);
         EXPECT_STREQ("", failed.config_url);
         EXPECT_EQ(-9, plugin().Cleanup());
-        EXPECT_EQ(-8, plugin().Initialize(row.root.c_str(), nullptr));   // no record: no crash
+        EXPECT_EQ(-8, plugin().Initialize(row.root.c_str(), nullptr)); // no record: no crash
     }
     // The failure is logged in /tmp/, where the plug-in falls back to.
     time_t now = time(nullptr);
@@ -182,17 +181,16 @@ TEST_F(PluginLifecycleTest, RefusesUnusableRoots)
     char log[64];
     std::snprintf(log, sizeof log, "/tmp/pwall.log.%d.%02d.%02d", local.tm_year + 1900,
                   local.tm_mon + 1, local.tm_mday);
-    EXPECT_NE(std::string::npos,
-              PluginReadFile(log).find("root_path: (" + missing + ") and () error!"));
+    EXPECT_NE(std::string::npos, ReadFile(log).find("root_path: (" + missing + ") and () error!"));
     // A failed start leaves nothing half-running: the next one succeeds.
     Start();
 }
 
 TEST_F(PluginLifecycleTest, RetriesAfterAPolicyFileThatDoesNotLoad)
 {
-    PluginWriteFile(install.Path("CsConfig.dat"), "CsConfig.dat\tshPolicy\twhword\t");
+    WriteFile(install.Path("CsConfig.dat"), "CsConfig.dat\tshPolicy\twhword\t");
     EXPECT_EQ(-7, plugin().Initialize(install.root().c_str(), &info));
-    EXPECT_STREQ("1.0", info.interface_version);   // filled before the policies load
+    EXPECT_STREQ("1.0", info.interface_version); // filled before the policies load
     EXPECT_EQ(-9, plugin().Cleanup());
     EXPECT_EQ(-9, plugin().Command("update"));
     install.WritePolicies({"shConfidential", "pe=t", "whproject orion"});
@@ -210,7 +208,7 @@ TEST_F(PluginLifecycleTest, RefusesAnUnreadableSettingsFile)
         if (geteuid() == 0 && (setgid(65534) != 0 || setuid(65534) != 0))
             return 100;
         if (access(install.Path("contscan.ini").c_str(), R_OK) == 0)
-            return 100;   // still readable: nothing to check
+            return 100; // still readable: nothing to check
         ZWHostInfo childInfo{};
         return -plugin().Initialize(install.root().c_str(), &childInfo);
     });
@@ -221,10 +219,9 @@ TEST_F(PluginLifecycleTest, RefusesAnUnreadableSettingsFile)
 
 TEST_F(PluginLifecycleTest, UpdateReloadsSettingsRulesAndPolicies)
 {
-    install.ini.Set("Advanced Options", "TempDir", install.root() + "/temp-a");
-    install.WriteIni();
+    install.Set("Advanced Options", "TempDir", install.root() + "/temp-a");
     Start();
-    EXPECT_TRUE(PluginFileExists(install.root() + "/temp-a"));
+    EXPECT_TRUE(FileExists(install.root() + "/temp-a"));
     PluginHeaders junk;
     junk.subject = PluginJunkSubject();
     PluginHeaders lottery;
@@ -235,14 +232,13 @@ TEST_F(PluginLifecycleTest, UpdateReloadsSettingsRulesAndPolicies)
     EXPECT_EQ(2, Run(install.AddMail(PluginPlainMail(junk, "hi")), &result));
     EXPECT_EQ(0, Run(install.AddMail(PluginPlainMail(lottery, "hi")), &result));
     EXPECT_EQ(0, Run(install.AddMail(PluginPlainMail({}, secret)), &result));
-    EXPECT_EQ(2, result.action);   // Confidential: Action=Quarantine
+    EXPECT_EQ(2, result.action); // Confidential: Action=Quarantine
 
     install.WriteRules({"Lottery\\C\\SUBJ=IS\"*lottery*\"\\ARCH"});
-    install.ini.Set("Confidential", "Action", "Delete")
+    install.Set("Confidential", "Action", "Delete")
         .Set("Advanced Options", "TempDir", install.root() + "/temp-b");
-    install.WriteIni();
     ASSERT_EQ(0, plugin().Command("update"));
-    EXPECT_TRUE(PluginFileExists(install.root() + "/temp-b"));
+    EXPECT_TRUE(FileExists(install.root() + "/temp-b"));
     EXPECT_EQ(0, Run(install.AddMail(PluginPlainMail(junk, "hi")), &result));
     EXPECT_EQ(2, Run(install.AddMail(PluginPlainMail(lottery, "hi")), &result));
     EXPECT_EQ(3, result.action);
@@ -252,8 +248,7 @@ TEST_F(PluginLifecycleTest, UpdateReloadsSettingsRulesAndPolicies)
     // A rule file that cannot be read: -6, the old rules stay, the new
     // settings are in force, and mail keeps flowing.
     std::remove(install.Path("spamrule/spamrule.txt").c_str());
-    install.ini.Set("Confidential", "Action", "Archive");
-    install.WriteIni();
+    install.Set("Confidential", "Action", "Archive");
     EXPECT_EQ(-6, plugin().Command("update"));
     EXPECT_EQ(2, Run(install.AddMail(PluginPlainMail(lottery, "hi")), &result));
     EXPECT_EQ(0, Run(install.AddMail(PluginPlainMail({}, secret)), &result));
@@ -276,11 +271,11 @@ TEST_F(PluginLifecycleTest, FailedUpdateHoldsNewMail)
     } rows[] = {
         {"contscan.ini gone", [&] { std::remove(install.Path("contscan.ini").c_str()); }, -10},
         {"policy file without its marker",
-         [&] { PluginWriteFile(install.Path("CsConfig.dat"), "policies\t"); }, -7},
+         [&] { WriteFile(install.Path("CsConfig.dat"), "policies\t"); }, -7},
     };
     PluginSpoolMail mail = install.AddMail(PluginPlainMail({}, "hello"));
-    const std::string ini = PluginReadFile(install.Path("contscan.ini"));
-    const std::string policies = PluginReadFile(install.Path("CsConfig.dat"));
+    const std::string ini = ReadFile(install.Path("contscan.ini"));
+    const std::string policies = ReadFile(install.Path("CsConfig.dat"));
     for (const Row &row : rows) {
         SCOPED_TRACE(row.label);
         const int status = PluginRunInChild([&] {
@@ -301,8 +296,8 @@ TEST_F(PluginLifecycleTest, FailedUpdateHoldsNewMail)
             return done ? 103 : 0;
         });
         EXPECT_EQ(0, status);
-        PluginWriteFile(install.Path("contscan.ini"), ini);
-        PluginWriteFile(install.Path("CsConfig.dat"), policies);
+        WriteFile(install.Path("contscan.ini"), ini);
+        WriteFile(install.Path("CsConfig.dat"), policies);
     }
 }
 
@@ -315,9 +310,8 @@ TEST_F(PluginLifecycleTest, WritesTheDebugLogWhenSwitchedOn)
     } rows[] = {{"yes", true}, {"always yes", true}, {"YES", false}, {"no", false}};
     for (const Row &row : rows) {
         SCOPED_TRACE(row.value);
-        std::remove((install.ProgramDir() + "Debug-" + std::to_string(getpid()) + ".log").c_str());
-        install.ini.Set("Content Filter", "DebugLog", row.value);
-        install.WriteIni();
+        std::remove(install.Path("Debug-" + std::to_string(getpid()) + ".log").c_str());
+        install.Set("Content Filter", "DebugLog", row.value);
         Start();
         EXPECT_EQ(0, Run(mail));
         EXPECT_EQ(-99, plugin().Command("reload"));
@@ -327,22 +321,25 @@ TEST_F(PluginLifecycleTest, WritesTheDebugLogWhenSwitchedOn)
             EXPECT_EQ("<missing>", log);
             continue;
         }
-        for (const std::string &line :
-             {std::string("ZWEmailPluginInitialize: Starting....."),
-              "ProgramDirectory=" + install.ProgramDir(),
-              "contscan.ini=" + install.Path("contscan.ini"),
-              "spamrule.txt=" + install.Path("spamrule/spamrule.txt"), std::string("Zelto$RF=Zelto$RF"),
-              "temp_dir=" + install.Path("tempdir"),
-              "Debug.log=" + install.ProgramDir() + "Debug-" + std::to_string(getpid()) + ".log",
-              std::string("ZWEmailPluginInitialize: Reading Config OK!"),
-              std::string("ZWEmailPluginInitialize: OK!!"),
-              "ZWEmailPluginProcess: AF(" + mail.af + "): File length=",
-              std::string("ZWEmailPluginProcess: AF and DF exist!"),
-              std::string("ZWEmailPluginProcess: m_pRuleScanObj->Scan() with SFilter pass!"),
-              std::string("ZWEmailPluginProcess: ZWContScanScanFile() pass!!"),
-              std::string("ZWEmailPluginProcess: OK!!"),
-              std::string("ZWEmailPluginCommand: Command(reload) Error!"),
-              std::string("ZWEmailPluginCleanup: OK!!")})
+        const std::string debugLog = "Debug-" + std::to_string(getpid()) + ".log";
+        const std::vector<std::string> lines = {
+            "ZWEmailPluginInitialize: Starting.....",
+            "ProgramDirectory=" + install.ProgramDir(),
+            "contscan.ini=" + install.Path("contscan.ini"),
+            "spamrule.txt=" + install.Path("spamrule/spamrule.txt"),
+            "Zelto$RF=Zelto$RF",
+            "temp_dir=" + install.Path("tempdir"),
+            "Debug.log=" + install.Path(debugLog),
+            "ZWEmailPluginInitialize: Reading Config OK!",
+            "ZWEmailPluginInitialize: OK!!",
+            "ZWEmailPluginProcess: AF(" + mail.af + "): File length=",
+            "ZWEmailPluginProcess: AF and DF exist!",
+            "ZWEmailPluginProcess: m_pRuleScanObj->Scan() with SFilter pass!",
+            "ZWEmailPluginProcess: ZWContScanScanFile() pass!!",
+            "ZWEmailPluginProcess: OK!!",
+            "ZWEmailPluginCommand: Command(reload) Error!",
+            "ZWEmailPluginCleanup: OK!!"};
+        for (const std::string &line : lines)
             EXPECT_NE(std::string::npos, log.find(line)) << line;
     }
 }

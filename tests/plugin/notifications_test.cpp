@@ -15,8 +15,6 @@ using PluginNotifyTest = PluginTest;
 
 using Recipients = std::vector<std::string>;
 
-std::string Secret() { return std::string("Numbers of ") + PluginConfidentialWord() + ".\r\n"; }
-
 void ExpectContains(const std::string &text, const std::vector<std::string> &pieces)
 {
     for (const std::string &piece : pieces)
@@ -25,17 +23,16 @@ void ExpectContains(const std::string &text, const std::vector<std::string> &pie
 
 TEST_F(PluginNotifyTest, PolicyWarnsSenderRecipientsAndUsers)
 {
-    install.ini.Set("Confidential", "WarningSender", "yes")
-        .Set("Confidential", "MessageSender", "Your mail was held.")
-        .Set("Confidential", "WarningRecipient", "yes")
-        .Set("Confidential", "MessageRecipient", "A mail to you was held.")
-        .Set("Confidential", "WarningUser", "yes")
-        .Set("Confidential", "User", "security@corp.example,audit@corp.example")
-        .Set("Confidential", "MessageUser", "Please review.");
-    install.WriteIni();
+    install.Set("Confidential", {{"WarningSender", "yes"},
+                                 {"MessageSender", "Your mail was held."},
+                                 {"WarningRecipient", "yes"},
+                                 {"MessageRecipient", "A mail to you was held."},
+                                 {"WarningUser", "yes"},
+                                 {"User", "security@corp.example,audit@corp.example"},
+                                 {"MessageUser", "Please review."}});
     PluginEnvelope envelope;
     envelope.recipients = {"bob@corp.example", "carol@corp.example"};
-    PluginSpoolMail mail = install.AddMail(PluginPlainMail({}, Secret()), envelope);
+    PluginSpoolMail mail = install.AddMail(PluginPlainMail({}, PluginSecretBody()), envelope);
     Start();
     ZWMailResult result{};
     EXPECT_EQ(0, Run(mail, &result));
@@ -56,7 +53,8 @@ TEST_F(PluginNotifyTest, PolicyWarnsSenderRecipientsAndUsers)
         EXPECT_EQ(1, queued[i].flag1);
         EXPECT_EQ(0, queued[i].flag2);
         ExpectContains(queued[i].text,
-                       {"From: postmaster@corp.example\r\n", "Subject: Mail blocked (Confidential)\r\n",
+                       {"From: postmaster@corp.example\r\n",
+                        "Subject: Mail blocked (Confidential)\r\n",
                         "Source mailbox: alice@partner.example\r\n",
                         "Destination mailbox(es): bob@corp.example,carol@corp.example\r\n",
                         "Policy: Confidential\r\n", "Action: Quarantine\r\n", texts[i]});
@@ -68,28 +66,30 @@ TEST_F(PluginNotifyTest, PolicyWarnsSenderRecipientsAndUsers)
 
 TEST_F(PluginNotifyTest, MatchedPoliciesShareOneWarningPerKind)
 {
-    install.WritePolicies({"shConfidential", "pe=t", "whproject orion", "shOrion", "pe=t", "whorion"});
-    install.ini.Set("Confidential", "WarningUser", "yes")
-        .Set("Confidential", "User", "security@corp.example,audit@corp.example")
-        .Set("Confidential", "MessageUser", "From Confidential.")
-        .Set("Orion", "Action", "Delete")
-        .Set("Orion", "WarningUser", "yes")
-        .Set("Orion", "User", "audit@corp.example,,orion-team@corp.example")
-        .Set("Orion", "MessageUser", "From Orion.")
-        .Set("Orion", "WarningSender", "yes")
-        .Set("Orion", "MessageSender", "Sender text of Orion.");
-    install.WriteIni();
+    install.WritePolicies(
+        {"shConfidential", "pe=t", "whproject orion", "shOrion", "pe=t", "whorion"});
+    install
+        .Set("Confidential", {{"WarningUser", "yes"},
+                              {"User", "security@corp.example,audit@corp.example"},
+                              {"MessageUser", "From Confidential."}})
+        .Set("Orion", {{"Action", "Delete"},
+                       {"WarningUser", "yes"},
+                       {"User", "audit@corp.example,,orion-team@corp.example"},
+                       {"MessageUser", "From Orion."},
+                       {"WarningSender", "yes"},
+                       {"MessageSender", "Sender text of Orion."}});
     Start();
     ZWMailResult result{};
-    EXPECT_EQ(0, Run(install.AddMail(PluginPlainMail({}, Secret())), &result));
+    EXPECT_EQ(0, Run(install.AddMail(PluginPlainMail({}, PluginSecretBody())), &result));
     EXPECT_EQ(1, result.action);
     const std::vector<PluginQueuedMail> queued = PluginQueue::Take();
     ASSERT_EQ(2u, queued.size());
     EXPECT_EQ(Recipients{"alice@partner.example"}, queued[0].recipients);
     ExpectContains(queued[0].text, {"Sender text of Orion.", "Policy: Confidential,Orion\r\n",
                                     "Action: Delete\r\n"});
-    EXPECT_EQ(Recipients({"security@corp.example", "audit@corp.example", "orion-team@corp.example"}),
-              queued[1].recipients);
+    EXPECT_EQ(
+        Recipients({"security@corp.example", "audit@corp.example", "orion-team@corp.example"}),
+        queued[1].recipients);
     ExpectContains(queued[1].text, {"From Confidential."});
 }
 
@@ -100,7 +100,9 @@ TEST_F(PluginNotifyTest, JunkMailWarnsTheAntiSpamAdministrators)
         const char *admins;
         Recipients expected;
     } rows[] = {
-        {"yes", ",alice@corp.example,,bob@corp.example,", {"alice@corp.example", "bob@corp.example"}},
+        {"yes",
+         ",alice@corp.example,,bob@corp.example,",
+         {"alice@corp.example", "bob@corp.example"}},
         {"yes", "", {}},
         {"no", "alice@corp.example", {}},
         {"YES", "alice@corp.example", {}},
@@ -110,14 +112,11 @@ TEST_F(PluginNotifyTest, JunkMailWarnsTheAntiSpamAdministrators)
     for (const Row &row : rows) {
         SCOPED_TRACE(std::string(row.warning) + " " + row.admins);
         PluginInstallation local;
-        local.ini.Set("Anti-Spam", "WarningAdmin", row.warning)
-            .Set("Anti-Spam", "Admin", row.admins)
-            .Set("Anti-Spam", "MessageAdmin", "Junk was deleted.");
-        local.WriteIni();
+        local.Set("Anti-Spam", {{"WarningAdmin", row.warning},
+                                {"Admin", row.admins},
+                                {"MessageAdmin", "Junk was deleted."}});
         PluginSpoolMail mail = local.AddMail(PluginPlainMail(junk, "hi"));
-        ASSERT_EQ(0, plugin().Initialize(local.root().c_str(), &info));
-        EXPECT_EQ(2, Run(mail));
-        EXPECT_EQ(0, plugin().Cleanup());
+        EXPECT_EQ(2, RunOnce(local, mail));
         const std::vector<PluginQueuedMail> queued = PluginQueue::Take();
         if (row.expected.empty()) {
             EXPECT_EQ(0u, queued.size());
@@ -127,22 +126,30 @@ TEST_F(PluginNotifyTest, JunkMailWarnsTheAntiSpamAdministrators)
         EXPECT_EQ(row.expected, queued[0].recipients);
         ExpectContains(queued[0].text,
                        {"Subject: Mail blocked (Free offers)\r\n", "Policy: Free offers\r\n",
-                        "Rule: SUBJ=IS\"*free offer*\"\r\n", "Action: Delete\r\n", "Junk was deleted."});
+                        "Rule: SUBJ=IS\"*free offer*\"\r\n", "Action: Delete\r\n",
+                        "Junk was deleted."});
     }
 }
 
 TEST_F(PluginNotifyTest, AttachmentRemovalWarnsByDirection)
 {
     struct Row {
-        const char *sender;     // IOSender ("" leaves WarnSender off)
-        const char *recipient;  // IORecipient
-        const char *admin;      // IOAdmin
+        const char *sender;    // IOSender ("" leaves WarnSender off)
+        const char *recipient; // IORecipient
+        const char *admin;     // IOAdmin
         bool outbound;
-        Recipients expected;    // recipients of the warnings, in order
+        Recipients expected; // recipients of the warnings, in order
     } rows[] = {
-        {"both", "both", "both", false,
+        {"both",
+         "both",
+         "both",
+         false,
          {"alice@partner.example", "bob@corp.example", "postmaster@corp.example"}},
-        {"inbound", "outbound", "both", false, {"alice@partner.example", "postmaster@corp.example"}},
+        {"inbound",
+         "outbound",
+         "both",
+         false,
+         {"alice@partner.example", "postmaster@corp.example"}},
         {"inbound", "outbound", "outbound", true, {"bob@corp.example", "postmaster@corp.example"}},
         {"", "", "inbound", true, {}},
     };
@@ -152,25 +159,22 @@ TEST_F(PluginNotifyTest, AttachmentRemovalWarnsByDirection)
         SCOPED_TRACE(std::string(row.sender) + "/" + row.recipient + "/" + row.admin +
                      (row.outbound ? " out" : " in"));
         PluginInstallation local;
-        local.ini.Set("Specialized Filtering", "WarnSender", *row.sender ? "yes" : "no")
-            .Set("Specialized Filtering", "IOSender", row.sender)
-            .Set("Specialized Filtering", "MessageSender", "To the sender.")
-            .Set("Specialized Filtering", "WarnRecipient", *row.recipient ? "yes" : "no")
-            .Set("Specialized Filtering", "IORecipient", row.recipient)
-            .Set("Specialized Filtering", "WarnAdmin", "yes")
-            .Set("Specialized Filtering", "IOAdmin", row.admin)
-            .Set("Specialized Filtering", "Admin", "postmaster@corp.example");
-        local.WriteIni();
+        local.Set("Specialized Filtering", {{"WarnSender", *row.sender ? "yes" : "no"},
+                                            {"IOSender", row.sender},
+                                            {"MessageSender", "To the sender."},
+                                            {"WarnRecipient", *row.recipient ? "yes" : "no"},
+                                            {"IORecipient", row.recipient},
+                                            {"WarnAdmin", "yes"},
+                                            {"IOAdmin", row.admin},
+                                            {"Admin", "postmaster@corp.example"}});
         PluginSpoolMail mail = local.AddMail(message.text, {}, row.outbound);
-        ASSERT_EQ(0, plugin().Initialize(local.root().c_str(), &info));
-        EXPECT_EQ(0, Run(mail));
-        EXPECT_EQ(0, plugin().Cleanup());
+        EXPECT_EQ(0, RunOnce(local, mail));
         Recipients got;
         for (const PluginQueuedMail &queued : PluginQueue::Take()) {
             got.insert(got.end(), queued.recipients.begin(), queued.recipients.end());
-            ExpectContains(queued.text, {"Policy: Attachment Removal\r\n",
-                                         "Attachment file name: setup.exe\r\n",
-                                         "Action: Attachment Removal (Replaced with text)\r\n"});
+            ExpectContains(queued.text,
+                           {"Policy: Attachment Removal\r\n", "Attachment file name: setup.exe\r\n",
+                            "Action: Attachment Removal (Replaced with text)\r\n"});
         }
         EXPECT_EQ(row.expected, got);
     }
@@ -193,13 +197,10 @@ TEST_F(PluginNotifyTest, NotificationCarriesWhatIsConfigured)
     for (const Row &row : rows) {
         SCOPED_TRACE(row.setting);
         PluginInstallation local;
-        local.ini.Set("Advanced Options", "NotificationAttachment", row.setting)
+        local.Set("Advanced Options", "NotificationAttachment", row.setting)
             .Set("Confidential", "WarningSender", "yes");
-        local.WriteIni();
-        PluginSpoolMail mail = local.AddMail(PluginPlainMail({}, Secret()));
-        ASSERT_EQ(0, plugin().Initialize(local.root().c_str(), &info));
-        EXPECT_EQ(0, Run(mail));
-        EXPECT_EQ(0, plugin().Cleanup());
+        PluginSpoolMail mail = local.AddMail(PluginPlainMail({}, PluginSecretBody()));
+        EXPECT_EQ(0, RunOnce(local, mail));
         const std::vector<PluginQueuedMail> queued = PluginQueue::Take();
         ASSERT_EQ(1u, queued.size());
         ExpectContains(queued[0].text, row.present);
@@ -212,14 +213,12 @@ TEST_F(PluginNotifyTest, NotificationCarriesWhatIsConfigured)
 // same, and no notification file is left behind.
 TEST_F(PluginNotifyTest, NoQueueFunctionSendsNothing)
 {
-    install.ini.Set("Content Filter", "DebugLog", "yes")
+    install.Set("Content Filter", "DebugLog", "yes")
         .Set("Confidential", "WarningSender", "yes")
-        .Set("Specialized Filtering", "WarnAdmin", "yes")
-        .Set("Specialized Filtering", "Admin", "postmaster@corp.example");
-    install.WriteIni();
+        .Set("Specialized Filtering", {{"WarnAdmin", "yes"}, {"Admin", "postmaster@corp.example"}});
     Start();
     const std::string messages[] = {
-        PluginPlainMail({}, Secret()),
+        PluginPlainMail({}, PluginSecretBody()),
         PluginMultipartMail({}, "x", {{"a.exe", "application/octet-stream", "MZ"}}).text};
     const int actions[] = {2, 4};
     for (int i = 0; i < 2; ++i) {
@@ -231,7 +230,8 @@ TEST_F(PluginNotifyTest, NoQueueFunctionSendsNothing)
     EXPECT_EQ(0u, PluginQueue::Take().size());
     EXPECT_EQ(std::vector<std::string>{}, install.Files("tempdir"));
     EXPECT_NE(std::string::npos,
-              install.DebugLog().find("ZWEmailPluginProcess: SendNotification pointer Enque_Mail is NULL!!"));
+              install.DebugLog().find(
+                  "ZWEmailPluginProcess: SendNotification pointer Enque_Mail is NULL!!"));
     // The next host call brings a queue function again.
     EXPECT_EQ(0, Run(install.AddMail(messages[0])));
     EXPECT_EQ(1u, PluginQueue::Take().size());

@@ -27,20 +27,23 @@ struct Outcome {
 std::pair<int, int> Expected(PluginCorpusMail::Kind kind)
 {
     switch (kind) {
-    case PluginCorpusMail::kExecutable: return {0, 4};
-    case PluginCorpusMail::kJapanese: return {0, 3};
-    case PluginCorpusMail::kJunk: return {2, 1};
-    case PluginCorpusMail::kConfidential: return {0, 2};
-    default: return {0, 0};
+    case PluginCorpusMail::kExecutable:
+        return {0, 4};
+    case PluginCorpusMail::kJapanese:
+        return {0, 3};
+    case PluginCorpusMail::kJunk:
+        return {2, 1};
+    case PluginCorpusMail::kConfidential:
+        return {0, 2};
+    default:
+        return {0, 0};
     }
 }
 
 TEST_F(PluginConcurrencyTest, MailsGetTheirVerdictsWhileSettingsReload)
 {
-    install.ini.Set("Confidential", "WarningSender", "yes")
-        .Set("Anti-Spam", "WarningAdmin", "yes")
-        .Set("Anti-Spam", "Admin", "postmaster@corp.example");
-    install.WriteIni();
+    install.Set("Confidential", "WarningSender", "yes")
+        .Set("Anti-Spam", {{"WarningAdmin", "yes"}, {"Admin", "postmaster@corp.example"}});
     const std::vector<PluginCorpusMail> corpus = PluginCorpus(180, 21);
     std::vector<PluginSpoolMail> mails;
     for (size_t i = 0; i < corpus.size(); ++i)
@@ -74,7 +77,7 @@ TEST_F(PluginConcurrencyTest, MailsGetTheirVerdictsWhileSettingsReload)
 
     EXPECT_GE(updates.load(), 1);
     EXPECT_EQ(0, failedUpdates.load());
-    std::map<int, int> warnings;   // expected notifications
+    std::map<int, int> warnings; // expected notifications
     for (size_t i = 0; i < mails.size(); ++i) {
         const std::pair<int, int> expected = Expected(corpus[i].kind);
         EXPECT_EQ(expected.first, outcomes[i].code) << "mail " << i;
@@ -94,8 +97,7 @@ TEST_F(PluginConcurrencyTest, MailsGetTheirVerdictsWhileSettingsReload)
 // refused with -9; nothing crashes while the objects go away.
 TEST_F(PluginConcurrencyTest, CleanupWhileMailsKeepComing)
 {
-    install.ini.Set("Content Filter", "DebugLog", "yes");
-    install.WriteIni();
+    install.Set("Content Filter", "DebugLog", "yes");
     const std::vector<PluginCorpusMail> corpus = PluginCorpus(30, 4);
     std::vector<PluginSpoolMail> mails;
     for (const PluginCorpusMail &mail : corpus)

@@ -16,10 +16,11 @@ namespace {
 using PluginRuleSourceTest = PluginTest;
 
 // Seals one rule line into spamrule/<name> (with the rule filter's own sealer).
-void WriteSealed(const PluginInstallation &install, const std::string &name, const std::string &line)
+void WriteSealed(const PluginInstallation &install, const std::string &name,
+                 const std::string &line)
 {
     const std::string plain = install.root() + "/plain-rules.txt";
-    PluginWriteFile(plain, line + "\n");
+    WriteFile(plain, line + "\n");
     ASSERT_NE(-1, EncrptFileWithCRC(plain.c_str(), install.Path("spamrule/" + name).c_str()));
 }
 
@@ -29,9 +30,9 @@ TEST_F(PluginRuleSourceTest, VendorSourcesAndTheirAction)
         const char *label;
         std::string ruleFile;
         const char *version;
-        const char *vendorAction;   // null: no key (Quarantine)
-        const char *adminRule;      // null: none
-        int action;                 // 0: the mail passes
+        const char *vendorAction; // null: no key (Quarantine)
+        const char *adminRule;    // null: none
+        int action;               // 0: the mail passes
         const char *name;
     } rows[] = {
         {"sealed, default action", "Zelto$RF", "1", nullptr, nullptr, 2, "Sealed lottery"},
@@ -44,8 +45,8 @@ TEST_F(PluginRuleSourceTest, VendorSourcesAndTheirAction)
         {"import then sealed", "<root>/vendor.txt,Zelto$RF", "1", "Delete", nullptr, 1,
          "Imported lottery"},
         {"no sources", "", "1", "Delete", nullptr, 0, ""},
-        {"administrator first", "Zelto$RF", "1", "Delete", "Own lottery\\C\\SUBJ=IS\"*lottery*\"\\ARCH",
-         3, "Own lottery"},
+        {"administrator first", "Zelto$RF", "1", "Delete",
+         "Own lottery\\C\\SUBJ=IS\"*lottery*\"\\ARCH", 3, "Own lottery"},
     };
     PluginHeaders lottery;
     lottery.subject = "You won the LOTTERY";
@@ -54,21 +55,23 @@ TEST_F(PluginRuleSourceTest, VendorSourcesAndTheirAction)
         PluginInstallation local;
         WriteSealed(local, "Zelto$RF.1", "Sealed lottery\\A\\SUBJ=IS\"*lottery*\"\\DEL");
         WriteSealed(local, "Zelto$RF.2", "Sealed lottery\\A\\SUBJ=IS\"*lottery*\"\\DEL");
-        PluginWriteFile(local.root() + "/vendor.txt", "Imported lottery\\C\\SUBJ=IS\"*lottery*\"\\QUAR\n");
+        WriteFile(local.root() + "/vendor.txt",
+                  "Imported lottery\\C\\SUBJ=IS\"*lottery*\"\\QUAR\n");
         std::string sources = row.ruleFile;
         for (size_t at; (at = sources.find("<root>")) != std::string::npos;)
             sources.replace(at, 6, local.root());
-        local.ini.Set("Anti-Spam", "RuleFile", sources).Set("RuleFile-Update", "RFVersion", row.version);
+        local.Set("Anti-Spam", "RuleFile", sources)
+            .Set("RuleFile-Update", "RFVersion", row.version);
         if (row.vendorAction)
-            local.ini.Set("Anti-Spam(Vendor)", "Action", row.vendorAction);
-        local.WriteIni();
+            local.Set("Anti-Spam(Vendor)", "Action", row.vendorAction);
         if (row.adminRule)
             local.WriteRules({row.adminRule});
         ASSERT_EQ(0, plugin().Initialize(local.root().c_str(), &info));
-        for (int pass = 0; pass < 2; ++pass) {   // the second after an update
+        for (int pass = 0; pass < 2; ++pass) { // the second after an update
             SCOPED_TRACE(pass);
             ZWMailResult result{};
-            EXPECT_EQ(row.action ? 2 : 0, Run(local.AddMail(PluginPlainMail(lottery, "hi")), &result));
+            EXPECT_EQ(row.action ? 2 : 0,
+                      Run(local.AddMail(PluginPlainMail(lottery, "hi")), &result));
             EXPECT_EQ(row.action, result.action);
             const std::vector<PluginEvent> events = PluginEvents(local.EventLog());
             if (row.action) {

@@ -45,15 +45,15 @@ protected:
     {
         af = dir.file("AFI0001");
         df = dir.file("DFI0001");
-        rules_write_file(af, "Falice@example.org\nTbob@example.net\nSquarterly figures\n"
+        WriteFile(af, "Falice@example.org\nTbob@example.net\nSquarterly figures\n"
                              "Oalice@example.org\nDbob@example.net\n");
-        rules_write_file(df, kMessage);
+        WriteFile(df, kMessage);
         text.reset(new MEMBUF());
     }
 
     bool Load(const std::string &rules)
     {
-        rules_write_file(dir.file("spamrule.txt"), rules);
+        WriteFile(dir.file("spamrule.txt"), rules);
         return scan.Initialize(dir.file("spamrule.txt").c_str());
     }
 
@@ -115,14 +115,14 @@ TEST_F(ScanFixture, FirstMatchInFileOrderWithDirectionAndTrigger)
     for (const Row &row : rows) {
         SCOPED_TRACE(row.what);
         CRuleScan fresh;
-        rules_write_file(dir.file("spamrule.txt"), row.rules);
+        WriteFile(dir.file("spamrule.txt"), row.rules);
         ASSERT_TRUE(fresh.Initialize(dir.file("spamrule.txt").c_str()));
         if (!row.vendor.empty()) {
-            rules_write_file(dir.file("vendor.txt"), row.vendor);
+            WriteFile(dir.file("vendor.txt"), row.vendor);
             ASSERT_TRUE(fresh.LoadImportRuleFile(dir.file("vendor.txt").c_str()));
         }
         std::string afPath = row.outbound ? dir.file("AFO0001") : af;
-        rules_write_file(dir.file("AFO0001"), rules_read_file(af));
+        WriteFile(dir.file("AFO0001"), ReadFile(af));
         CMailInfo mail;
         mail.ParseAFInfo(afPath.c_str(), true);
         mail.m_nMailSize = 100;

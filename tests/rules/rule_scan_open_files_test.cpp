@@ -60,17 +60,17 @@ std::vector<std::string> Mails()
 TEST(RuleScanOpenFiles, GivesWhatTheWalkOverThePathsGives)
 {
     RulesTempDir dir;
-    rules_write_file(dir.file("spamrule.txt"), "");
+    WriteFile(dir.file("spamrule.txt"), "");
     CRuleScan scan;
     ASSERT_TRUE(scan.Initialize(dir.file("spamrule.txt").c_str()));
     const std::string af = dir.file("AFI7");
-    rules_write_file(af, "Fa@partner.example\nTb@corp.example\n");
+    WriteFile(af, "Fa@partner.example\nTb@corp.example\n");
 
     const std::vector<std::string> mails = Mails();
     for (size_t m = 0; m < mails.size(); ++m) {
         SCOPED_TRACE("mail " + std::to_string(m));
         const std::string df = dir.file("DFI7");
-        rules_write_file(df, mails[m]);
+        WriteFile(df, mails[m]);
 
         std::unique_ptr<MEMBUF> pathText(new MEMBUF{});
         CMailInfo byPath;
@@ -81,7 +81,7 @@ TEST(RuleScanOpenFiles, GivesWhatTheWalkOverThePathsGives)
         ASSERT_TRUE(GetAttachmentInfo(df.c_str(), pathText.get(), dir.file("path.txt").c_str(),
                                       &byPath));
         const std::string expected =
-            Picture(*pathText, rules_read_file(dir.file("path.txt")), byPath);
+            Picture(*pathText, ReadFile(dir.file("path.txt")), byPath);
 
         char textPath[OV_MAX_PATH];
         const int fd = CreateTempFile(dir.file("").c_str(), "DFI", ".tmp", textPath);
@@ -104,7 +104,7 @@ TEST(RuleScanOpenFiles, GivesWhatTheWalkOverThePathsGives)
         TriggerType trigger = TRIGGER_ADMIN;
         EXPECT_FALSE(scan.Scan(files, name, rule, action, trigger, byFiles, openText.get(),
                                nullptr));
-        EXPECT_EQ(expected, Picture(*openText, rules_read_file(textPath), byFiles));
+        EXPECT_EQ(expected, Picture(*openText, ReadFile(textPath), byFiles));
         std::remove(textPath);
     }
 }

@@ -125,7 +125,7 @@ TEST(RuleFile, LoadSaveAndReload)
 {
     RulesTempDir dir;
     const std::string file = dir.file("spamrule.txt");
-    rules_write_file(file, "R1\\A\\SIZE>10\\DEL\r\n"
+    WriteFile(file, "R1\\A\\SIZE>10\\DEL\r\n"
                            "bad line\n"
                            "\n"
                            "R2\\B\\SUBJ=I\"a\\\\b, c\"\\QUAR\n"
@@ -137,14 +137,14 @@ TEST(RuleFile, LoadSaveAndReload)
     ASSERT_TRUE(scan.ParseLine("V1\\C\\SIZE>1\\DEL", error, true));
 
     ASSERT_TRUE(scan.SaveRuleFile(dir.file("saved.txt").c_str()));
-    EXPECT_EQ(rules_read_file(dir.file("saved.txt")),
+    EXPECT_EQ(ReadFile(dir.file("saved.txt")),
               "R1\\A\\SIZE>10\\DEL\n"
               "R2\\B\\SUBJ=I\"a\\\\b, c\"\\QUAR\n"
               "R3\\C\\FROM=S\"*x*\"\\ARCH\n"
               "V1\\C\\SIZE>1\\DEL\n");
 
     // A reload replaces every rule, the vendor's too.
-    rules_write_file(file, "N1\\C\\SIZE>1\\DEL\n");
+    WriteFile(file, "N1\\C\\SIZE>1\\DEL\n");
     ASSERT_TRUE(scan.LoadRuleFile(file.c_str()));
     EXPECT_EQ(names(scan), (std::vector<std::string>{"N1"}));
     EXPECT_FALSE(scan.LoadRuleFile(dir.file("missing.txt").c_str()));
@@ -158,13 +158,13 @@ TEST(RuleFile, EnableTableBesideTheRuleFile)
 {
     RulesTempDir dir;
     const std::string file = dir.file("spamrule.txt");
-    rules_write_file(file, "A\\C\\SIZE>1\\DEL\nB\\C\\SIZE>1\\DEL\nC\\C\\SIZE>1\\DEL\nD\\C\\SIZE>1\\DEL\n");
+    WriteFile(file, "A\\C\\SIZE>1\\DEL\nB\\C\\SIZE>1\\DEL\nC\\C\\SIZE>1\\DEL\nD\\C\\SIZE>1\\DEL\n");
     const std::pair<const char *, const char *> rows[] = {   // table (null: none), enabled rules
         {"101", "1011"}, {"0000000", "0000"}, {"x0\n0", "1010"}, {"", "1111"}, {nullptr, "1111"}};
     for (const auto &row : rows) {
         std::remove(dir.file("spamruleEnable.txt").c_str());
         if (row.first)
-            rules_write_file(dir.file("spamruleEnable.txt"), row.first);
+            WriteFile(dir.file("spamruleEnable.txt"), row.first);
         CRuleScan scan;
         ASSERT_TRUE(scan.Initialize(file.c_str()));
         std::string enabled;
@@ -199,7 +199,7 @@ public:
     ScopedSettings(const RulesTempDir &dir, const std::string &text)
         : m_path(dir.file("contscan.ini"))
     {
-        rules_write_file(m_path, text);
+        WriteFile(m_path, text);
         m_config = new ConfigFile(m_path.c_str(), 0);
         SetFilterConfigSource(&m_config);
     }
@@ -230,7 +230,7 @@ TEST(VendorRules, ImportedRulesFollowWithTheConfiguredAction)
         std::unique_ptr<ScopedSettings> settings;
         if (row.first)
             settings.reset(new ScopedSettings(dir, row.first));
-        rules_write_file(dir.file("vendor.txt"), "V1\\C\\SIZE>1\\DEL\nbroken\nV2\\A\\SUBJ=\"x\"\\ARCH\n" +
+        WriteFile(dir.file("vendor.txt"), "V1\\C\\SIZE>1\\DEL\nbroken\nV2\\A\\SUBJ=\"x\"\\ARCH\n" +
                                                      std::string(600, 'x') + "\n");
         CRuleScan scan;
         char error[RULE_ERROR_SIZE];
@@ -248,7 +248,7 @@ TEST(VendorRules, SealedFileLoadsAndLeavesNoPlainCopy)
     RulesTempDir dir;
     const std::string work = dir.file("work");
     std::filesystem::create_directory(work);
-    rules_write_file(dir.file("plain.txt"), "S1\\C\\SIZE>1\\DEL\nS2\\B\\SIZE<9\\DEL\n");
+    WriteFile(dir.file("plain.txt"), "S1\\C\\SIZE>1\\DEL\nS2\\B\\SIZE<9\\DEL\n");
     ASSERT_NE(EncrptFileWithCRC(dir.file("plain.txt").c_str(), dir.file("sealed").c_str()), -1);
 
     CRuleScan scan;
@@ -256,9 +256,9 @@ TEST(VendorRules, SealedFileLoadsAndLeavesNoPlainCopy)
     EXPECT_EQ(rules(scan), (std::vector<std::string>{"S1|SIZE>1|QUAR|quar|both|vendor",
                                                      "S2|SIZE<9|QUAR|quar|out|vendor"}));
 
-    std::string damaged = rules_read_file(dir.file("sealed"));
+    std::string damaged = ReadFile(dir.file("sealed"));
     damaged.back() ^= 1;
-    rules_write_file(dir.file("damaged"), damaged);
+    WriteFile(dir.file("damaged"), damaged);
     EXPECT_FALSE(scan.LoadEncrptFile(dir.file("damaged").c_str(), (work + "/").c_str()));
     EXPECT_FALSE(scan.LoadEncrptFile(dir.file("missing").c_str(), (work + "/").c_str()));
     EXPECT_EQ(scan.GetCount(), 2);

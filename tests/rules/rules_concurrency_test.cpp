@@ -19,12 +19,12 @@ TEST(RulesConcurrency, ScansWhileReloading)
 {
     RulesTempDir dir;
     const std::string af = dir.file("AFI0001"), df = dir.file("DFI0001");
-    rules_write_file(af, "Sfigures\nOa@example.org\n");
-    rules_write_file(df, kRulesExeMail);
+    WriteFile(af, "Sfigures\nOa@example.org\n");
+    WriteFile(df, kRulesExeMail);
     const std::string first = dir.file("first.txt"), second = dir.file("second.txt");
-    rules_write_file(first, "a\\C\\DOM=\"mx.example.net\"\\QUAR\n");
-    rules_write_file(second, "b\\C\\SIZE>-1\\DEL\nc\\C\\SIZE>-1\\DEL\n");
-    rules_write_file(dir.file("vendor.txt"), "v\\C\\SIZE>-1\\DEL\n");
+    WriteFile(first, "a\\C\\DOM=\"mx.example.net\"\\QUAR\n");
+    WriteFile(second, "b\\C\\SIZE>-1\\DEL\nc\\C\\SIZE>-1\\DEL\n");
+    WriteFile(dir.file("vendor.txt"), "v\\C\\SIZE>-1\\DEL\n");
     tagSFRuleContent content;
     content.name = "exe";
     content.attach = "*.exe";

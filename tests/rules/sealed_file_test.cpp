@@ -24,24 +24,24 @@ TEST(SealedFile, RoundTripsAtBlockBoundaries)
     for (size_t length : {0u, 1u, 510u, 511u, 512u, 1022u, 1023u, 5000u}) {
         SCOPED_TRACE(length);
         std::string plain = plain_bytes(length);
-        rules_write_file(dir.file("plain"), plain);
+        WriteFile(dir.file("plain"), plain);
         int crc = EncrptFileWithCRC(dir.file("plain").c_str(), dir.file("sealed").c_str());
-        std::string sealed = rules_read_file(dir.file("sealed"));
+        std::string sealed = ReadFile(dir.file("sealed"));
         std::string header = std::to_string(static_cast<unsigned>(crc)) + "\n";
         EXPECT_EQ(length == 0, header == "0\n");
         ASSERT_EQ(sealed.substr(0, header.size()), header);
         EXPECT_EQ(sealed.size(), header.size() + length);
         ASSERT_EQ(DecrptFileWithCRC(dir.file("sealed").c_str(), dir.file("back").c_str()), 1);
-        EXPECT_EQ(rules_read_file(dir.file("back")), plain);
+        EXPECT_EQ(ReadFile(dir.file("back")), plain);
     }
 }
 
 TEST(SealedFile, KeyRestartsAtEachBlock)
 {
     RulesTempDir dir;
-    rules_write_file(dir.file("plain"), std::string(1100, '\0'));
+    WriteFile(dir.file("plain"), std::string(1100, '\0'));
     EncrptFileWithCRC(dir.file("plain").c_str(), dir.file("sealed").c_str());
-    std::string sealed = rules_read_file(dir.file("sealed"));
+    std::string sealed = ReadFile(dir.file("sealed"));
     std::string body = sealed.substr(sealed.find('\n') + 1);
     ASSERT_EQ(body.size(), 1100u);
     EXPECT_EQ(body.substr(0, 8), "qirvanot");
@@ -68,9 +68,9 @@ TEST(SealedFile, CrcIsRawReflectedRegisterOverSealedBytes)
     EXPECT_EQ(CalculateCRC(a, 1234, 0), 1234u);
 
     RulesTempDir dir;
-    rules_write_file(dir.file("plain"), "R\\C\\SIZE>1\\DEL\n");
+    WriteFile(dir.file("plain"), "R\\C\\SIZE>1\\DEL\n");
     int crc = EncrptFileWithCRC(dir.file("plain").c_str(), dir.file("sealed").c_str());
-    std::string sealed = rules_read_file(dir.file("sealed"));
+    std::string sealed = ReadFile(dir.file("sealed"));
     std::string body = sealed.substr(sealed.find('\n') + 1);
     EXPECT_EQ(static_cast<unsigned>(crc),
               CalculateCRC(reinterpret_cast<const unsigned char *>(body.data()), 0,
@@ -80,9 +80,9 @@ TEST(SealedFile, CrcIsRawReflectedRegisterOverSealedBytes)
 TEST(SealedFile, RefusesDamageAndMissingFiles)
 {
     RulesTempDir dir;
-    rules_write_file(dir.file("plain"), plain_bytes(700));
+    WriteFile(dir.file("plain"), plain_bytes(700));
     EncrptFileWithCRC(dir.file("plain").c_str(), dir.file("sealed").c_str());
-    const std::string good = rules_read_file(dir.file("sealed"));
+    const std::string good = ReadFile(dir.file("sealed"));
     const size_t bodyStart = good.find('\n') + 1;
 
     struct Row {
@@ -102,9 +102,9 @@ TEST(SealedFile, RefusesDamageAndMissingFiles)
     };
     for (const Row &row : rows) {
         SCOPED_TRACE(row.what);
-        rules_write_file(dir.file("bad"), row.sealed);
+        WriteFile(dir.file("bad"), row.sealed);
         EXPECT_EQ(DecrptFileWithCRC(dir.file("bad").c_str(), dir.file("out").c_str()), -1);
-        EXPECT_FALSE(rules_file_exists(dir.file("out")));
+        EXPECT_FALSE(FileExists(dir.file("out")));
     }
     EXPECT_EQ(DecrptFileWithCRC(dir.file("missing").c_str(), dir.file("out").c_str()), -1);
     EXPECT_EQ(EncrptFileWithCRC(dir.file("missing").c_str(), dir.file("out").c_str()), -1);
@@ -118,7 +118,7 @@ TEST(SealedFile, BodyStartingWithWhiteSpaceNeverUnseals)
     RulesTempDir dir;
     for (const char *plain : {"Q rule", "{rule", "xrule", "arule"}) {
         SCOPED_TRACE(plain);
-        rules_write_file(dir.file("plain"), plain);
+        WriteFile(dir.file("plain"), plain);
         EncrptFileWithCRC(dir.file("plain").c_str(), dir.file("sealed").c_str());
         bool whiteFirst = plain[0] != 'a';   // "x" seals to a tab
         EXPECT_EQ(DecrptFileWithCRC(dir.file("sealed").c_str(), dir.file("out").c_str()),
@@ -129,9 +129,9 @@ TEST(SealedFile, BodyStartingWithWhiteSpaceNeverUnseals)
 TEST(SealedFile, HeaderReadSkipsLeadingWhiteSpaceAndSign)
 {
     RulesTempDir dir;
-    rules_write_file(dir.file("plain"), "abc");
+    WriteFile(dir.file("plain"), "abc");
     int crc = EncrptFileWithCRC(dir.file("plain").c_str(), dir.file("sealed").c_str());
-    std::string sealed = rules_read_file(dir.file("sealed"));
+    std::string sealed = ReadFile(dir.file("sealed"));
     std::string body = sealed.substr(sealed.find('\n') + 1);
     unsigned value = static_cast<unsigned>(crc);
     for (const std::string &header :
@@ -140,9 +140,9 @@ TEST(SealedFile, HeaderReadSkipsLeadingWhiteSpaceAndSign)
           std::to_string(value + 0x100000000ULL) + "\n",
           std::to_string(value + (1ULL << 62)) + "\n"}) {
         SCOPED_TRACE(header);
-        rules_write_file(dir.file("variant"), header + body);
+        WriteFile(dir.file("variant"), header + body);
         EXPECT_EQ(DecrptFileWithCRC(dir.file("variant").c_str(), dir.file("out").c_str()), 1);
-        EXPECT_EQ(rules_read_file(dir.file("out")), "abc");
+        EXPECT_EQ(ReadFile(dir.file("out")), "abc");
     }
 }
 

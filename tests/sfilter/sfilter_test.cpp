@@ -192,7 +192,7 @@ TEST(SFilterVerdict, UserGroupsWithIncludeAndExclude)
 TEST(SFilterVerdict, FirstApplyingRuleAndSkipSpecialChars)
 {
     RulesTempDir dir;
-    rules_write_file(dir.file("contscan.ini"), "[Specialized Filtering]\nSkipSpecialChars=1\n");
+    WriteFile(dir.file("contscan.ini"), "[Specialized Filtering]\nSkipSpecialChars=1\n");
     ConfigFile config(dir.file("contscan.ini").c_str(), 0);
     ConfigFile *current = &config;
     SetFilterConfigSource(&current);

@@ -111,7 +111,7 @@ TEST(SFRuleFile, SaveThenLoadKeepsEverythingButEnable)
     c_special_filter_savor savor;
     ASSERT_TRUE(savor.SaveRuleFile(saved, dir.file("SFRule.txt").c_str()));
 
-    std::string text = rules_read_file(dir.file("SFRule.txt"));
+    std::string text = ReadFile(dir.file("SFRule.txt"));
     const std::string comment =
         "; Written by Orvane Unix Configuration Standard v3.8 2002 ZeltoWorks\r\n";
     EXPECT_EQ(text.substr(0, comment.size()), comment);
@@ -158,7 +158,7 @@ TEST(SFRuleFile, WriterLineLayout)
 TEST(SFRuleFile, LoaderDropsBadLinesAndMissingFiles)
 {
     RulesTempDir dir;
-    rules_write_file(dir.file("rules.txt"),
+    WriteFile(dir.file("rules.txt"),
                      "; comment <RULE NAME>c</RULE NAME><MAIL TYPE>A</MAIL TYPE>\r\n"
                      "<RULE NAME>first</RULE NAME><MAIL TYPE>A</MAIL TYPE>\r\n"
                      "\r\n"

@@ -1,74 +1,106 @@
-// A scratch directory for one test, removed with everything in it when the
-// object goes. Small helpers write and read whole files inside it.
+// Scratch directories and whole-file helpers shared by every test folder.
+//
+//   BaseTempDir tmp;                          // $TMPDIR/ov_test_XXXXXX, removed with its contents
+//   std::string path = tmp.write("a.txt", "text");
+//   EXPECT_EQ("text", ReadFile(path));        // "<missing>" when it cannot be opened
+//
+// WriteFile throws when the file cannot be written; SplitLines cuts at "\n"
+// and drops the "\r" before it.
 #pragma once
 
-#include <dirent.h>
-#include <ftw.h>
-#include <stdlib.h>
-#include <unistd.h>
-
-#include <cstdio>
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <sstream>
 #include <stdexcept>
 #include <string>
+#include <vector>
+
+inline std::string ReadFile(const std::string &path)
+{
+    std::ifstream in(path, std::ios::binary);
+    if (!in)
+        return "<missing>";
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+inline void WriteFile(const std::string &path, const std::string &bytes)
+{
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    if (!out)
+        throw std::runtime_error("cannot write " + path);
+}
+
+inline bool FileExists(const std::string &path)
+{
+    std::error_code ignored;
+    return std::filesystem::exists(std::filesystem::symlink_status(path, ignored));
+}
+
+inline std::vector<std::string> SplitLines(const std::string &text)
+{
+    std::vector<std::string> lines;
+    for (size_t start = 0, end; start < text.size(); start = end + 1) {
+        end = std::min(text.find('\n', start), text.size());
+        lines.push_back(text.substr(start, end - start));
+        if (!lines.back().empty() && lines.back().back() == '\r')
+            lines.back().pop_back();
+    }
+    return lines;
+}
+
+// Regular files below a directory (recursively, hidden ones too), sorted;
+// none when it does not exist.
+inline std::vector<std::string> FilesBelow(const std::string &dir)
+{
+    std::vector<std::string> found;
+    std::error_code ignored;
+    for (std::filesystem::recursive_directory_iterator it(dir, ignored), end; it != end;
+         it.increment(ignored))
+        if (it->is_regular_file())
+            found.push_back(it->path().string());
+    std::sort(found.begin(), found.end());
+    return found;
+}
 
 class BaseTempDir {
 public:
     BaseTempDir()
     {
         const char *root = std::getenv("TMPDIR");
-        std::string pattern = std::string(root && *root ? root : "/tmp") + "/ov_base_XXXXXX";
+        std::string pattern = std::string(root && *root ? root : "/tmp") + "/ov_test_XXXXXX";
         if (!mkdtemp(&pattern[0]))
             throw std::runtime_error("mkdtemp failed");
         m_dir = pattern;
     }
-    ~BaseTempDir() { nftw(m_dir.c_str(), remove_entry, 16, FTW_DEPTH | FTW_PHYS); }
+    ~BaseTempDir()
+    {
+        std::error_code ignored;
+        std::filesystem::remove_all(m_dir, ignored);
+    }
     BaseTempDir(const BaseTempDir &) = delete;
     BaseTempDir &operator=(const BaseTempDir &) = delete;
 
     const std::string &dir() const { return m_dir; }
     std::string path(const std::string &name) const { return m_dir + "/" + name; }
-
-    // Writes text as the whole file name; returns its path.
     std::string write(const std::string &name, const std::string &text) const
     {
-        std::string file = path(name);
-        std::ofstream(file, std::ios::binary) << text;
-        return file;
+        WriteFile(path(name), text);
+        return path(name);
     }
-
-    // The whole file, or "<missing>" when it cannot be opened.
-    static std::string read(const std::string &file)
+    bool empty() const { return std::filesystem::is_empty(m_dir); }
+    // Regular files below `relative` (recursively), as paths relative to the
+    // directory, sorted.
+    std::vector<std::string> files(const std::string &relative = "") const
     {
-        std::ifstream in(file, std::ios::binary);
-        if (!in)
-            return "<missing>";
-        return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-    }
-
-    static bool exists(const std::string &file) { return access(file.c_str(), F_OK) == 0; }
-
-    // True when nothing is in the directory.
-    bool empty() const
-    {
-        DIR *dir = opendir(m_dir.c_str());
-        if (!dir)
-            return false;
-        int entries = 0;
-        while (const dirent *entry = readdir(dir))
-            entries += std::string(entry->d_name) != "." && std::string(entry->d_name) != "..";
-        closedir(dir);
-        return entries == 0;
+        std::vector<std::string> found = FilesBelow(path(relative));
+        for (std::string &file : found)
+            file = std::filesystem::relative(file, m_dir).string();
+        return found;
     }
 
 private:
-    static int remove_entry(const char *file, const struct stat *, int, struct FTW *)
-    {
-        std::remove(file);
-        return 0;
-    }
-
     std::string m_dir;
 };

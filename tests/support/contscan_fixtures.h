@@ -22,8 +22,7 @@
 // An automaton over a list of patterns, each with its own keyword record;
 // denseLimit 0 lets the tree choose how many states get rows. With inOrder
 // the patterns are added sorted by text, as BuildKeywordTree adds them.
-class PatternTree
-{
+class PatternTree {
 public:
     explicit PatternTree(const std::vector<std::string> &patterns, uint32_t denseLimit = 0,
                          bool inOrder = false)
@@ -89,8 +88,6 @@ public:
         FreeKeywordMatchSet(&matches);
         return hits;
     }
-
-    const std::string &pattern(int index) const { return m_patterns[index]; }
 
     // The patterns of a hit list, for readable failures.
     std::vector<std::string> Names(const std::vector<int> &hits) const

@@ -15,8 +15,7 @@
 // (file mode) are scanned in pieces as the search reads them; at a cut, the
 // carried bytes are as many as the longest keyword prefix ending there, plus
 // one.
-class NaiveSearch
-{
+class NaiveSearch {
 public:
     NaiveSearch(const std::vector<std::string> &patterns, bool exactMatch,
                 bool caseSensitive = false)

@@ -16,8 +16,8 @@
 struct MailClientShape {
     const char *label;
     std::string mail;
-    std::vector<std::pair<std::string, std::string>> attachments;   // name, type
-    int ambiguity;   // MIME_AMBIGUOUS_... bits
+    std::vector<std::pair<std::string, std::string>> attachments; // name, type
+    int ambiguity;                                                // MIME_AMBIGUOUS_... bits
 };
 
 inline std::string MailClientHead(const std::string &contentType)
@@ -33,30 +33,43 @@ inline std::string MailClientExePart(const std::string &headers)
     return headers + "Content-Transfer-Encoding: base64\n\nTVqQAAMAAAAEAAAA\n";
 }
 
+// multipart/mixed with boundary "b" around executable parts of these headers.
+inline std::string MailClientMixed(const std::vector<std::string> &partHeaders)
+{
+    std::string mail = MailClientHead("Content-Type: multipart/mixed; boundary=b\n\n");
+    for (const std::string &headers : partHeaders)
+        mail += "--b\n" + MailClientExePart(headers);
+    return mail + "--b--\n";
+}
+
 inline std::vector<MailClientShape> MailClientShapes()
 {
     const std::pair<std::string, std::string> evil = {"evil.exe", "application/octet-stream"};
-    const std::string exe = MailClientExePart("Content-Type: application/octet-stream; name=\"evil.exe\"\n");
+    const std::string exe =
+        MailClientExePart("Content-Type: application/octet-stream; name=\"evil.exe\"\n");
     const std::string longBoundary(80, 'L');
     const std::string hugeBoundary(600, 'h');
-    const std::string longWord = "eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4"
-                                 "eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4"
-                                 "eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4LmV4"
-                                 "ZQ==";   // 150 times "x", then ".exe"
+    const std::string longWord =
+        "eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4"
+        "eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4"
+        "eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4LmV4"
+        "ZQ=="; // 150 times "x", then ".exe"
     return {
         {"delivery report with a boundary on its text part",
-         MailClientHead("Content-Type: multipart/report; report-type=delivery-status;\n"
-                        "\tboundary=\"outer\"\n\n"
-                        "--outer\nContent-Type: text/plain; charset=us-ascii; boundary=\"inner\"\n\n"
-                        "Delivery has failed to these recipients.\n--outer\n") +
+         MailClientHead(
+             "Content-Type: multipart/report; report-type=delivery-status;\n"
+             "\tboundary=\"outer\"\n\n"
+             "--outer\nContent-Type: text/plain; charset=us-ascii; boundary=\"inner\"\n\n"
+             "Delivery has failed to these recipients.\n--outer\n") +
              MailClientExePart("Content-Type: application/x-msdownload; name=\"evil.exe\"\n") +
              "--outer--\n",
          {{"evil.exe", "application/x-msdownload"}},
          0},
         {"second Content-Type header",
-         MailClientHead("Content-Type: multipart/mixed; boundary=\"real\"\n"
-                        "Content-Type: multipart/mixed; boundary=\"fake\"\n\n"
-                        "--real\nContent-Type: text/plain\n\nhello\n--fake\n\nfake part\n--real\n") +
+         MailClientHead(
+             "Content-Type: multipart/mixed; boundary=\"real\"\n"
+             "Content-Type: multipart/mixed; boundary=\"fake\"\n\n"
+             "--real\nContent-Type: text/plain\n\nhello\n--fake\n\nfake part\n--real\n") +
              exe + "--real--\n",
          {evil},
          MIME_AMBIGUOUS_CONTENT_TYPES},
@@ -67,14 +80,15 @@ inline std::vector<MailClientShape> MailClientShapes()
          {evil},
          MIME_AMBIGUOUS_BOUNDARIES},
         {"boundary= inside another parameter's value",
-         MailClientHead("Content-Type: multipart/mixed; x-note=\"boundary=fake\"; boundary=\"real\"\n\n"
-                        "--fake\n\n--real\n") +
+         MailClientHead(
+             "Content-Type: multipart/mixed; x-note=\"boundary=fake\"; boundary=\"real\"\n\n"
+             "--fake\n\n--real\n") +
              exe + "--real--\n",
          {evil},
          0},
         {"RFC 2231 boundary",
-         MailClientHead("Content-Type: multipart/mixed; boundary*=us-ascii'en'real\n\n--real\n") + exe +
-             "--real--\n",
+         MailClientHead("Content-Type: multipart/mixed; boundary*=us-ascii'en'real\n\n--real\n") +
+             exe + "--real--\n",
          {evil},
          MIME_AMBIGUOUS_ENCODED_BOUNDARY},
         {"boundary of 80 characters",
@@ -90,53 +104,41 @@ inline std::vector<MailClientShape> MailClientShapes()
          {evil},
          MIME_AMBIGUOUS_LONG_BOUNDARY},
         {"part with two Content-Type headers",
-         MailClientHead("Content-Type: multipart/mixed; boundary=b\n\n--b\n") +
-             MailClientExePart("Content-Type: text/plain\n"
-                               "Content-Type: application/x-msdownload; name=\"evil.exe\"\n") +
-             "--b--\n",
+         MailClientMixed({"Content-Type: text/plain\n"
+                          "Content-Type: application/x-msdownload; name=\"evil.exe\"\n"}),
          {},
          MIME_AMBIGUOUS_CONTENT_TYPES},
         {"RFC 2231 names",
-         MailClientHead("Content-Type: multipart/mixed; boundary=b\n\n--b\n") +
-             MailClientExePart("Content-Type: application/octet-stream\n"
-                               "Content-Disposition: attachment; filename*=utf-8''evil%2Eexe\n") +
-             "--b\n" +
-             MailClientExePart("Content-Type: application/octet-stream\n"
-                               "Content-Disposition: attachment;\n filename*0*=utf-8''ev;\n"
-                               " filename*1=il1.exe\n") +
-             "--b\n" +
-             MailClientExePart("Content-Type: application/octet-stream; name*0=\"ev\"; name*1=\"il2.exe\"\n") +
-             "--b\n" +
-             MailClientExePart("Content-Type: application/octet-stream;\n"
-                               " name*=iso-2022-jp''%1B%24B%25F%259%25H%1B%28B.exe\n") +
-             "--b\n" +
-             MailClientExePart("Content-Type: application/octet-stream;\n"
-                               " name*=shift_jis''%83e%83X%83g2.exe\n") +
-             "--b--\n",
+         MailClientMixed(
+             {"Content-Type: application/octet-stream\n"
+              "Content-Disposition: attachment; filename*=utf-8''evil%2Eexe\n",
+              "Content-Type: application/octet-stream\n"
+              "Content-Disposition: attachment;\n filename*0*=utf-8''ev;\n filename*1=il1.exe\n",
+              "Content-Type: application/octet-stream; name*0=\"ev\"; name*1=\"il2.exe\"\n",
+              "Content-Type: application/octet-stream;\n"
+              " name*=iso-2022-jp''%1B%24B%25F%259%25H%1B%28B.exe\n",
+              "Content-Type: application/octet-stream;\n name*=shift_jis''%83e%83X%83g2.exe\n"}),
          {evil,
           {"evil1.exe", "application/octet-stream"},
           {"evil2.exe", "application/octet-stream"},
           {"\xa5\xc6\xa5\xb9\xa5\xc8.exe", "application/octet-stream"},
-          {"\xa5\xc6\xa5\xb9\xa5\xc8" "2.exe", "application/octet-stream"}},
+          {"\xa5\xc6\xa5\xb9\xa5\xc8"
+           "2.exe",
+           "application/octet-stream"}},
          0},
         {"quoted names",
-         MailClientHead("Content-Type: multipart/mixed; boundary=b\n\n--b\n") +
-             MailClientExePart("Content-Type: application/octet-stream; name=\"ev\\\\il\\\"3.exe\"\n") +
-             "--b\n" +
-             MailClientExePart("Content-Type: application/octet-stream; x-name=\"harmless.txt\"; "
-                               "name=\"evil4.exe\"\n") +
-             "--b\n" + MailClientExePart("Content-Type: application/octet-stream; name=\"a;b.exe\"\n") +
-             "--b--\n",
+         MailClientMixed({"Content-Type: application/octet-stream; name=\"ev\\\\il\\\"3.exe\"\n",
+                          "Content-Type: application/octet-stream; x-name=\"harmless.txt\"; "
+                          "name=\"evil4.exe\"\n",
+                          "Content-Type: application/octet-stream; name=\"a;b.exe\"\n"}),
          {{"ev\\il\"3.exe", "application/octet-stream"},
           {"evil4.exe", "application/octet-stream"},
           {"a;b.exe", "application/octet-stream"}},
          0},
         {"filename of the first Content-Disposition wins",
-         MailClientHead("Content-Type: multipart/mixed; boundary=b\n\n--b\n") +
-             MailClientExePart("Content-Type: application/octet-stream; name=\"c.txt\"\n"
-                               "Content-Disposition: attachment; filename=\"evil.exe\"\n"
-                               "Content-Disposition: attachment; filename=\"e.txt\"\n") +
-             "--b--\n",
+         MailClientMixed({"Content-Type: application/octet-stream; name=\"c.txt\"\n"
+                          "Content-Disposition: attachment; filename=\"evil.exe\"\n"
+                          "Content-Disposition: attachment; filename=\"e.txt\"\n"}),
          {evil},
          0},
         {"Content-Disposition before Content-Type at the top",
@@ -146,11 +148,9 @@ inline std::vector<MailClientShape> MailClientShapes()
          {evil},
          0},
         {"encoded word longer than 151 characters",
-         MailClientHead("Content-Type: multipart/mixed; boundary=b\n\n--b\n") +
-             MailClientExePart("Content-Type: application/octet-stream\n"
-                               "Content-Disposition: attachment; filename=\"=?utf-8?B?" + longWord +
-                               "?=\"\n") +
-             "--b--\n",
+         MailClientMixed({"Content-Type: application/octet-stream\n"
+                          "Content-Disposition: attachment; filename=\"=?utf-8?B?" +
+                          longWord + "?=\"\n"}),
          {{std::string(150, 'x') + ".exe", "application/octet-stream"}},
          0},
         {"Content-Type line longer than the walk's line buffer",

@@ -3,13 +3,11 @@
 // sets the host language for one test.
 #pragma once
 
-#include <iconv.h>
-
-#include <cerrno>
 #include <cstdlib>
 #include <string>
 
 #include "mail/charset.h"
+#include "support/iconv_text.h"
 
 // The malloc'ed C string as a std::string (freed); "<null>" for null.
 inline std::string TakeText(char *p)
@@ -31,52 +29,19 @@ inline std::string TakeBytes(char *p, int n)
     return s;
 }
 
-// glibc iconv of the whole input, closing the shift state; false when iconv
-// cannot convert all of it.
-class Oracle {
-public:
-    Oracle(const char *from, const char *to) : m_cd(iconv_open(to, from)) {}
-    ~Oracle()
+// glibc iconv of the whole input from one code to another.
+struct Oracle {
+    Oracle(const char *from, const char *to) : from(from), to(to) {}
+    bool ok() const
     {
-        if (ok())
-            iconv_close(m_cd);
+        std::string out;
+        return IconvText("", from, to, &out);
     }
-    Oracle(const Oracle &) = delete;
-    Oracle &operator=(const Oracle &) = delete;
-
-    bool ok() const { return m_cd != reinterpret_cast<iconv_t>(-1); }
-
-    bool operator()(const std::string &in, std::string *out)
+    bool operator()(const std::string &in, std::string *out) const
     {
-        out->clear();
-        if (!ok())
-            return false;
-        iconv(m_cd, nullptr, nullptr, nullptr, nullptr);
-        std::string src = in;
-        char *ip = src.data();
-        size_t il = src.size();
-        char buffer[4096];
-        while (true) {
-            char *op = buffer;
-            size_t ol = sizeof buffer;
-            const size_t r = iconv(m_cd, il ? &ip : nullptr, il ? &il : nullptr, &op, &ol);
-            out->append(buffer, static_cast<size_t>(op - buffer));
-            if (r != static_cast<size_t>(-1))
-                break;
-            if (errno != E2BIG)
-                return false;
-        }
-        if (il != 0)
-            return false;
-        char *op = buffer;
-        size_t ol = sizeof buffer;
-        iconv(m_cd, nullptr, nullptr, &op, &ol);
-        out->append(buffer, static_cast<size_t>(op - buffer));
-        return true;
+        return IconvText(in, from, to, out);
     }
-
-private:
-    iconv_t m_cd;
+    const char *from, *to;
 };
 
 // Sets `_language` (and `_kanji` to EUC) for the lifetime of the object.

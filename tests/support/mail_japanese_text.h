@@ -11,36 +11,172 @@
 //   std::string mail = JapaneseMail("shift_jis", "base64", body);
 #pragma once
 
+#include <algorithm>
+#include <cstdlib>
 #include <random>
+#include <stdexcept>
 #include <string>
 #include <vector>
+
+#include "mail/transfer_codecs.h"
+#include "support/mail_codec_fixtures.h"
+
+// One EUC-JP character of JIS X 0208 row `row`, cell `cell`.
+inline std::string JapaneseEucChar(int row, int cell)
+{
+    return {char(0xA0 + row), char(0xA0 + cell)};
+}
+
+inline std::string JapaneseRun(std::mt19937 &random, int row, int lastCell, int longest)
+{
+    std::string run;
+    for (int n = std::uniform_int_distribution<int>(1, longest)(random); n > 0; --n)
+        run += JapaneseEucChar(row, std::uniform_int_distribution<int>(1, lastCell)(random));
+    return run;
+}
+
+inline std::string JapaneseKanji(std::mt19937 &random)
+{
+    std::string run;
+    for (int n = std::uniform_int_distribution<int>(1, 4)(random); n > 0; --n) {
+        // Level 1 (rows 16-46) and level 2 (rows 48-83) are fully assigned.
+        int row = std::uniform_int_distribution<int>(16, 82)(random);
+        row += row >= 47 ? 1 : 0;
+        run += JapaneseEucChar(row, std::uniform_int_distribution<int>(1, 94)(random));
+    }
+    return run;
+}
+
+// A run of 1 to 12 ASCII words, each followed by a blank.
+inline std::string JapaneseAsciiWords(std::mt19937 &random)
+{
+    std::string words;
+    for (int n = std::uniform_int_distribution<int>(1, 12)(random); n > 0; --n) {
+        for (int k = std::uniform_int_distribution<int>(2, 8)(random); k > 0; --k)
+            words += char('a' + std::uniform_int_distribution<int>(0, 25)(random));
+        words += ' ';
+    }
+    return words;
+}
+
+inline const char kQpHex[] = "0123456789ABCDEF";
+
+// The text with every CR and LF removed.
+inline std::string WithoutLineBreaks(std::string text)
+{
+    text.erase(
+        std::remove_if(text.begin(), text.end(), [](char c) { return c == '\r' || c == '\n'; }),
+        text.end());
+    return text;
+}
 
 // Lines of EUC-JP text, each ending in CR LF; every line holds hiragana.
 // Kanji come from both JIS levels, so that Shift_JIS lead bytes of both
 // ranges (0x81-0x9F, 0xE0-0xEF) occur.
-std::string RandomJapaneseText(std::mt19937 &random, int lines);
+inline std::string RandomJapaneseText(std::mt19937 &random, int lines)
+{
+    std::string text;
+    for (int line = 0; line < lines; ++line) {
+        text += JapaneseRun(random, 4, 83, 5); // hiragana
+        for (int n = std::uniform_int_distribution<int>(2, 16)(random); n > 0; --n) {
+            switch (std::uniform_int_distribution<int>(0, 7)(random)) {
+            case 0:
+                text += JapaneseRun(random, 4, 83, 5);
+                break;
+            case 1:
+                text += JapaneseRun(random, 5, 86, 4); // katakana
+                break;
+            case 2:
+                text += JapaneseKanji(random);
+                break;
+            case 3:
+                text +=
+                    JapaneseEucChar(1, std::uniform_int_distribution<int>(2, 3)(random)); // 、 。
+                break;
+            default:
+                text += JapaneseAsciiWords(random);
+                break;
+            }
+        }
+        text += "\r\n";
+    }
+    return text;
+}
 
 // The EUC-JP text in the iconv code `code` ("ISO-2022-JP", "SHIFT_JIS",
 // "EUC-JP"); throws when iconv cannot convert it.
-std::string JapaneseIn(const char *code, const std::string &euc);
+inline std::string JapaneseIn(const char *code, const std::string &euc)
+{
+    Oracle convert("EUC-JP", code);
+    std::string out;
+    if (!convert(euc, &out))
+        throw std::runtime_error(std::string("iconv cannot write ") + code);
+    return out;
+}
 
 // Base64 of bytes on one line (no line break at all).
-std::string Base64Line(const std::string &bytes);
+inline std::string Base64Line(const std::string &bytes)
+{
+    int length = 0;
+    char *encoded = to_base64(bytes.data(), int(bytes.size()), &length);
+    return WithoutLineBreaks(TakeBytes(encoded, length));
+}
+
 // Base64 as mailers write it: lines of 76 characters ending in CR LF.
-std::string Base64Body(const std::string &bytes);
+inline std::string Base64Body(const std::string &bytes)
+{
+    std::string line = Base64Line(bytes);
+    std::string body;
+    for (size_t at = 0; at < line.size(); at += 76)
+        body += line.substr(at, 76) + "\r\n";
+    return body;
+}
+
 // Quoted-printable of bytes as one line per CR LF line of the text, without
 // soft breaks; printable ASCII but "=" stays, everything else is "=XX".
-std::string QpLines(const std::string &bytes);
+inline std::string QpLines(const std::string &bytes)
+{
+    std::string out;
+    for (size_t i = 0; i < bytes.size(); ++i) {
+        unsigned char c = static_cast<unsigned char>(bytes[i]);
+        if (c == '\r' && i + 1 < bytes.size() && bytes[i + 1] == '\n') {
+            out += "\r\n";
+            ++i;
+        } else if (c > ' ' && c < 0x7F && c != '=') {
+            out += char(c);
+        } else {
+            out += {'=', kQpHex[c >> 4], kQpHex[c & 15]};
+        }
+    }
+    return out;
+}
+
 // Quoted-printable as mailers write it: soft breaks keep lines at 75
 // characters.
-std::string QpBody(const std::string &bytes);
+inline std::string QpBody(const std::string &bytes)
+{
+    int length = 0;
+    char *encoded = to_qprint(bytes.data(), int(bytes.size()), &length);
+    return TakeBytes(encoded, length);
+}
+
 // The places in a quoted-printable line where a soft break may go (not
 // inside an "=XX"), from 0 to the length before its CR LF.
-std::vector<size_t> QpCutPlaces(const std::string &line);
+inline std::vector<size_t> QpCutPlaces(const std::string &line)
+{
+    std::vector<size_t> places;
+    size_t end = line.find("\r\n");
+    end = end == std::string::npos ? line.size() : end;
+    for (size_t i = 0; i <= end; i += (i < end && line[i] == '=') ? 3 : 1)
+        places.push_back(i);
+    return places;
+}
 
 // A single-part text mail with that charset and transfer encoding.
-std::string JapaneseMail(const std::string &charset, const std::string &encoding,
-                         const std::string &body);
-
-// The text with every CR and LF removed.
-std::string WithoutLineBreaks(const std::string &text);
+inline std::string JapaneseMail(const std::string &charset, const std::string &encoding,
+                                const std::string &body)
+{
+    return "From: a@example.com\r\nTo: b@example.com\r\nSubject: test\r\nMIME-Version: 1.0\r\n"
+           "Content-Type: text/plain; charset=" +
+           charset + "\r\nContent-Transfer-Encoding: " + encoding + "\r\n\r\n" + body;
+}

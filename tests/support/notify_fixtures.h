@@ -1,43 +1,32 @@
-// Shared helpers of the event-log and notification tests: a scratch
-// directory that becomes the program and temporary directory, file reading,
-// and a guard that sets the host language and zone for one test.
+// The notify tests' scratch directory (the program and temporary directory,
+// its path ending in "/") and a guard that sets TZ for one test.
 #pragma once
 
+#include <ctime>
 #include <string>
-#include <vector>
 
-// A fresh directory under /tmp, removed with everything in it at the end.
-class NotifyScratchDir {
-public:
-    NotifyScratchDir();
-    ~NotifyScratchDir();
-    NotifyScratchDir(const NotifyScratchDir &) = delete;
-    NotifyScratchDir &operator=(const NotifyScratchDir &) = delete;
+#include "support/base_temp_dir.h"
 
-    const std::string &path() const { return m_path; } // ends in "/"
-    std::string file(const std::string &name) const { return m_path + name; }
-    // Names of the regular files in the directory, sorted.
-    std::vector<std::string> files() const;
-
-private:
-    std::string m_path;
+struct NotifyScratchDir : BaseTempDir {
+    std::string path() const { return dir() + "/"; }
+    std::string file(const std::string &name) const { return BaseTempDir::path(name); }
 };
 
-std::string NotifyReadFile(const std::string &path);
-void NotifyWriteFile(const std::string &path, const std::string &content);
-// Lines of a text, split at "\n" (a trailing "\r" stays with its line); no
-// empty piece after a final line end.
-std::vector<std::string> NotifySplitLines(const std::string &text);
-
-// Sets TZ (and tzset) for the lifetime of the object, restoring the old value.
 class NotifyZoneGuard {
 public:
-    explicit NotifyZoneGuard(const char *zone);
-    ~NotifyZoneGuard();
-    NotifyZoneGuard(const NotifyZoneGuard &) = delete;
-    NotifyZoneGuard &operator=(const NotifyZoneGuard &) = delete;
+    explicit NotifyZoneGuard(const char *zone) : m_had(std::getenv("TZ") != nullptr)
+    {
+        m_old = m_had ? std::getenv("TZ") : "";
+        setenv("TZ", zone, 1);
+        tzset();
+    }
+    ~NotifyZoneGuard()
+    {
+        m_had ? setenv("TZ", m_old.c_str(), 1) : unsetenv("TZ");
+        tzset();
+    }
 
 private:
-    bool m_had = false;
+    bool m_had;
     std::string m_old;
 };

@@ -16,8 +16,18 @@
 // within itself (PluginTest does the stop in TearDown).
 #pragma once
 
+#include <dlfcn.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstring>
 #include <functional>
+#include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -26,30 +36,56 @@
 #include "support/plugin_installation.h"
 
 // libov.so opened with dlopen (RTLD_NOW | RTLD_LOCAL), closed when the object
-// goes. The entry points are null when the library or a symbol is missing.
+// goes. error() names the first entry point the library does not export.
 class PluginLibrary {
 public:
-    explicit PluginLibrary(const std::string &path);
-    ~PluginLibrary();
+    explicit PluginLibrary(const std::string &path)
+        : m_handle(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL))
+    {
+        if (!m_handle) {
+            m_error = "cannot load " + path + ": " + dlerror();
+            return;
+        }
+        Resolve("ZWEmailPluginInitialize", &Initialize);
+        Resolve("ZWEmailPluginProcess", &Process);
+        Resolve("OVEmailPluginProcessReport", &ProcessReport);
+        Resolve("ZWEmailPluginCleanup", &Cleanup);
+        Resolve("_Z19ZWEmailPluginUpdatev", &Update);
+        Resolve("ZWEmailPluginCommand", &Command);
+        Resolve("ZWEmailPluginGetCMVersion", &Version);
+        Resolve("ZWEmailPluginGetCMBuildDate", &BuildDate);
+    }
+    ~PluginLibrary()
+    {
+        if (m_handle)
+            dlclose(m_handle);
+    }
     PluginLibrary(const PluginLibrary &) = delete;
     PluginLibrary &operator=(const PluginLibrary &) = delete;
 
     bool loaded() const { return m_error.empty(); }
     const std::string &error() const { return m_error; }
     // Any symbol of the library's dynamic table; null when not exported.
-    void *Symbol(const char *name) const;
+    void *Symbol(const char *name) const { return m_handle ? dlsym(m_handle, name) : nullptr; }
 
     int (*Initialize)(const char *, ZWHostInfo *) = nullptr;
     int (*Process)(ZWHostCall *, ZWMailResult *) = nullptr;
     int (*ProcessReport)(ZWHostCall *, ZWMailResult *, OVMailReport *) = nullptr;
     int (*Cleanup)() = nullptr;
-    int (*Update)() = nullptr;   // exported as _Z19ZWEmailPluginUpdatev
+    int (*Update)() = nullptr; // exported as _Z19ZWEmailPluginUpdatev
     int (*Command)(const char *) = nullptr;
     const char *(*Version)() = nullptr;
     const char *(*BuildDate)() = nullptr;
 
 private:
-    void *m_handle = nullptr;
+    template <typename Fn> void Resolve(const char *name, Fn *out)
+    {
+        *out = reinterpret_cast<Fn>(Symbol(name));
+        if (!*out && m_error.empty())
+            m_error = std::string("symbol ") + name + " not exported";
+    }
+
+    void *m_handle;
     std::string m_error;
 };
 
@@ -79,24 +115,95 @@ struct PluginQueuedMail {
 class PluginQueue {
 public:
     // The function to put into ZWHostCall::enque_mail.
-    static int Enqueue(ZWEnqueRecord *record);
+    static int Enqueue(ZWEnqueRecord *record)
+    {
+        if (!record)
+            return -1;
+        PluginQueuedMail mail;
+        mail.from = record->from ? record->from : "";
+        for (char **to = record->recipients; to && *to; ++to)
+            mail.recipients.push_back(*to);
+        mail.path = record->path ? record->path : "";
+        mail.fileExisted = !mail.path.empty() && FileExists(mail.path);
+        mail.text = ReadFile(mail.path);
+        mail.reservedNull = !record->reserved1 && !record->reserved2;
+        mail.flag1 = record->flag1;
+        mail.flag2 = record->flag2;
+        if (!mail.path.empty())
+            std::remove(mail.path.c_str()); // the host owns the queued file
+        std::function<void(const PluginQueuedMail &)> hook;
+        {
+            std::lock_guard<std::mutex> guard(state().mutex);
+            state().mails.push_back(mail);
+            hook = state().hook;
+        }
+        if (hook)
+            hook(mail);
+        return 0;
+    }
     // The mails queued since the last Take, in queue order.
-    static std::vector<PluginQueuedMail> Take();
+    static std::vector<PluginQueuedMail> Take()
+    {
+        std::vector<PluginQueuedMail> mails;
+        std::lock_guard<std::mutex> guard(state().mutex);
+        mails.swap(state().mails);
+        return mails;
+    }
     // Runs inside the plug-in's call, after the mail was captured, until
     // cleared (null): lets a test act while a mail is in progress.
-    static void SetHook(std::function<void(const PluginQueuedMail &)> hook);
+    static void SetHook(std::function<void(const PluginQueuedMail &)> hook)
+    {
+        std::lock_guard<std::mutex> guard(state().mutex);
+        state().hook = std::move(hook);
+    }
+
+private:
+    struct State {
+        std::mutex mutex;
+        std::vector<PluginQueuedMail> mails;
+        std::function<void(const PluginQueuedMail &)> hook;
+    };
+    static State &state()
+    {
+        static State queue;
+        return queue;
+    }
 };
 
 // A host call record for the envelope file, queueing into PluginQueue.
-ZWHostCall PluginCall(const std::string &afPath, ZWEnqueMailFn queue = &PluginQueue::Enqueue);
+inline ZWHostCall PluginCall(const std::string &afPath, ZWEnqueMailFn queue = &PluginQueue::Enqueue)
+{
+    ZWHostCall call;
+    std::memset(&call, 0, sizeof call);
+    call.enque_mail = queue;
+    std::snprintf(call.af_path, sizeof call.af_path, "%s", afPath.c_str());
+    return call;
+}
 
 // Runs `body` in a forked child and returns its exit status (0-255), or -1
 // when the child could not be run or did not exit normally within
 // `timeoutSeconds` (it is killed then).
-int PluginRunInChild(const std::function<int()> &body, int timeoutSeconds = 30);
-
-// The lines of a text, split at "\n", without the "\r" before it.
-std::vector<std::string> PluginLines(const std::string &text);
+inline int PluginRunInChild(const std::function<int()> &body, int timeoutSeconds = 30)
+{
+    std::fflush(nullptr);
+    const pid_t child = fork();
+    if (child == 0) {
+        const int code = body();
+        std::fflush(nullptr);
+        _exit(code);
+    }
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(timeoutSeconds);
+    int status = 0;
+    while (child > 0 && waitpid(child, &status, WNOHANG) == 0) {
+        if (std::chrono::steady_clock::now() > deadline) {
+            kill(child, SIGKILL);
+            waitpid(child, &status, 0);
+            return -1;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return child > 0 && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
 
 #ifdef OV_LIBOV_PATH
 // The fixture of the end-to-end tests: its own installation, the shared
@@ -112,7 +219,7 @@ protected:
     {
         PluginQueue::SetHook(nullptr);
         if (plugin().loaded())
-            plugin().Cleanup();   // -9 when the test already stopped it
+            plugin().Cleanup(); // -9 when the test already stopped it
         PluginQueue::Take();
     }
 
@@ -133,6 +240,27 @@ protected:
     {
         ZWHostCall call = PluginCall(mail.af);
         return plugin().ProcessReport(&call, result, report);
+    }
+    // Starts the plug-in on another installation, processes one mail there
+    // and stops it again.
+    int RunOnce(const PluginInstallation &local, const PluginSpoolMail &mail,
+                ZWMailResult *result = nullptr)
+    {
+        if (plugin().Initialize(local.root().c_str(), &info) != 0) {
+            ADD_FAILURE() << "Initialize failed on " << local.root();
+            return -100;
+        }
+        const int code = Run(mail, result);
+        EXPECT_EQ(0, plugin().Cleanup());
+        return code;
+    }
+    // True when an event of the installation's log begins with `prefix`.
+    static bool HasEvent(const PluginInstallation &install, const std::string &prefix)
+    {
+        for (const PluginEvent &event : PluginEvents(install.EventLog()))
+            if (event.text.rfind(prefix, 0) == 0)
+                return true;
+        return false;
     }
 
     PluginInstallation install;

@@ -5,8 +5,7 @@
 // goes.
 //
 //   PluginInstallation install;                 // the default settings below
-//   install.ini.Set("Junk words", "Action", "Delete");
-//   install.WriteIni();
+//   install.Set("Junk words", "Action", "Delete");   // rewrites contscan.ini
 //   PluginSpoolMail mail = install.AddMail(PluginPlainMail({}, "hello"));
 //   ... ZWEmailPluginInitialize(install.root().c_str(), &info) ...
 //   install.EventLog();                          // today's pwall.log text
@@ -20,20 +19,40 @@
 //   directions with ReplaceText "The attachment was removed."
 #pragma once
 
+#include <unistd.h>
+
+#include <filesystem>
+#include <map>
 #include <string>
 #include <utility>
 #include <vector>
 
-// An INI text kept in order of first mention; Set replaces a key's value.
-class PluginIni {
-public:
-    PluginIni &Set(const std::string &section, const std::string &key, const std::string &value);
-    PluginIni &Remove(const std::string &section, const std::string &key);
-    std::string Text() const;
+#include "support/base_temp_dir.h"
+#include "support/plugin_mail_corpus.h"
 
-private:
-    using Keys = std::vector<std::pair<std::string, std::string>>;
-    std::vector<std::pair<std::string, Keys>> m_sections;
+// An INI text, sections and keys in name order; Set replaces a key's value.
+struct PluginIni {
+    std::map<std::string, std::map<std::string, std::string>> sections;
+    PluginIni &Set(const std::string &section, const std::string &key, const std::string &value)
+    {
+        sections[section][key] = value;
+        return *this;
+    }
+    PluginIni &Remove(const std::string &section, const std::string &key)
+    {
+        sections[section].erase(key);
+        return *this;
+    }
+    std::string Text() const
+    {
+        std::string text;
+        for (const auto &section : sections) {
+            text += "[" + section.first + "]\n";
+            for (const auto &key : section.second)
+                text += key.first + "=" + key.second + "\n";
+        }
+        return text;
+    }
 };
 
 struct PluginSpoolMail {
@@ -45,45 +64,144 @@ struct PluginSpoolMail {
 struct PluginEnvelope {
     std::string sender = "alice@partner.example";
     std::vector<std::string> recipients = {"bob@corp.example"};
-    std::string subject;   // empty: the message's Subject header
+    std::string subject; // empty: the message's Subject header
 };
-
-// One special-filter rule line picking attachments by name patterns.
-std::string PluginSFRuleLine(const std::string &name, char mailType, const std::string &patterns);
 
 class PluginInstallation {
 public:
-    PluginInstallation();   // writes the default installation
-    ~PluginInstallation();
-    PluginInstallation(const PluginInstallation &) = delete;
-    PluginInstallation &operator=(const PluginInstallation &) = delete;
+    PluginInstallation()
+    {
+        const char *defaults[][3] = {
+            {"Content Filter", "HostLanguage", "C"},
+            {"Content Filter", "DebugLog", "no"},
+            {"Content Filter", "NotificationSender", "postmaster@corp.example"},
+            {"Content Filter", "UserSubject", "Mail blocked"},
+            {"Content Filter", "DeleteTempFile", "yes"},
+            {"Advanced Options", "QuarantineDirectory", "Quarantine"},
+            {"Advanced Options", "ArchiveDirectory", "Archive"},
+            {"Specialized Filtering", "RemoveAttachment", "yes"},
+            {"Specialized Filtering", "IOMail", "both"},
+            {"Specialized Filtering", "Quarantine", "no"},
+            {"Specialized Filtering", "ReplaceText", "The attachment was removed."},
+            {"Anti-Spam", "WarningAdmin", "no"},
+            {"Confidential", "Action", "Quarantine"},
+            {"Japanese", "Action", "Archive"}};
+        for (const auto &key : defaults)
+            ini.Set(key[0], key[1], key[2]);
+        std::filesystem::create_directories(Path("spamrule"));
+        std::filesystem::create_directories(SpoolDir());
+        WriteIni();
+        WritePolicies({"shConfidential", "pe=t", "se=f",
+                       "wh" + std::string(PluginConfidentialWord()), "shJapanese", "pe=t",
+                       "wh" + PluginConvert(u8"会議", "EUC-JP")});
+        WriteRules(
+            {"Free offers\\C\\SUBJ=IS\"*free offer*\"\\DEL", "Big mails\\C\\SIZE>3000000\\QUAR"});
+        std::string rule =
+            "<ENABLE>yes</ENABLE><RULE NAME>Executables</RULE NAME><MAIL TYPE>C</MAIL TYPE>";
+        for (const char *item : {"FROM", "TO", "RTO", "CC", "MIME", "ATTACH", "ATTR"})
+            rule += std::string("<") + item + "><NAME>" +
+                    (item == std::string("ATTACH") ? "*.exe"
+                     : item == std::string("ATTR") ? "INCLUDE"
+                                                   : "") +
+                    "</NAME><I></I><S></S></" + item + ">";
+        WriteFile(Path("spamrule/SFRule.txt"),
+                  "; Written by Orvane Unix Configuration Standard v3.8 2002 ZeltoWorks\r\n" +
+                      rule + "<IN NOTIFY></IN NOTIFY><OUT NOTIFY></OUT NOTIFY>\r\n");
+    }
 
-    const std::string &root() const { return m_root; }
-    std::string ProgramDir() const { return m_root + "/Plug-Ins/OV/"; }
+    const std::string &root() const { return m_root.dir(); }
+    std::string ProgramDir() const { return root() + "/Plug-Ins/OV/"; }
     std::string Path(const std::string &relative) const { return ProgramDir() + relative; }
-    std::string SpoolDir() const { return m_root + "/spool"; }
+    std::string SpoolDir() const { return root() + "/spool"; }
 
-    PluginIni ini;   // contscan.ini as WriteIni writes it
-    void WriteIni() const;
+    PluginIni ini; // contscan.ini as WriteIni writes it
+    void WriteIni() const { WriteFile(Path("contscan.ini"), ini.Text()); }
+    // Sets keys of contscan.ini and writes the file.
+    PluginInstallation &Set(const std::string &section, const std::string &key,
+                            const std::string &value)
+    {
+        ini.Set(section, key, value);
+        WriteIni();
+        return *this;
+    }
+    PluginInstallation &Set(const std::string &section,
+                            const std::vector<std::pair<std::string, std::string>> &keys)
+    {
+        for (const auto &key : keys)
+            ini.Set(section, key.first, key.second);
+        WriteIni();
+        return *this;
+    }
     // CsConfig.dat of "CsConfig.dat2" and the tokens, each ended by a tab.
-    void WritePolicies(const std::vector<std::string> &tokens) const;
-    void WriteRules(const std::vector<std::string> &lines) const;
-    void WriteSFRules(const std::vector<std::string> &lines) const;
+    void WritePolicies(const std::vector<std::string> &tokens) const
+    {
+        std::string text = "CsConfig.dat2\t";
+        for (const std::string &token : tokens)
+            text += token + "\t";
+        WriteFile(Path("CsConfig.dat"), text);
+    }
+    void WriteRules(const std::vector<std::string> &lines) const
+    {
+        std::string text;
+        for (const std::string &line : lines)
+            text += line + "\n";
+        WriteFile(Path("spamrule/spamrule.txt"), text);
+    }
 
-    // Writes AF<d><n> and DF<d><n> into the spool (<d>: I or O).
+    // Writes AF<d><n> and DF<d><n> into the spool (<d>: I or O); the
+    // envelope's subject defaults to the message's first Subject header.
     PluginSpoolMail AddMail(const std::string &message, const PluginEnvelope &envelope = {},
-                            bool outbound = false);
+                            bool outbound = false)
+    {
+        const std::string id = std::string(outbound ? "O" : "I") + std::to_string(++m_mails);
+        PluginSpoolMail mail{SpoolDir() + "/AF" + id, SpoolDir() + "/DF" + id};
+        std::string af = "F<" + envelope.sender + ">\n";
+        for (const std::string &recipient : envelope.recipients)
+            af += "T<" + recipient + ">\n";
+        af += "O" + envelope.sender + "\n";
+        if (!envelope.recipients.empty())
+            af += "D" + envelope.recipients.front() + "\n";
+        std::string subject = envelope.subject;
+        const size_t header =
+            message.compare(0, 9, "Subject: ") == 0 ? 0 : message.find("\nSubject: ");
+        if (subject.empty() && header != std::string::npos) {
+            const size_t at = message.find(' ', header) + 1;
+            subject = message.substr(at, message.find_first_of("\r\n", at) - at);
+        }
+        if (!subject.empty())
+            af += "S" + subject + "\n";
+        WriteFile(mail.af, af + "R1054599164\n");
+        WriteFile(mail.df, message);
+        return mail;
+    }
 
     // Every event-log file of the program directory, oldest first.
-    std::string EventLog() const;
+    std::string EventLog() const
+    {
+        std::string text;
+        for (const std::string &file : m_root.files("Plug-Ins/OV"))
+            if (file.rfind("Plug-Ins/OV/pwall.log.", 0) == 0)
+                text += ReadFile(root() + "/" + file);
+        return text;
+    }
     // The debug log of this process (Debug-<pid>.log), or "<missing>".
-    std::string DebugLog() const;
+    std::string DebugLog() const
+    {
+        return ReadFile(ProgramDir() + "Debug-" + std::to_string(getpid()) + ".log");
+    }
     // Regular files below a directory of the installation, as paths relative
     // to the program directory, sorted.
-    std::vector<std::string> Files(const std::string &relativeDir) const;
+    std::vector<std::string> Files(const std::string &relativeDir) const
+    {
+        std::vector<std::string> files = m_root.files("Plug-Ins/OV/" + relativeDir);
+        for (std::string &file : files)
+            if (file.rfind("Plug-Ins/OV/", 0) == 0)
+                file.erase(0, 12);
+        return files;
+    }
 
 private:
-    std::string m_root;
+    BaseTempDir m_root;
     int m_mails = 0;
 };
 
@@ -93,13 +211,32 @@ struct PluginEvent {
     std::string text;
     std::string record;
 };
-// The events of a log, without the "Daily Log" header lines.
-std::vector<PluginEvent> PluginEvents(const std::string &log);
 
-// Whole-file helpers; PluginReadFile gives "<missing>" for a file that
-// cannot be opened.
-std::string PluginReadFile(const std::string &path);
-void PluginWriteFile(const std::string &path, const std::string &bytes);
-bool PluginFileExists(const std::string &path);
+// The events of a log, without the "Daily Log" header lines.
+inline std::vector<PluginEvent> PluginEvents(const std::string &log)
+{
+    std::vector<PluginEvent> events;
+    for (const std::string &line : SplitLines(log)) {
+        const size_t mark = line.find("]: ");
+        if (line.rfind("EMAIL\\", 0) == 0) {
+            const size_t stamp = line.find('\\', 6);
+            if (!events.empty() && stamp != std::string::npos)
+                events.back().record = line.substr(stamp + 1);
+        } else if (mark != std::string::npos &&
+                   line.find("CONTENT_MANAGEMENT[") != std::string::npos &&
+                   line.compare(mark + 3, 10, "Daily Log,") != 0) {
+            events.push_back({line.substr(mark + 3), ""});
+        }
+    }
+    return events;
+}
+
 // Number of non-overlapping occurrences of `needle` in `text`.
-int PluginCount(const std::string &text, const std::string &needle);
+inline int PluginCount(const std::string &text, const std::string &needle)
+{
+    int count = 0;
+    for (size_t at = text.find(needle); !needle.empty() && at != std::string::npos;
+         at = text.find(needle, at + needle.size()))
+        ++count;
+    return count;
+}

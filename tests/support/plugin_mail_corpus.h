@@ -12,13 +12,13 @@
 // Header-only, so that bench/ can use it without the test support library.
 #pragma once
 
-#include <iconv.h>
-
 #include <cstdint>
 #include <random>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "iconv_text.h"
 
 struct PluginHeaders {
     std::string from = "alice@partner.example";
@@ -44,22 +44,8 @@ struct PluginMessage {
 inline std::string PluginConvert(const std::string &utf8, const char *charset,
                                  const char *from = "UTF-8")
 {
-    iconv_t cd = iconv_open(charset, from);
-    if (cd == reinterpret_cast<iconv_t>(-1))
-        return "";
-    std::string out(utf8.size() * 4 + 16, '\0');
-    char *in = const_cast<char *>(utf8.data());
-    size_t inLeft = utf8.size();
-    char *to = &out[0];
-    size_t outLeft = out.size();
-    size_t rc = iconv(cd, &in, &inLeft, &to, &outLeft);
-    if (rc != static_cast<size_t>(-1))
-        rc = iconv(cd, nullptr, nullptr, &to, &outLeft);   // back to ASCII at the end
-    iconv_close(cd);
-    if (rc == static_cast<size_t>(-1))
-        return "";
-    out.resize(out.size() - outLeft);
-    return out;
+    std::string out;
+    return IconvText(utf8, from, charset, &out) ? out : "";
 }
 
 // Base64 in lines of 76 characters, each ended by CR LF.
@@ -67,34 +53,24 @@ inline std::string PluginBase64(const std::string &bytes)
 {
     static const char alphabet[] =
         "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    std::string out, line;
+    std::string out;
     for (size_t i = 0; i < bytes.size(); i += 3) {
-        uint32_t n = static_cast<uint8_t>(bytes[i]) << 16;
-        if (i + 1 < bytes.size())
-            n |= static_cast<uint8_t>(bytes[i + 1]) << 8;
-        if (i + 2 < bytes.size())
-            n |= static_cast<uint8_t>(bytes[i + 2]);
-        line += alphabet[(n >> 18) & 63];
-        line += alphabet[(n >> 12) & 63];
-        line += i + 1 < bytes.size() ? alphabet[(n >> 6) & 63] : '=';
-        line += i + 2 < bytes.size() ? alphabet[n & 63] : '=';
-        if (line.size() == 76) {
-            out += line + "\r\n";
-            line.clear();
-        }
+        uint32_t n = 0;
+        for (size_t k = 0; k < 3; ++k)
+            n = n << 8 | (i + k < bytes.size() ? static_cast<uint8_t>(bytes[i + k]) : 0);
+        for (size_t k = 0; k < 4; ++k)
+            out += k <= bytes.size() - i ? alphabet[(n >> (18 - 6 * k)) & 63] : '=';
+        if (i % 57 == 54 || i + 3 >= bytes.size())
+            out += "\r\n";
     }
-    if (!line.empty())
-        out += line + "\r\n";
     return out;
 }
 
 // "=?ISO-2022-JP?B?...?=" for a UTF-8 text.
 inline std::string PluginJapaneseWord(const std::string &utf8)
 {
-    std::string encoded = PluginBase64(PluginConvert(utf8, "ISO-2022-JP"));
-    while (!encoded.empty() && (encoded.back() == '\n' || encoded.back() == '\r'))
-        encoded.pop_back();
-    return "=?ISO-2022-JP?B?" + encoded + "?=";
+    const std::string encoded = PluginBase64(PluginConvert(utf8, "ISO-2022-JP"));
+    return "=?ISO-2022-JP?B?" + encoded.substr(0, encoded.find('\r')) + "?=";
 }
 
 inline std::string PluginHeaderBlock(const PluginHeaders &headers)
@@ -187,6 +163,13 @@ struct PluginCorpusMail {
 // react to (see the installation in plugin_installation.h).
 inline const char *PluginJunkSubject() { return "FREE OFFER just for you"; }
 inline const char *PluginConfidentialWord() { return "project orion"; }
+inline std::string PluginSecretBody() { return std::string("Numbers of ") + PluginConfidentialWord() + ".\r\n"; }
+inline PluginHeaders PluginJunkHeaders()
+{
+    PluginHeaders headers;
+    headers.subject = PluginJunkSubject();
+    return headers;
+}
 
 // `count` mails of all kinds, mostly plain and with attachments, the same
 // for the same seed.

@@ -11,7 +11,6 @@
 #pragma once
 
 #include <fcntl.h>
-#include <stdlib.h>
 #include <sys/mount.h>
 #include <unistd.h>
 
@@ -19,47 +18,34 @@
 #include <cstring>
 #include <string>
 
+#include "support/base_temp_dir.h"
+
 class SmallTmpfs {
 public:
     explicit SmallTmpfs(size_t bytes)
     {
-        if (geteuid() != 0) {
-            m_reason = "needs root to mount a small tmpfs";
-            return;
-        }
-        const char *root = std::getenv("TMPDIR");
-        std::string pattern = std::string(root && *root ? root : "/tmp") + "/ov_tmpfs_XXXXXX";
-        if (!mkdtemp(&pattern[0])) {
-            m_reason = std::string("mkdtemp: ") + std::strerror(errno);
-            return;
-        }
-        m_dir = pattern;
         const std::string options = "size=" + std::to_string(bytes) + ",mode=0755";
-        if (mount("ov-test", m_dir.c_str(), "tmpfs", 0, options.c_str()) != 0) {
+        if (geteuid() != 0)
+            m_reason = "needs root to mount a small tmpfs";
+        else if (mount("ov-test", dir().c_str(), "tmpfs", 0, options.c_str()) != 0)
             m_reason = std::string("cannot mount a tmpfs: ") + std::strerror(errno);
-            rmdir(m_dir.c_str());
-            m_dir.clear();
-        }
     }
     ~SmallTmpfs()
     {
-        if (m_dir.empty())
-            return;
-        umount2(m_dir.c_str(), MNT_DETACH);
-        rmdir(m_dir.c_str());
+        if (mounted())
+            umount2(dir().c_str(), MNT_DETACH);
     }
     SmallTmpfs(const SmallTmpfs &) = delete;
     SmallTmpfs &operator=(const SmallTmpfs &) = delete;
 
-    bool mounted() const { return !m_dir.empty(); }
+    bool mounted() const { return m_reason.empty(); }
     const std::string &reason() const { return m_reason; }
-    const std::string &dir() const { return m_dir; }
+    const std::string &dir() const { return m_mountPoint.dir(); }
 
     // Fills the file system, then frees `spare` bytes of the filler.
     void Fill(size_t spare = 0) const
     {
-        const std::string filler = m_dir + "/.filler";
-        int fd = open(filler.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+        int fd = open((dir() + "/.filler").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
         if (fd < 0)
             return;
         char block[4096];
@@ -73,6 +59,6 @@ public:
     }
 
 private:
-    std::string m_dir;
+    BaseTempDir m_mountPoint;   // removed after the unmount
     std::string m_reason;
 };

@@ -57,7 +57,7 @@ Scanned Scan(const PluginInstallation &install, BaseTempDir &tmp, const std::str
     for (const std::string &file : directory_names(spool))
         if (file.compare(0, 2, "DF") == 0)
             scanned.deliveredPath = spool + "/" + file;
-    scanned.delivered = PluginReadFile(scanned.deliveredPath);
+    scanned.delivered = ReadFile(scanned.deliveredPath);
     return scanned;
 }
 
@@ -82,7 +82,7 @@ TEST(ClientShapesOvctl, EveryExecutableIsReplacedAndAmbiguousMailHeldWhenSoConfi
         if (shape.ambiguity != 0) {
             ++held;
             EXPECT_EQ(scanned.verdict, "blocked\tquarantined\tAmbiguous MIME\t-");
-            EXPECT_NE(PluginReadFile(tmp.path("held-" + name + "-outbox/notification-1.eml"))
+            EXPECT_NE(ReadFile(tmp.path("held-" + name + "-outbox/notification-1.eml"))
                           .find("Policy: Ambiguous MIME"),
                       std::string::npos);
         } else {
@@ -153,9 +153,9 @@ TEST(ClientShapesOvctl, NamesNeverLeaveTheirLine)
         "--b--\n";
     Scanned scanned = Scan(install, tmp, "inject", mail);
     EXPECT_EQ(scanned.verdict.compare(0, 14, "pass\treplaced\t"), 0) << scanned.verdict;
-    const std::string notification = PluginReadFile(tmp.path("inject-outbox/notification-1.eml"));
+    const std::string notification = ReadFile(tmp.path("inject-outbox/notification-1.eml"));
     for (const std::string &text : {scanned.delivered, notification, install.EventLog()}) {
-        for (const std::string &line : PluginLines(text)) {
+        for (const std::string &line : SplitLines(text)) {
             EXPECT_NE(line.compare(0, 23, "Content-Type: text/html"), 0) << line;
             EXPECT_NE(line.compare(0, 3, "<b>"), 0) << line;
         }

@@ -19,7 +19,7 @@ const std::string kOv = kDocs + "examples/gateway/Plug-Ins/OV/";
 // The first fenced block of `page` after the line that contains `after`.
 std::string fenced_block(const std::string &page, const std::string &after)
 {
-    const std::string text = BaseTempDir::read(kDocs + page);
+    const std::string text = ReadFile(kDocs + page);
     size_t at = text.find(after);
     if (at == std::string::npos)
         return "<no " + after + ">";
@@ -83,7 +83,7 @@ TEST(DocsExamplesTest, QuotedFilesAreTheExampleFiles)
     };
     for (const auto &row : rows) {
         std::string quoted = replace_all(fenced_block(row.page, row.after), "⇥", "\t");
-        std::string file = replace_all(BaseTempDir::read(kOv + row.file), "\r\n", "\n");
+        std::string file = replace_all(ReadFile(kOv + row.file), "\r\n", "\n");
         if (quoted.size() == file.size() + 1 && quoted.back() == '\n')
             quoted.pop_back(); // a file without a last newline
         EXPECT_EQ(quoted, file) << row.page << " quotes " << row.file;
@@ -118,8 +118,8 @@ TEST(DocsExamplesTest, ReadersLoadTheExampleFiles)
 
 TEST(DocsExamplesTest, QuarantineRecordExampleReadsAndEveryFieldIsDescribed)
 {
-    const std::string page = BaseTempDir::read(kDocs + "quarantine-record.md");
-    const std::string text = BaseTempDir::read(kDocs + "examples/quarantine-record.json");
+    const std::string page = ReadFile(kDocs + "quarantine-record.md");
+    const std::string text = ReadFile(kDocs + "examples/quarantine-record.json");
     CopyRecord record;
     std::string error;
     ASSERT_TRUE(parse_copy_record(text, &record, &error)) << error;

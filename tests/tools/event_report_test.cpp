@@ -178,8 +178,8 @@ TEST(ReportHtml, LoadsAndDrawsInHeadlessChromium)
     const EventReport report = hostile_report();
     const std::string page = dir.write("report.html", report_html(report, "", ""));
 
-    ASSERT_EQ(run_chromium(dir, page, "--dump-dom"), 0) << BaseTempDir::read(dir.path("log"));
-    const std::string dom = BaseTempDir::read(dir.path("stdout"));
+    ASSERT_EQ(run_chromium(dir, page, "--dump-dom"), 0) << ReadFile(dir.path("log"));
+    const std::string dom = ReadFile(dir.path("stdout"));
     EXPECT_NE(dom.find("<svg xmlns=\"http://www.w3.org/2000/svg\" id=\"blocked-per-day\""),
               std::string::npos)
         << dom.substr(0, 2000);
@@ -197,13 +197,13 @@ TEST(ReportHtml, LoadsAndDrawsInHeadlessChromium)
     const char *kept = std::getenv("OV_REPORT_SCREENSHOT");
     const std::string shot = kept && *kept ? kept : dir.path("report.png");
     ASSERT_EQ(run_chromium(dir, page, "--screenshot=" + shot), 0)
-        << BaseTempDir::read(dir.path("log"));
-    const std::string png = BaseTempDir::read(shot);
+        << ReadFile(dir.path("log"));
+    const std::string png = ReadFile(shot);
     EXPECT_EQ(png.compare(0, 8, "\x89PNG\r\n\x1a\n"), 0) << "no screenshot at " << shot;
     EXPECT_GT(png.size(), 10000u) << "an empty page?";
 
     // The page logs nothing to the console and loads nothing from outside.
-    const std::string log = BaseTempDir::read(dir.path("log"));
+    const std::string log = ReadFile(dir.path("log"));
     EXPECT_EQ(log.find(":CONSOLE("), std::string::npos) << log;
     EXPECT_EQ(log.find("Uncaught"), std::string::npos) << log;
     EXPECT_EQ(log.find("net::ERR_"), std::string::npos) << log;

@@ -28,7 +28,7 @@ TEST(IniTest, GetSetDeleteAsThePluginReads)
     });
     // Three rewrites: three empty lines on top, the section and key gone.
     EXPECT_EQ("\n\n\n# settings\n[general]\nkey =spaced\ndeletetempfile=yes\n",
-              BaseTempDir::read(file));
+              ReadFile(file));
 
     const std::string small = tmp.write("a.ini", "[s]\nk=v\n");
     std::vector<OvctlCase> failures = {
@@ -46,8 +46,8 @@ TEST(IniTest, GetSetDeleteAsThePluginReads)
         failures.push_back({{"ini", "set", small, "s", bad, "v"}, 1, ""});
     }
     expect_ovctl_cases(failures);
-    EXPECT_FALSE(BaseTempDir::exists(missing));
-    EXPECT_EQ("[s]\nk=v\n", BaseTempDir::read(small));
+    EXPECT_FALSE(FileExists(missing));
+    EXPECT_EQ("[s]\nk=v\n", ReadFile(small));
 }
 
 // Writers in parallel keep each other's keys; readers in between always
@@ -101,7 +101,7 @@ TEST(IniTest, FullDiskLeavesTheFileAsItWas)
         {{"ini", "delete", file, "s", "key1"}, 1, "ovctl: "},
         {{"ini", "delete", file, "s"}, 1, "ovctl: "},
     });
-    EXPECT_TRUE(text == BaseTempDir::read(file));
+    EXPECT_TRUE(text == ReadFile(file));
     EXPECT_EQ((std::vector<std::string>{".filler", "contscan.ini", "contscan.ini.lock"}),
               directory_names(disk.dir()));
 }

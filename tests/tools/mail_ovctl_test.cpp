@@ -28,10 +28,10 @@ TEST(MailOvctl, TnefListAndExtract)
     expect_ovctl_cases({{{"tnef", "list", file}, 0, "a.txt\n../b.txt\na.txt\n"},
                         {{"tnef", "extract", file, out}, 0, "a.txt\n__b.txt\na_2.txt\n"}},
                        options);
-    EXPECT_EQ(BaseTempDir::read(out + "/a.txt"), "first");
-    EXPECT_EQ(BaseTempDir::read(out + "/__b.txt"), "second");
-    EXPECT_EQ(BaseTempDir::read(out + "/a_2.txt"), "third");
-    EXPECT_FALSE(BaseTempDir::exists(tmp.path("b.txt")));
+    EXPECT_EQ(ReadFile(out + "/a.txt"), "first");
+    EXPECT_EQ(ReadFile(out + "/__b.txt"), "second");
+    EXPECT_EQ(ReadFile(out + "/a_2.txt"), "third");
+    EXPECT_FALSE(FileExists(tmp.path("b.txt")));
     expect_ovctl_cases({
         {{"tnef", "list", tmp.write("bad.dat", "not a tnef stream")}, 1, "ovctl: "},
         {{"tnef", "extract", file, tmp.path("missing")}, 1, ""},
@@ -59,12 +59,12 @@ TEST(MailOvctl, MimeListsAttachmentsTnefNamesAndText)
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.output, "0\twinmail.dat\tapplication/ms-tnef\t" + std::to_string(start) + "\t" +
                               std::to_string(end) + "\t4\n0.0\ta.txt\n0.1\t../b.txt\n0.2\ta.txt\n");
-    const std::string text = BaseTempDir::read(tmp.path("text"));
+    const std::string text = ReadFile(tmp.path("text"));
     EXPECT_NE(text.find("Subject: report"), std::string::npos);
     EXPECT_NE(text.find("plain words"), std::string::npos);
     EXPECT_EQ(text.find("second"), std::string::npos);
     run_ovctl({"mime", df, "--text", tmp.path("text2"), "--attach-scan"});
-    EXPECT_NE(BaseTempDir::read(tmp.path("text2")).find("second"), std::string::npos);
+    EXPECT_NE(ReadFile(tmp.path("text2")).find("second"), std::string::npos);
     expect_ovctl_cases({{{"mime", tmp.path("missing")}, 1, ""}, {{"mime"}, 2, ""}});
 }
 

@@ -76,7 +76,7 @@ protected:
         options.push_back(id);
         return quarantine(options);
     }
-    std::string sent_args() const { return BaseTempDir::read(sendmail + ".args"); }
+    std::string sent_args() const { return ReadFile(sendmail + ".args"); }
     CopyRecord record_of(const std::string &copy) const
     {
         CopyRecord record;
@@ -138,7 +138,7 @@ TEST_F(QuarantineCommand, ReleasesToTheEnvelopeRecipientsOnce)
     OvctlRun run = release("4XQID1");
     ASSERT_EQ(run.status, 0) << run.output;
     EXPECT_EQ(sent_args(), "-oi -f ann@example.net -- bob@example.com hidden-bcc@example.com\n");
-    EXPECT_EQ(BaseTempDir::read(sendmail + ".mail"), kRuleCopy);
+    EXPECT_EQ(ReadFile(sendmail + ".mail"), kRuleCopy);
 
     std::remove((sendmail + ".args").c_str());
     run = release("4XQID1");
@@ -186,19 +186,19 @@ TEST_F(QuarantineCommand, DeleteAndExpireRemoveCopiesWithTheirRecords)
 {
     OvctlRun run = quarantine({"delete", "AF77_1.tmp"});
     ASSERT_EQ(run.status, 0) << run.output;
-    EXPECT_EQ(BaseTempDir::read(ruleCopy), "<missing>");
-    EXPECT_EQ(BaseTempDir::read(copy_record_path(ruleCopy)), "<missing>");
+    EXPECT_EQ(ReadFile(ruleCopy), "<missing>");
+    EXPECT_EQ(ReadFile(copy_record_path(ruleCopy)), "<missing>");
 
     run = quarantine({"expire", "--older-than", "10", "--dry-run"});
     ASSERT_EQ(run.status, 0) << run.output;
     EXPECT_NE(run.output.find("would expire AF77_3.tmp"), std::string::npos) << run.output;
-    EXPECT_EQ(BaseTempDir::read(attachmentCopy), kAttachmentCopy);
+    EXPECT_EQ(ReadFile(attachmentCopy), kAttachmentCopy);
 
     run = quarantine({"expire", "--older-than", "10"});
     ASSERT_EQ(run.status, 0) << run.output;
     EXPECT_NE(run.output.find("expired AF77_3.tmp"), std::string::npos) << run.output;
-    EXPECT_EQ(BaseTempDir::read(attachmentCopy), "<missing>");
-    EXPECT_EQ(BaseTempDir::read(policyCopy), kPolicyCopy);
+    EXPECT_EQ(ReadFile(attachmentCopy), "<missing>");
+    EXPECT_EQ(ReadFile(policyCopy), kPolicyCopy);
 }
 
 TEST_F(QuarantineCommand, UsageErrors)
