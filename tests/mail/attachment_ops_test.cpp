@@ -190,7 +190,7 @@ TEST(AttachmentOps, DecodedContentIsNamedByDirection)
         ASSERT_TRUE(DecodeAttachmentContent(df.c_str(), info, 0));
         const std::string &file = info.m_pAttach[0]->m_strTempFile;
         EXPECT_EQ(file.substr(temp.dir().size() + 1, 3), direction ? "ATO" : "ATI") << file;
-        EXPECT_EQ(BaseTempDir::read(info.m_pAttach[0]->m_strTempFile2), "x");
+        EXPECT_EQ(ReadFile(info.m_pAttach[0]->m_strTempFile2), "x");
     }
     info.ClearAttachTnefFileList();
     EXPECT_EQ(FileCount(temp.dir()), 0u);

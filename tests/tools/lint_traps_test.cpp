@@ -178,7 +178,7 @@ TEST(LintTrapTest, ExampleInstallationHasOnlyItsExampleAddressesUntilItsVendorFi
     EXPECT_EQ(warnings, 3u) << run.output;
 
     const std::string vendor = install.file("spamrule/Zelto$RF.1");
-    install.write("spamrule/Zelto$RF.1", BaseTempDir::read(vendor) + "x");
+    install.write("spamrule/Zelto$RF.1", ReadFile(vendor) + "x");
     run = run_ovctl({"lint", "--root", install.root()}, false);
     EXPECT_EQ(run.status, 1);
     EXPECT_NE(run.output.find(vendor + ": unreadable, or its CRC does not agree"),

@@ -146,7 +146,7 @@ TEST(LogRetention, OvctlLogsPrune)
          "removed " + program + "pwall.log.2001.01.01\n"},
         {{"logs", "prune", "--keep-days", "7", "--root", root.dir()}, 0, ""},
     });
-    EXPECT_TRUE(BaseTempDir::exists(program + "pwall.log.2099.01.01"));
+    EXPECT_TRUE(FileExists(program + "pwall.log.2099.01.01"));
 }
 
 } // namespace

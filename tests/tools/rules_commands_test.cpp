@@ -59,8 +59,8 @@ TEST(OvctlRules, SealAndUnseal)
     const std::string plain = dir.write("plain", "V1\\C\\SIZE>1\\DEL\n");
     EXPECT_EQ(run_ovctl({"rules", "seal", plain, dir.path("sealed")}).status, 0);
     EXPECT_EQ(run_ovctl({"rules", "unseal", dir.path("sealed"), dir.path("back")}).status, 0);
-    EXPECT_EQ(BaseTempDir::read(dir.path("back")), "V1\\C\\SIZE>1\\DEL\n");
-    dir.write("sealed", BaseTempDir::read(dir.path("sealed")) + "x");
+    EXPECT_EQ(ReadFile(dir.path("back")), "V1\\C\\SIZE>1\\DEL\n");
+    dir.write("sealed", ReadFile(dir.path("sealed")) + "x");
     expect_ovctl_cases({
         {{"rules", "unseal", dir.path("sealed"), dir.path("again")}, 1, "ovctl: "},
         {{"rules", "seal", dir.path("missing"), dir.path("x")}, 1, ""},

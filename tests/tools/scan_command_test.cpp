@@ -30,8 +30,8 @@ TEST(ScanCommand, GivesOneVerdictLinePerMail)
     ASSERT_EQ(run.status, 0) << run.output;
     EXPECT_EQ(run.output, expected);
     // The administrator's warning went to the outbox; the mails are untouched.
-    EXPECT_TRUE(BaseTempDir::exists(outbox + "/notification-1.eml"));
-    EXPECT_NE(BaseTempDir::read(example_mail("02-invoice-exe.eml"))
+    EXPECT_TRUE(FileExists(outbox + "/notification-1.eml"));
+    EXPECT_NE(ReadFile(example_mail("02-invoice-exe.eml"))
                   .find("invoice.exe\"\r\nContent-Transfer-Encoding: base64"),
               std::string::npos);
 }
@@ -61,9 +61,9 @@ TEST(ScanCommand, WritesEachMailsPairOnTheWorkers)
     for (const auto &source : sources) {
         expectedNames.push_back("AFI" + source.first);
         expectedNames.push_back("DFI" + source.first);
-        EXPECT_EQ(BaseTempDir::read(spool.path("DFI" + source.first)),
-                  BaseTempDir::read(source.second));
-        EXPECT_NE(BaseTempDir::read(spool.path("AFI" + source.first)).find("\nT<"),
+        EXPECT_EQ(ReadFile(spool.path("DFI" + source.first)),
+                  ReadFile(source.second));
+        EXPECT_NE(ReadFile(spool.path("AFI" + source.first)).find("\nT<"),
                   std::string::npos);
     }
     std::sort(expectedNames.begin(), expectedNames.end());
