@@ -20,6 +20,7 @@
 #   --only    run only the mutations whose ID or file matches REGEX
 #   --out     also write the result lines to FILE
 #   --check   only check that every mutation applies, build nothing
+# baseline.txt holds a full run's lines: every fault caught there must stay caught.
 # The tree is restored after each mutation and on interruption. A test that
 # fails is run once more; only a second failure counts (a busy machine can
 # make a timed wait in an end-to-end script give up).
@@ -39,7 +40,7 @@ while [ $# -gt 0 ]; do
     --only) only=$2; shift 2 ;;
     --out) out=$2; shift 2 ;;
     --check) check=1; shift ;;
-    -h|--help) sed -n '2,24p' "$0" | sed 's/^# \{0,1\}//'; exit 0 ;;
+    -h|--help) awk 'NR > 1 && !/^#/ { exit } NR > 1 { sub(/^# ?/, ""); print }' "$0"; exit 0 ;;
     *) echo "run.sh: unknown argument $1 (see --help)" >&2; exit 2 ;;
   esac
 done
