@@ -4,8 +4,9 @@
 // The file is opened and closed for every call under the process-wide writer
 // lock logFile_rwObj, so lines of different threads never mix and the daily
 // roll-over needs nothing else; the lines of a call go out in one write, and
-// the call that creates the file starts it with the header line. Before the plug-in has created that lock (or
-// after it destroyed it) a lock of this file is used instead.
+// the call that creates the file starts it with the header line. Before the
+// plug-in has created that lock (or after it destroyed it) a lock of this file
+// is used instead.
 #include "notify/event_log.h"
 
 #include <fcntl.h>
