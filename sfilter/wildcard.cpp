@@ -3,19 +3,7 @@
 #include "sfilter/wildcard.h"
 
 #include <cstring>
-
-void SplitByAsterisk(const char *pattern, std::string &head, std::string &tail)
-{
-    const char *text = pattern ? pattern : "";
-    const char *star = std::strchr(text, '*');
-    if (star == nullptr) {
-        head = text;
-        tail.clear();
-        return;
-    }
-    head.assign(text, static_cast<size_t>(star - text));
-    tail = star + 1;
-}
+#include <string>
 
 // Each "*"-separated piece of the pattern is looked for after the previous
 // one's first occurrence. The first occurrence leaves the most text for the

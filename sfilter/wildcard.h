@@ -10,9 +10,5 @@
 //                            matches "a.exe" but not "a.exe.txt").
 #pragma once
 
-#include <string>
-
 bool WildCardStringCompare(const char *text, const char *pattern);
-// head: the pattern before its first "*"; tail: after it ("" without one).
-void SplitByAsterisk(const char *pattern, std::string &head, std::string &tail);
 bool WildCardFilenameCompare(const char *name, const char *pattern);
