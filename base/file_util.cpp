@@ -196,17 +196,11 @@ bool copy_blocks(int in, int fd, char *buffer, const char *src, const char *dst)
         if (read == 0)
             return true;
         const size_t got = static_cast<size_t>(read);
-        for (size_t done = 0; done < got;) {
-            ssize_t put = ::write(fd, buffer + done, got - done);
-            if (put < 0 && errno == EINTR)
-                continue;
-            if (put <= 0) {
-                ovux_log->start() << "CopyFile(): fwrite(" << dst << ","
-                                  << static_cast<unsigned long>(got) << ") error: "
-                                  << error_text(put < 0 ? errno : ENOSPC) << Orvane::endl;
-                return false;
-            }
-            done += static_cast<size_t>(put);
+        if (!WriteAll(fd, buffer, got)) {
+            ovux_log->start() << "CopyFile(): fwrite(" << dst << ","
+                              << static_cast<unsigned long>(got) << ") error: "
+                              << error_text(errno) << Orvane::endl;
+            return false;
         }
     }
 }
@@ -229,6 +223,23 @@ private:
 };
 
 } // namespace
+
+bool WriteAll(int fd, const void *data, size_t size)
+{
+    const char *bytes = static_cast<const char *>(data);
+    for (size_t done = 0; done < size;) {
+        const ssize_t put = ::write(fd, bytes + done, size - done);
+        if (put < 0 && errno == EINTR)
+            continue;
+        if (put <= 0) {
+            if (put == 0)
+                errno = ENOSPC;
+            return false;
+        }
+        done += static_cast<size_t>(put);
+    }
+    return true;
+}
 
 bool CopyFile(const char *src, const char *dst, bool failIfExists)
 {

@@ -49,6 +49,9 @@ int CreateTempFile(const char *dir, const char *prefix, const char *extension, c
 // The next number of the process-wide counter the temporary names take
 // (never 0): with GetTempFileNameEx a new name that is not created.
 unsigned NextTempNumber();
+// Writes all size bytes to fd, again after a signal or a short write; false
+// with errno set at the first failure (ENOSPC when write() takes nothing).
+bool WriteAll(int fd, const void *data, size_t size);
 // getpid(), asked once per process (and once more in a child after fork).
 long ProcessId();
 // "<dir><name>.<pid>.<tid>" into out (OV_MAX_PATH bytes).

@@ -127,20 +127,6 @@ int open_log(const std::string &path, bool *created)
     return -1;
 }
 
-// Writes all of text; false when a write fails.
-bool write_all(int fd, const std::string &text)
-{
-    for (size_t done = 0; done < text.size();) {
-        const ssize_t put = write(fd, text.data() + done, text.size() - done);
-        if (put < 0 && errno == EINTR)
-            continue;
-        if (put <= 0)
-            return false;
-        done += static_cast<size_t>(put);
-    }
-    return true;
-}
-
 } // namespace
 
 void WriteLogFile(const char *text, const char *mailText, int eventId, int charset)
@@ -160,7 +146,9 @@ void WriteLogFile(const char *text, const char *mailText, int eventId, int chars
         const int fd = open_log(path, &created);
         if (fd < 0)
             return;
-        write_all(fd, log_lines(created, stamp, pid, event, mailText ? mail.c_str() : nullptr));
+        const std::string lines =
+            log_lines(created, stamp, pid, event, mailText ? mail.c_str() : nullptr);
+        WriteAll(fd, lines.data(), lines.size());   // a lost line does not stop the mail
         close(fd);
     } catch (...) {
         // Out of memory: the event is lost, the mail processing goes on.

@@ -10,6 +10,7 @@
 #include <fstream>
 #include <iterator>
 
+#include "base/file_util.h"
 #include "tools/hostkit/json_text.h"
 
 namespace {
@@ -24,20 +25,6 @@ bool ends_with(const std::string &text, const std::string &tail)
 std::string system_error(const std::string &what, const std::string &path)
 {
     return what + " " + path + ": " + std::strerror(errno);
-}
-
-bool write_all(int fd, const std::string &data)
-{
-    size_t done = 0;
-    while (done < data.size()) {
-        ssize_t wrote = ::write(fd, data.data() + done, data.size() - done);
-        if (wrote < 0 && errno == EINTR)
-            continue;
-        if (wrote <= 0)
-            return false;
-        done += static_cast<size_t>(wrote);
-    }
-    return true;
 }
 
 } // namespace
@@ -140,7 +127,8 @@ bool write_copy_record(const std::string &copyPath, const CopyRecord &record, st
         *error = system_error("cannot create a file beside", copyPath);
         return false;
     }
-    bool written = write_all(fd, format_copy_record(record)) && fsync(fd) == 0;
+    const std::string text = format_copy_record(record);
+    bool written = WriteAll(fd, text.data(), text.size()) && fsync(fd) == 0;
     if (!written)
         *error = system_error("cannot write", temp);
     if (::close(fd) != 0 && written) {
