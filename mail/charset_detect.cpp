@@ -25,11 +25,6 @@ const char *const kEncodedWordPrefixes[] = {
     "=?ISO-2022-CN-EXT?Q?",
 };
 
-bool StartsWith(const uint8_t *p, const char *prefix)
-{
-    return std::strncmp(reinterpret_cast<const char *>(p), prefix, std::strlen(prefix)) == 0;
-}
-
 bool StartsEncodedWord(const uint8_t *p)
 {
     for (const char *prefix : kEncodedWordPrefixes)
@@ -38,15 +33,20 @@ bool StartsEncodedWord(const uint8_t *p)
     return false;
 }
 
-// The mode an escape sequence at p (after ESC) sets, or the mode unchanged.
+// The mode an escape sequence at p (after ESC) sets, or the mode unchanged:
+// ESC $ B, ( B, ( J and ( I are Japanese; ESC $ ) A, $ ) G and $ * H
+// designate a Chinese set, ESC $ + I to M an extended one. The text ends
+// with a NUL, so a byte is read only after the one before matched.
 int EscapeMode(const uint8_t *p, int mode)
 {
-    if (StartsWith(p, "$B") || StartsWith(p, "(B") || StartsWith(p, "(J") ||
-        StartsWith(p, "(I"))
+    if ((p[0] == '$' && p[1] == 'B') ||
+        (p[0] == '(' && (p[1] == 'B' || p[1] == 'J' || p[1] == 'I')))
         return CHARSET_JIS;
-    if (StartsWith(p, "$)A") || StartsWith(p, "$)G") || StartsWith(p, "$*H"))
+    if (p[0] != '$')
+        return mode;
+    if ((p[1] == ')' && (p[2] == 'A' || p[2] == 'G')) || (p[1] == '*' && p[2] == 'H'))
         return mode == CHARSET_ISO2022CNEXT ? mode : CHARSET_ISO2022CN;
-    if (StartsWith(p, "$+") && p[2] >= 'I' && p[2] <= 'M')
+    if (p[1] == '+' && p[2] >= 'I' && p[2] <= 'M')
         return CHARSET_ISO2022CNEXT;
     return mode;
 }
@@ -74,23 +74,30 @@ struct NotableBytes {
 };
 const NotableBytes kNotable;
 
-// Whether the eight bytes at p hold none the first pass acts on (the test
-// is wider: any byte from SO to ESC).
-bool NoneNotable(const uint8_t *p)
+// The bytes the first pass may act on among the eight at p (the test is
+// wider: any byte from SO to ESC).
+uint64_t NotableMask(const uint8_t *p)
 {
     const uint64_t w = LoadWord(p);
-    return !HasHighByte(w) && !HasByteIn(w, 14, kEsc) && !HasByte(w, uint8_t('='));
+    return HighByteMask(w) | ByteInMask(w, 14, kEsc) | ByteMask(w, uint8_t('='));
 }
 
 // With `words`, runs of bytes it does not act on are stepped over eight at
-// a time.
+// a time, and up to the first byte it may act on.
 EucPass FirstPass(const uint8_t *text, size_t n, bool words)
 {
     EucPass r;
     for (size_t i = 0; i < n;) {
-        if (words)
-            while (n - i >= 8 && NoneNotable(text + i))
+        if (words) {
+            while (n - i >= 8) {
+                const uint64_t mask = NotableMask(text + i);
+                if (mask) {
+                    i += FirstFlagged(mask);
+                    break;
+                }
                 i += 8;
+            }
+        }
         if (i >= n)
             break;
         const uint8_t b = text[i];

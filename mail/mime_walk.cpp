@@ -48,7 +48,7 @@ std::string WithoutLineEnd(const std::string &text)
 
 bool IsUuencodeBegin(const char *line)
 {
-    if (std::strncmp(line, "begin ", 6) != 0)
+    if (line[0] != 'b' || std::strncmp(line, "begin ", 6) != 0)
         return false;
     size_t digits = std::strspn(line + 6, "01234567");
     return digits >= 1 && digits <= 4 && line[6 + digits] == ' ';
@@ -288,7 +288,8 @@ void MimeWalk::BodyLine()
         UuencodedBlock(line);
     } else if ((!m_bMimeVersion && !m_bTopContentType) || !m_bBoundaryKnown) {
         WriteBody(line);
-    } else if (m_strOpen.empty() || std::strncmp(line, m_strOpen.c_str(), m_strOpen.size()) != 0) {
+    } else if (m_strOpen.empty() || line[0] != m_strOpen[0] ||
+               std::strncmp(line, m_strOpen.c_str(), m_strOpen.size()) != 0) {
         if (m_bTextPart)
             WriteBody(line);
     } else {
