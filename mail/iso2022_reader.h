@@ -76,8 +76,10 @@ public:
         const uint8_t *p = m_p;
         while (m_end - p >= 8) {   // the word test is wider (0x0E to 0x1B): exact below
             const uint64_t w = LoadWord(p);
-            if (HasHighByte(w) || HasByteIn(w, 0x0E, 0x1B))
+            if (const uint64_t mask = HighByteMask(w) | ByteInMask(w, 0x0E, 0x1B)) {
+                p += FirstFlagged(mask);
                 break;
+            }
             p += 8;
         }
         while (p < m_end && *p < 0x80 && *p != 0x1B && *p != 0x0E && *p != 0x0F)

@@ -15,8 +15,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string>
 
+#include "mail/byte_words.h"
 #include "mail/iconv_tables.h"
 #include "mail/mb_char.h"
 
@@ -42,8 +44,14 @@ public:
     {
         const size_t at = m_out.size();
         m_out.resize(at + n);
-        for (size_t i = 0; i < n; ++i)
-            m_out[at + i] = static_cast<char>(p[i] | 0x80);
+        char *to = &m_out[at];
+        size_t i = 0;
+        for (; n - i >= 8; i += 8) {
+            const uint64_t word = LoadWord(p + i) | kByteHighs;
+            std::memcpy(to + i, &word, 8);
+        }
+        for (; i < n; ++i)
+            to[i] = static_cast<char>(p[i] | 0x80);
     }
     // n ASCII bytes, written as Put writes each.
     void PutAsciiRun(const uint8_t *p, size_t n)
