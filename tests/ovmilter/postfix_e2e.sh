@@ -147,13 +147,14 @@ chown -R nobody: "$root/Plug-Ins/OV"
 om_write_ini "$work/ovmilter.ini" "inet:$milter_port@127.0.0.1" 2 User=no-such-user-ov
 timeout 20 "$build/ovmilter" -c "$work/ovmilter.ini" -f >"$work/ovmilter5.log" 2>&1 && om_fail "started as no user"
 grep -q 'User no-such-user-ov does not exist' "$work/ovmilter5.log" || om_fail "no reason: $(cat "$work/ovmilter5.log")"
-om_write_ini "$work/ovmilter.ini" "inet:$milter_port@127.0.0.1" 2 User=nobody "PidFile=$work/ovmilter.pid"
+om_write_ini "$work/ovmilter.ini" "inet:$milter_port@127.0.0.1" 2 User=nobody "PidFile=$work/ovmilter.pid" \
+  "Spool=$work/spool-nobody"
 om_start "$work/ovmilter.ini" "$work/ovmilter5.log" || om_fail "ovmilter did not start as nobody"
 status=/proc/$OM_PID/status
 grep -qE "^Uid:(\s+$(id -u nobody)){4}$" "$status" && grep -qE "^Gid:(\s+$(id -g nobody)){4}$" "$status" ||
   om_fail "not nobody's ids: $(grep -E '^(Uid|Gid):' "$status")"
 grep -qE '^Groups:.*(\s|:)0(\s|$)' "$status" && om_fail "root's group is still there"
-[ "$(stat -c %U:%u "$work/spool" "$work/ovmilter.pid" | tr '\n' ' ')" = "nobody:$(id -u nobody) root:0 " ] ||
+[ "$(stat -c %U:%u "$work/spool-nobody" "$work/ovmilter.pid" | tr '\n' ' ')" = "nobody:$(id -u nobody) root:0 " ] ||
   om_fail "the spool is not nobody's or the pid file not root's"
 om_send "$src/examples/mail/01-plain.eml" alice@example.net
 om_settle
