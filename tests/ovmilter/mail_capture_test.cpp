@@ -1,26 +1,20 @@
 // One mail captured into the spool: the data file byte for byte, the
 // envelope file as text and as the plug-in reads it, the pair's names by
 // direction and by the MTA's queue id, the removal of the pair with the
-// capture, and the envelope record of a quarantined copy.
+// capture, the spool's lock and its stale pairs.
 #include "tools/ovmilter/mail_capture.h"
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdio>
-#include <set>
-
 #include "mail/mail_info.h"
 #include "support/base_temp_dir.h"
-#include "tools/hostkit/copy_record.h"
-#include "tools/ovmilter/copy_record_note.h"
 
 namespace {
 
-// "日本" as an ISO-2022-JP encoded word, and in EUC-JP, the plug-in's host code.
+// "日本" as an ISO-2022-JP encoded word; the plug-in reads it in EUC-JP.
 const char kEncodedNihon[] = "=?ISO-2022-JP?B?GyRCRnxLXBsoQg==?=";
-const char kEucNihon[] = "\xC6\xFC\xCB\xDC";
 
 std::unique_ptr<MailCapture> Start(const std::string &spool, const std::string &id,
                                    bool outbound = false)
@@ -41,12 +35,9 @@ TEST(MailCapture, WritesTheDataAndEnvelopeFiles)
     mail->add_recipient("<bob@corp.example>");
     mail->add_recipient(" carol@corp.example ");
     const std::pair<const char *, std::string> headers[] = {
-        {"From", std::string(kEncodedNihon) + " <ja@partner.example>"},
-        {"To", "bob@corp.example"},
-        {"Cc", "carol@corp.example"},
-        {"Reply-To", "<help@partner.example>"},
-        {"Subject", "Quarterly\n\tfigures"},
-        {"Content-Type", "text/plain"}};
+        {"From", std::string(kEncodedNihon) + " <ja@partner.example>"}, {"To", "bob@corp.example"},
+        {"Cc", "carol@corp.example"}, {"Reply-To", "<help@partner.example>"},
+        {"Subject", "Quarterly\n\tfigures"}, {"Content-Type", "text/plain"}};
     for (const auto &header : headers)
         ASSERT_TRUE(mail->add_header(header.first, header.second, &error)) << error;
     ASSERT_TRUE(mail->end_headers(&error));
@@ -69,15 +60,14 @@ TEST(MailCapture, WritesTheDataAndEnvelopeFiles)
                   "SQuarterly figures\nR1054599164\n");
     EXPECT_EQ(mail->headers()[4].value, "Quarterly\r\n\tfigures");
 
-    // ... and as the plug-in reads it (raw, as its pipeline does).
-    CMailInfo info;
+    CMailInfo info; // as the plug-in reads it (raw, as its pipeline does)
     info.ParseAFInfo(mail->pair().afPath.c_str(), true);
-    EXPECT_EQ(info.m_strEnvelopeFrom, "<alice@partner.example>");
-    EXPECT_EQ(info.m_strEnvelopeTo, "<carol@corp.example>"); // the last T line
-    EXPECT_EQ(info.m_strFrom, std::string(kEucNihon) + " <ja@partner.example>");
-    EXPECT_EQ(info.m_strTo + "|" + info.m_strCc + "|" + info.m_strReplyTo + "|" + info.m_strSubject,
-              "bob@corp.example|carol@corp.example|<help@partner.example>|Quarterly figures");
-    EXPECT_EQ(info.m_lReceivedTime, 1054599164);
+    EXPECT_EQ(info.m_strEnvelopeFrom + "|" + info.m_strEnvelopeTo + "|" + info.m_strFrom + "|" +
+                  info.m_strTo + "|" + info.m_strCc + "|" + info.m_strReplyTo + "|" +
+                  info.m_strSubject + "|" + std::to_string(info.m_lReceivedTime),
+              "<alice@partner.example>|<carol@corp.example>|\xC6\xFC\xCB\xDC <ja@partner.example>|"
+              "bob@corp.example|carol@corp.example|<help@partner.example>|Quarterly figures|"
+              "1054599164"); // the last T line is the envelope's recipient
 }
 
 // Named by direction, then by the MTA's queue id before the envelope is
@@ -90,124 +80,63 @@ TEST(MailCapture, NamesThePairAndRemovesItWhenDestroyed)
     const struct {
         const char *spoolId;
         bool outbound, finished;
-        const char *queueId, *af, *df;
+        const char *queueId, *af; // the data file's name starts with "D"
     } rows[] = {
-        {"42", false, true, nullptr, "AFI42", "DFI42"},
-        {"43", true, true, nullptr, "AFO43", "DFO43"},
-        {"44", true, false, nullptr, "AFO44", "DFO44"}, // answered before its end
-        {"a1", false, true, "4Q", "AFI4Q", "DFI4Q"},
-        {"a2", false, true, "4Q", "AFI4Q_2", "DFI4Q_2"},
-        {"a3", false, true, "4Q", "AFI4Q_4", "DFI4Q_4"},
-        {"a4", true, true, "4Q", "AFO4Q", "DFO4Q"},
+        {"43", true, true, nullptr, "AFO43"},  {"44", true, false, nullptr, "AFO44"}, // unfinished
+        {"a1", false, true, "4Q", "AFI4Q"},    {"a2", false, true, "4Q", "AFI4Q_2"},
+        {"a3", false, true, "4Q", "AFI4Q_4"},  {"a4", true, true, "4Q", "AFO4Q"},
     };
     std::vector<std::unique_ptr<MailCapture>> mails;
     for (const auto &row : rows) {
         SCOPED_TRACE(row.spoolId);
         auto mail = Start(spool.dir(), row.spoolId, row.outbound);
         ASSERT_TRUE(mail);
-        EXPECT_EQ(mail->outbound(), row.outbound);
+        const std::string df = "D" + std::string(row.af + 1);
         std::string error;
         ASSERT_TRUE(mail->add_header("Subject", row.spoolId, &error));
-        if (row.queueId) {
-            ASSERT_TRUE(mail->rename_pair(row.queueId));
-        }
+        EXPECT_TRUE(!row.queueId || mail->rename_pair(row.queueId));
         ASSERT_TRUE(mail->add_body("body\r\n", 6, &error)) << error;
-        EXPECT_EQ(mail->pair().afPath, spool.path(row.af));
-        EXPECT_EQ(mail->pair().dfPath, spool.path(row.df));
+        EXPECT_EQ(mail->pair().afPath + "|" + mail->pair().dfPath,
+                  spool.path(row.af) + "|" + spool.path(df));
         if (row.finished) {
             ASSERT_TRUE(mail->finish(&error)) << error;
-            EXPECT_EQ(ReadFile(spool.path(row.df)),
-                      std::string("Subject: ") + row.spoolId + "\r\n\r\nbody\r\n");
+            EXPECT_EQ(ReadFile(spool.path(df)), std::string("Subject: ") + row.spoolId + "\r\n\r\nbody\r\n");
             EXPECT_FALSE(mail->rename_pair("later")) << "the envelope is written";
         }
         EXPECT_EQ(FileExists(spool.path(row.af)), row.finished);
-        EXPECT_TRUE(FileExists(spool.path(row.df)));
-        EXPECT_EQ(FileExists(spool.path(std::string("DF") + (row.outbound ? "O" : "I") +
-                                                 row.spoolId)),
+        EXPECT_EQ(FileExists(spool.path(std::string("DF") + (row.outbound ? "O" : "I") + row.spoolId)),
                   !row.queueId);
         mails.push_back(std::move(mail));
     }
     mails.clear();
-    EXPECT_EQ(ReadFile(spool.path("AFI4Q_3")), "left by someone\n");
-    for (const auto &row : rows) {
-        EXPECT_FALSE(FileExists(spool.path(row.af))) << row.af;
-        EXPECT_FALSE(FileExists(spool.path(row.df))) << row.df;
-    }
+    EXPECT_EQ(spool.files(), std::vector<std::string>{"AFI4Q_3"});
 }
 
-TEST(MailCapture, StartFailsWithAReason)
+// A start fails with its reason and never takes over a pair of the same
+// name; stale pairs of an earlier run go; one daemon per spool.
+TEST(MailCapture, TheSpoolIsNeverShared)
 {
     BaseTempDir spool;
     std::string error;
     EXPECT_FALSE(MailCapture::start(spool.path("missing"), "1", false, "<a@b>", 0, &error));
-    EXPECT_NE(error.find(spool.path("missing") + "/DFI1"), std::string::npos) << error;
-    EXPECT_NE(error.find("No such file"), std::string::npos) << error;
-
-    // A pair of the same name is never overwritten, nor removed by the failure.
+    EXPECT_NE(error.find(spool.path("missing") + "/DFI1: No such file"), std::string::npos) << error;
     auto first = Start(spool.dir(), "7");
     error.clear();
     EXPECT_FALSE(MailCapture::start(spool.dir(), "7", false, "<a@b>", 0, &error));
     EXPECT_FALSE(error.empty());
     EXPECT_TRUE(FileExists(spool.path("DFI7")));
-}
 
-TEST(MailCapture, TheBlankLineIsWrittenOnceAndTheDataFileClosesAtFinish)
-{
-    const struct {
-        bool header, endHeaders, body;
-        std::string df;
-    } rows[] = {
-        {true, false, true, "A: b\r\n\r\nbody"}, {true, true, true, "A: b\r\n\r\nbody"},
-        {true, false, false, "A: b\r\n\r\n"},    {false, false, false, "\r\n"},
-        {false, false, true, "\r\nbody"},
-    };
-    for (const auto &row : rows) {
-        BaseTempDir spool;
-        auto mail = Start(spool.dir(), "1");
-        ASSERT_TRUE(mail);
-        std::string error;
-        EXPECT_TRUE(!row.header || mail->add_header("A", "b", &error));
-        EXPECT_TRUE(!row.endHeaders || mail->end_headers(&error));
-        EXPECT_TRUE(!row.body || mail->add_body("body", 4, &error));
-        ASSERT_TRUE(mail->finish(&error)) << error;
-        EXPECT_EQ(ReadFile(mail->pair().dfPath), row.df);
-        EXPECT_FALSE(mail->add_body("late", 4, &error));
-        EXPECT_NE(error.find("closed"), std::string::npos) << error;
-    }
-}
+    BaseTempDir stale;
+    stale.write("AFI1", "F<a@b>\n");
+    stale.write("DFI1", "Subject: x\r\n\r\n");
+    stale.write("AFO2", "F<a@b>\n"); // its data file never came
+    stale.write("DFO3", "Subj");     // cut off before its envelope
+    stale.write("notes.txt", "kept");
+    EXPECT_EQ(remove_stale_pairs(stale.dir()), 4);
+    EXPECT_EQ(stale.files(), std::vector<std::string>{"notes.txt"});
 
-TEST(MailCapture, SpoolIdsAreDistinct)
-{
-    std::set<std::string> ids;
-    for (int i = 0; i < 5000; ++i) {
-        std::string id = make_spool_id();
-        EXPECT_EQ(id.find_first_not_of("0123456789abcdef"), std::string::npos) << id;
-        ids.insert(id);
-    }
-    EXPECT_EQ(ids.size(), 5000u);
-}
-
-TEST(MailCapture, StalePairsOfAnEarlierRunAreRemoved)
-{
-    BaseTempDir spool;
-    spool.write("AFI1", "F<a@b>\n");
-    spool.write("DFI1", "Subject: x\r\n\r\n");
-    spool.write("AFO2", "F<a@b>\n"); // its data file never came
-    spool.write("DFO3", "Subj");     // cut off before its envelope
-    spool.write("notes.txt", "kept");
-    EXPECT_EQ(remove_stale_pairs(spool.dir()), 4);
-    EXPECT_FALSE(FileExists(spool.path("DFI1")));
-    EXPECT_EQ(ReadFile(spool.path("notes.txt")), "kept");
-    EXPECT_EQ(remove_stale_pairs(spool.dir()), 0);
-}
-
-TEST(MailCapture, OneDaemonPerSpool)
-{
-    BaseTempDir spool;
-    std::string error;
     ASSERT_TRUE(lock_spool(spool.dir(), &error)) << error;
-    // A second daemon on the same spool, played by a child process.
-    pid_t child = fork();
+    pid_t child = fork(); // a second daemon on the same spool
     if (child == 0)
         _exit(lock_spool(spool.dir(), &error) ? 1 : error.find("in use") != std::string::npos ? 0 : 2);
     int status = 0;
@@ -234,35 +163,6 @@ TEST(MailCapture, AddressesAndLineBreaks)
     };
     for (const auto &row : values)
         EXPECT_EQ(crlf_line_breaks(row.first), row.second) << row.first;
-}
-
-TEST(CopyRecordNote, KeepsTheSmtpEnvelopeOfAReportedCopy)
-{
-    BaseTempDir spool;
-    auto mail = Start(spool.dir(), "n1");
-    ASSERT_TRUE(mail);
-    mail->add_recipient("<bob@corp.example>");
-    mail->add_recipient("<hidden@corp.example>"); // a Bcc: in no header
-    std::string error;
-    ASSERT_TRUE(mail->finish(&error)) << error;
-
-    MailOutcome outcome;
-    outcome.code = 2;
-    outcome.result.blocked = 1;
-    outcome.verdict.word = "quarantined";
-    note_copy_record(*mail, "192.0.2.7", "4Q", outcome); // no copy: nothing written
-    const std::string copy = spool.write("AF9_1.tmp", "copy");
-    std::snprintf(outcome.report.copy_path, sizeof outcome.report.copy_path, "%s", copy.c_str());
-    std::snprintf(outcome.report.trigger, sizeof outcome.report.trigger, "Big mails");
-    note_copy_record(*mail, "192.0.2.7", "4Q", outcome);
-
-    CopyRecord record;
-    ASSERT_EQ(read_copy_record(copy, &record, &error), RecordRead::Found) << error;
-    EXPECT_EQ(record.id + "|" + record.host + "|" + record.sender + "|" + record.client + "|" +
-                  record.verdict + "|" + record.action + "|" + record.trigger,
-              "4Q|ovmilter|alice@partner.example|192.0.2.7|blocked|quarantined|Big mails");
-    EXPECT_EQ(record.recipients,
-              (std::vector<std::string>{"bob@corp.example", "hidden@corp.example"}));
 }
 
 } // namespace

@@ -1,19 +1,13 @@
 # What the ovmilter end-to-end and load scripts share, on top of
-# postfix_instance.sh (sourced here): a scratch plug-in installation made
-# from examples/gateway whose notifications go to the private instance, an
-# ovmilter in the foreground, mail sent with swaks, bounded waits. Sourcing
-# it defines functions and sets here and src.
-#
-#   om_begin NAME BUILD           -> skips (77) without Postfix; sets build, work, PF_DIR,
-#                                    root, quarantine, milter_port, smtp_port; EXIT trap: cleanup
-#   om_bring_up SOCKET WORKERS [KEY=VALUE...] -> ovmilter on SOCKET, then Postfix using it
-#   om_pick_port 30000            -> prints a port nothing listens on
-#   om_write_ini INI SOCKET WORKERS [KEY=VALUE...]   (Root, Spool, sendmail of $work)
-#   om_start INI LOG              -> starts ovmilter -f, sets OM_PID, waits for it to listen
-#   om_stop                       -> SIGTERM, waits (bounded) for a clean exit
-#   om_wait_for COUNT PATTERN FILE SECONDS  -> waits until PATTERN occurs COUNT times
-#   om_send FILE RCPT [PORT]; om_settle; om_expect_count USER N; om_spool_empty
-#   om_fail MESSAGE               -> prints the logs and exits 1
+# postfix_instance.sh: a scratch installation from examples/gateway whose
+# notifications go to the private instance, ovmilter in the foreground,
+# mail sent with swaks, bounded waits.
+#   om_begin NAME BUILD (skips with 77 without Postfix; sets build, work,
+#     PF_DIR, root, quarantine, milter_port, smtp_port)
+#   om_bring_up SOCKET WORKERS [KEY=VALUE...]: ovmilter, then Postfix using it
+#   om_write_ini INI SOCKET WORKERS [KEY=VALUE...]; om_start INI LOG; om_stop
+#   om_wait_for COUNT PATTERN FILE SECONDS; om_send FILE RCPT [PORT]
+#   om_settle; om_expect_count USER N; om_spool_empty; om_fail MESSAGE
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 src=$(cd "$here/../.." && pwd)
 source "$here/postfix_instance.sh"
@@ -31,21 +25,13 @@ om_begin() {
   quarantine=$root/Plug-Ins/OV/Quarantine
   milter_port=$(om_pick_port $((20000 + RANDOM % 20000)))
   smtp_port=$(om_pick_port $((milter_port + 1)))
-  mkdir -p "$root"
-  cp -r "$src/examples/gateway/." "$root/"
-  # Notifications go to mailboxes of the private instance.
+  cp -r "$src/examples/gateway" "$root"
   sed -i -e 's/^Admin=.*/Admin=admin@example.net/' -e 's/^User=.*/User=security@example.net/' \
          -e 's/^NotificationSender=.*/NotificationSender=postmaster@ovtest.example/' \
          "$root/Plug-Ins/OV/contscan.ini"
 }
 
-om_port_open() { (exec 3<>"/dev/tcp/127.0.0.1/$1") 2>/dev/null; }
-
-om_pick_port() {
-  local port=$1
-  while om_port_open "$port"; do port=$((port + 1)); done
-  echo "$port"
-}
+om_pick_port() { local port=$1; while pf__port_open "$port"; do port=$((port + 1)); done; echo "$port"; }
 
 om_write_ini() {
   local ini=$1 setting
@@ -53,21 +39,16 @@ om_write_ini() {
     "OnBlock=discard" "Workers=$3" "SendmailCommand=$(pf_sendmail_command "$PF_DIR")" \
     "VerdictHeader=yes" >"$ini"
   shift 3
-  for setting in "$@"; do
-    if grep -q "^${setting%%=*}=" "$ini"; then
-      sed -i "s|^${setting%%=*}=.*|$setting|" "$ini"
-    else
-      echo "$setting" >>"$ini"
-    fi
+  for setting in "$@"; do   # a key given again replaces its line
+    grep -q "^${setting%%=*}=" "$ini" && sed -i "s|^${setting%%=*}=.*|$setting|" "$ini" || echo "$setting" >>"$ini"
   done
 }
 
-# Listening: the port of an inet socket answers, or the file of a unix one exists.
 om_listening() {
   local socket=$1
   kill -0 "$OM_PID" 2>/dev/null || return 0   # ended: stop waiting
   case $socket in
-    inet:*) socket=${socket#inet:}; om_port_open "${socket%@*}" ;;
+    inet:*) socket=${socket#inet:}; pf__port_open "${socket%@*}" ;;
     unix:*) [ -S "${socket#unix:}" ] ;;
   esac
 }
@@ -78,9 +59,7 @@ om_start() {
   "$build/ovmilter" -c "$1" -f >"$2" 2>&1 &
   OM_PID=$! OM_LOG=$2
   pf_wait_until 10 om_listening "$socket" && kill -0 "$OM_PID" 2>/dev/null && return 0
-  cat "$2" >&2
-  echo "ovmilter did not start listening on $socket" >&2
-  return 1
+  { cat "$2"; echo "ovmilter did not start listening on $socket"; } >&2; return 1
 }
 
 om_bring_up() {
@@ -98,11 +77,7 @@ om_stop() {
   [ -n "${OM_PID:-}" ] || return 0
   kill -TERM "$OM_PID" 2>/dev/null || true
   local status=0
-  if ! pf_wait_until 20 om_ended; then
-    kill -KILL "$OM_PID" 2>/dev/null || true
-    echo "ovmilter did not stop within 20 s" >&2
-    status=1
-  fi
+  pf_wait_until 20 om_ended || { kill -KILL "$OM_PID"; echo "ovmilter did not stop within 20 s" >&2; status=1; }
   wait "$OM_PID" 2>/dev/null || status=$?
   OM_PID=
   return "$status"
@@ -125,13 +100,7 @@ om_spool_empty() {
 
 om_fail() {
   echo "FAIL: $*" >&2
-  if [ -n "${OM_LOG:-}" ] && [ -f "$OM_LOG" ]; then
-    echo "---- ovmilter log (last 40 lines)" >&2
-    tail -n 40 "$OM_LOG" >&2
-  fi
-  if [ -n "${PF_DIR:-}" ]; then
-    echo "---- postfix log (last 40 lines)" >&2
-    tail -n 40 "$PF_DIR/maillog" >&2 || true
-  fi
+  [ -f "${OM_LOG:-}" ] && { echo "---- ovmilter log" >&2; tail -n 40 "$OM_LOG" >&2; }
+  [ -n "${PF_DIR:-}" ] && { echo "---- postfix log" >&2; tail -n 40 "$PF_DIR/maillog" >&2; }
   exit 1
 }

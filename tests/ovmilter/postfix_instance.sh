@@ -1,35 +1,24 @@
-# postfix_instance.sh - a private Postfix instance for the ovmilter
-# end-to-end and load tests. Source it from a bash script; sourcing does
-# nothing by itself.
-#
-#   pf_available || exit 77
-#   pf_setup DIR SMTP_PORT MILTER [name=value ...]   # MILTER "" for none
-#   pf_start DIR; swaks --server 127.0.0.1:SMTP_PORT ...; pf_wait_idle DIR 30
-#   pf_count DIR alice; pf_stop DIR
-#
-# Everything lives under DIR (an absolute path without blanks that the
-# postfix user can reach): etc/, queue/, data/, mail/ and "maillog". The
-# instance listens on 127.0.0.1:SMTP_PORT, never looks up DNS, and delivers
-# only example.net as Maildirs: alice, bob and admin under DIR/mail/<user>/,
-# every other address under DIR/mail/other/; other domains are refused.
-# Mail submitted with pf_sendmail_command (root only) does not pass the
-# milter, so notifications sent that way cannot loop through it. The milter
-# sees the client "[127.0.0.1]" and the MTA "gw.ovtest.example".
+# A private Postfix instance for the ovmilter end-to-end and load tests;
+# source it (it defines functions only):
+#   pf_available || exit 77; pf_setup DIR SMTP_PORT MILTER [name=value ...]
+#   pf_start DIR; ...; pf_wait_idle DIR 30; pf_count DIR alice; pf_stop DIR
+# Everything lives under DIR (absolute, no blanks, reachable by postfix).
+# It listens on 127.0.0.1:SMTP_PORT without DNS and delivers only
+# example.net, as Maildirs: alice, bob, admin, and "other" for the rest.
+# Mail from pf_sendmail_command (root only) does not pass the milter.
 
 # pf_wait_until SECONDS COMMAND...: polls COMMAND every 0.1 s; 1 on timeout.
 pf_wait_until() {
     local tries=$(($1 * 10))
     shift
     until "$@"; do
-        tries=$((tries - 1))
-        [ "$tries" -gt 0 ] || return 1
+        tries=$((tries - 1)) && [ "$tries" -gt 0 ] || return 1
         sleep 0.1
     done
 }
 
 pf__port_open() { (exec 3<>"/dev/tcp/127.0.0.1/$1") 2>/dev/null; }
 
-# The pid of DIR's master process, when it runs (a recycled pid does not count).
 pf__master_pid() {
     local pid
     read -r pid 2>/dev/null <"$1/queue/pid/master.pid" || return 1
@@ -48,20 +37,14 @@ pf_available() {
         { echo "postfix_instance: no postlogd (needs Postfix 3.4 or later)" >&2; return 1; }
 }
 
-# pf_setup DIR SMTP_PORT MILTER [name=value ...]: writes the instance (the
-# queue and delivered mail of an earlier one stay); name=value pairs are
-# applied to main.cf last.
+# pf_setup: the queue and mail of an earlier instance stay; name=value pairs
+# go into main.cf last.
 pf_setup() {
     local dir=$1 port=$2 milter=$3 uid gid
     shift 3
-    if pf__master_pid "$dir" >/dev/null; then
-        echo "pf_setup: an instance is running in $dir" >&2
-        return 1
-    fi
+    ! pf__master_pid "$dir" >/dev/null || { echo "pf_setup: an instance runs in $dir" >&2; return 1; }
     uid=$(id -u nobody) gid=$(id -g nobody)
     mkdir -p "$dir/etc" "$dir/queue" "$dir/data" "$dir/mail" || return 1
-    # Postfix wants etc and queue root's; its daemons (postfix, delivering
-    # as nobody) must walk into DIR.
     chmod 0755 "$dir" "$dir/etc" "$dir/queue" "$dir/mail" &&
         chown root:root "$dir/etc" "$dir/queue" &&
         chown postfix "$dir/data" && chmod 0700 "$dir/data" &&
@@ -86,36 +69,26 @@ inet_interfaces = 127.0.0.1
 inet_protocols = ipv4
 mynetworks = 127.0.0.0/8
 relay_domains =
-biff = no
-append_dot_mydomain = no
 smtp_dns_support_level = disabled
 smtpd_peername_lookup = no
 alias_maps =
-alias_database =
 local_recipient_maps =
 local_transport = error:5.1.1 local delivery is disabled on this test instance
 default_transport = error:5.7.1 this test instance delivers only to example.net
 relay_transport = error:5.7.1 this test instance delivers only to example.net
 smtpd_relay_restrictions = reject_unauth_destination
-smtpd_recipient_restrictions =
 smtpd_error_sleep_time = 0
 smtpd_soft_error_limit = 1000
 smtpd_hard_error_limit = 1000
-smtpd_banner = \$myhostname ESMTP
 virtual_mailbox_domains = example.net
 virtual_mailbox_base = $dir/mail
 virtual_mailbox_maps = texthash:$dir/etc/vmailbox
 virtual_uid_maps = static:$uid
 virtual_gid_maps = static:$gid
 virtual_mailbox_limit = 0
-mailbox_size_limit = 0
-message_size_limit = 104857600
 queue_run_delay = 1s
 minimal_backoff_time = 1s
 maximal_backoff_time = 2s
-maximal_queue_lifetime = 1h
-bounce_queue_lifetime = 1h
-delay_warning_time = 0
 in_flow_delay = 0
 milter_protocol = 6
 milter_default_action = tempfail
@@ -125,7 +98,6 @@ milter_content_timeout = 30s
 non_smtpd_milters =
 smtpd_milters = $milter
 EOF
-    # Nothing chrooted; SMTP on 127.0.0.1 only; postlog writes the maillog.
     {
         echo "127.0.0.1:$port inet n - n - - smtpd"
         echo "postlog unix-dgram n - n - 1 postlogd"
@@ -142,32 +114,22 @@ EOF
         echo "virtual unix - n n - - virtual"
     } >"$dir/etc/master.cf"
     [ $# -eq 0 ] || postconf -c "$dir/etc" -e "$@" || return 1
-    # Files changed within the last second make every Postfix program wait
-    # for them to "cool down"; dating them back avoids that.
+    # Files changed in the last second make Postfix wait for them to "cool down".
     touch -d '-10 seconds' "$dir/etc/main.cf" "$dir/etc/master.cf" "$dir/etc/vmailbox"
     postconf -c "$dir/etc" -n >/dev/null || { echo "pf_setup: postconf rejects main.cf" >&2; return 1; }
 }
 
-# pf_start DIR: starts the instance, waits up to 20 s for its SMTP port.
 pf_start() {
     local dir=$1 port
     read -r port <"$dir/etc/smtp_port" || return 1
-    if pf__port_open "$port"; then
-        echo "pf_start: port $port is already in use" >&2
-        return 1
-    fi
-    if ! postfix -c "$dir/etc" start >"$dir/start.out" 2>&1 ||
-        ! pf_wait_until 20 pf__port_open "$port"; then
-        echo "pf_start: Postfix did not start:" >&2
-        cat "$dir/start.out" >&2
-        tail -n 20 "$dir/maillog" >&2 2>/dev/null
-        pf_stop "$dir"
-        return 1
-    fi
+    ! pf__port_open "$port" || { echo "pf_start: port $port is already in use" >&2; return 1; }
+    postfix -c "$dir/etc" start >"$dir/start.out" 2>&1 && pf_wait_until 20 pf__port_open "$port" && return 0
+    { echo "pf_start: Postfix did not start:"; cat "$dir/start.out"; tail -n 20 "$dir/maillog"; } >&2 2>/dev/null
+    pf_stop "$dir"
+    return 1
 }
 
-# pf_stop DIR: stops the instance and waits up to 10 s for all its processes
-# (the master's process group), then kills them. Safe to call at any time.
+# pf_stop DIR: waits up to 10 s for the master's process group, then kills it.
 pf_stop() {
     local pid
     pid=$(pf__master_pid "${1:-/nonexistent}") || return 0
@@ -178,10 +140,7 @@ pf_stop() {
     pf_wait_until 2 eval "! pgrep -g $pid >/dev/null"
 }
 
-# pf_sendmail_command DIR: the command line that submits into the instance.
-pf_sendmail_command() {
-    echo "$(PATH=$PATH:/usr/sbin:/sbin command -v sendmail) -C $1/etc -oi"
-}
+pf_sendmail_command() { echo "$(PATH=$PATH:/usr/sbin:/sbin command -v sendmail) -C $1/etc -oi"; }
 
 # pf_queue_count DIR [QUEUE...]: messages in the queues (default: all but hold).
 pf_queue_count() {
@@ -195,18 +154,14 @@ pf_queue_count() {
 
 pf__idle() { [ "$(pf_queue_count "$1")" = 0 ]; }
 
-# pf_wait_idle DIR SECONDS: waits until no message is queued (held ones aside).
 pf_wait_idle() {
-    pf_wait_until "$2" pf__idle "$1" && return 0
-    echo "pf_wait_idle: $(pf_queue_count "$1") message(s) still queued in $1" >&2
-    return 1
+    pf_wait_until "$2" pf__idle "$1" || { echo "pf_wait_idle: $(pf_queue_count "$1") still queued in $1" >&2; return 1; }
 }
 
-# pf_mailbox_files DIR USER: USER's delivered message files, oldest first.
+# pf_mailbox_files DIR USER: delivered files, oldest first; pf_count: how many.
 pf_mailbox_files() {
     { find "$1/mail/$2/new" "$1/mail/$2/cur" -type f -printf '%T@ %p\n' 2>/dev/null || true; } |
         sort -n | cut -d' ' -f2-
 }
 
-# pf_count DIR USER: how many messages USER ("other": the catch-all) got.
 pf_count() { pf_mailbox_files "$1" "$2" | wc -l; }

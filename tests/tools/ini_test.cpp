@@ -32,14 +32,11 @@ TEST(IniTest, GetSetDeleteAsThePluginReads)
 
     const std::string small = tmp.write("a.ini", "[s]\nk=v\n");
     std::vector<OvctlCase> failures = {
+        {{"ini"}, 2, ""}, {{"ini", "get", missing, "s"}, 2, ""}, {{"ini", "frob", missing}, 2, ""},
+        {{"ini", "set", missing, "s", "k"}, 2, ""}, {{"ini", "set", small, "s", "k", "ends\\"}, 1, ""},
         {{"ini", "set", missing, "s", "k", "v"}, 1, "ovctl: "},
         {{"ini", "delete", missing, "s", "k"}, 1, ""},
         {{"ini", "delete", missing, "s"}, 1, ""},
-        {{"ini", "set", small, "s", "k", "ends\\"}, 1, ""},
-        {{"ini"}, 2, ""},
-        {{"ini", "get", missing, "s"}, 2, ""},
-        {{"ini", "set", missing, "s", "k"}, 2, ""},
-        {{"ini", "frob", missing}, 2, ""},
     };
     for (const char *bad : {"a]b", "k=x", " lead", "tab\there"}) {
         failures.push_back({{"ini", "set", small, bad, "k", "v"}, 1, ""});
@@ -61,25 +58,19 @@ TEST(IniTest, ConcurrentWritersAndReaders)
     const std::string script = "for i in $(seq 1 12); do " + ovctl + " ini set " + quoted +
                                " s k$i v$i & done; for j in $(seq 1 30); do " + ovctl +
                                " ini get " + quoted + " s base; done; wait";
-    FILE *shell = popen(script.c_str(), "r");
-    ASSERT_NE(nullptr, shell);
-    std::string reads;
-    char block[256];
-    for (size_t got; (got = fread(block, 1, sizeof block, shell)) > 0;)
-        reads.append(block, got);
-    EXPECT_EQ(0, pclose(shell));
+    const OvctlRun reads = run_shell(script);
+    EXPECT_EQ(0, reads.status);
     std::string expected;
     for (int j = 0; j < 30; ++j)
         expected += "1\n";
-    EXPECT_EQ(expected, reads);
+    EXPECT_EQ(expected, reads.output);
     for (int i = 1; i <= 12; ++i)
         EXPECT_EQ("v" + std::to_string(i) + "\n",
                   run_ovctl({"ini", "get", file, "s", "k" + std::to_string(i)}).output);
     struct stat info;
     ASSERT_EQ(0, stat(file.c_str(), &info));
     EXPECT_EQ(0640u, info.st_mode & 07777);
-    EXPECT_EQ((std::vector<std::string>{"contscan.ini", "contscan.ini.lock"}),
-              directory_names(tmp.dir()));
+    EXPECT_EQ((std::vector<std::string>{"contscan.ini", "contscan.ini.lock"}), tmp.files());
 }
 
 TEST(IniTest, FullDiskLeavesTheFileAsItWas)
@@ -91,10 +82,8 @@ TEST(IniTest, FullDiskLeavesTheFileAsItWas)
     for (int i = 0; i < 200; ++i)
         text += "key" + std::to_string(i) + "=value\n";
     const std::string file = disk.dir() + "/contscan.ini";
-    {
-        std::ofstream(file) << text;
-    }
-    std::ofstream(file + ".lock"); // the lock file is there before the disk is full
+    WriteFile(file, text);
+    WriteFile(file + ".lock", ""); // the lock file is there before the disk is full
     disk.Fill();
     expect_ovctl_cases({
         {{"ini", "set", file, "s", "new", "v"}, 1, "ovctl: "},
@@ -102,8 +91,8 @@ TEST(IniTest, FullDiskLeavesTheFileAsItWas)
         {{"ini", "delete", file, "s"}, 1, "ovctl: "},
     });
     EXPECT_TRUE(text == ReadFile(file));
-    EXPECT_EQ((std::vector<std::string>{".filler", "contscan.ini", "contscan.ini.lock"}),
-              directory_names(disk.dir()));
+    EXPECT_EQ((std::vector<std::string>{disk.dir() + "/.filler", file, file + ".lock"}),
+              FilesBelow(disk.dir()));
 }
 
 } // namespace

@@ -1,11 +1,11 @@
-// What the tests of ovctl share: a scratch copy of an example installation,
-// the example mails, a directory's names, and tables of command lines with
-// the exit status and output each must give.
+// What the tests of ovctl share: the built ovctl (OV_OVCTL_PATH) run with
+// words as a shell would, a scratch copy of an example installation, and
+// tables of command lines with the exit status and output each must give.
 #pragma once
 
-#include <dirent.h>
+#include <sys/wait.h>
 
-#include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -13,7 +13,59 @@
 #include <gtest/gtest.h>
 
 #include "support/base_temp_dir.h"
-#include "support/tools_ovctl.h"
+
+struct OvctlRun {
+    int status = -1;    // exit status; -1 when it did not exit normally
+    std::string output; // standard output (and standard error when merged)
+};
+
+struct OvctlOptions {
+    bool mergeStderr = true; // standard error joins the output, else it is dropped
+    std::string stdinFile;   // empty: /dev/null
+    std::string workDir;     // where ovctl runs; empty: here
+};
+
+inline std::string ovctl_shell_quote(const std::string &word)
+{
+    std::string text = "'";
+    for (char c : word)
+        text += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return text + "'";
+}
+
+// Runs a shell command line; its standard output and exit status.
+inline OvctlRun run_shell(const std::string &command)
+{
+    OvctlRun run;
+    FILE *pipe = popen(command.c_str(), "r");
+    if (!pipe)
+        return run;
+    char block[4096];
+    for (size_t got; (got = fread(block, 1, sizeof block, pipe)) > 0;)
+        run.output.append(block, got);
+    const int status = pclose(pipe);
+    run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return run;
+}
+
+inline OvctlRun run_ovctl(const std::vector<std::string> &words, const OvctlOptions &options)
+{
+    std::string command = ovctl_shell_quote(OV_OVCTL_PATH);
+    if (!options.workDir.empty())
+        command = "cd " + ovctl_shell_quote(options.workDir) + " && " + command;
+    for (const std::string &word : words)
+        command += " " + ovctl_shell_quote(word);
+    command += options.mergeStderr ? " 2>&1" : " 2>/dev/null";
+    return run_shell(command + " <" +
+                     ovctl_shell_quote(options.stdinFile.empty() ? "/dev/null" : options.stdinFile));
+}
+
+inline OvctlRun run_ovctl(const std::vector<std::string> &words, bool mergeStderr = true)
+{
+    OvctlOptions options;
+    options.mergeStderr = mergeStderr;
+    return run_ovctl(words, options);
+}
 
 inline std::string example_mail(const std::string &name)
 {
@@ -26,10 +78,8 @@ class ExampleRoot
 public:
     explicit ExampleRoot(const std::string &source = "examples/gateway")
     {
-        EXPECT_EQ(std::system(("cp -r " + ovctl_shell_quote(OV_SOURCE_DIR "/" + source) + "/. " +
-                               ovctl_shell_quote(m_tmp.dir()))
-                                  .c_str()),
-                  0);
+        std::filesystem::copy(OV_SOURCE_DIR "/" + source, m_tmp.dir(),
+                              std::filesystem::copy_options::recursive);
     }
     std::string root() const { return m_tmp.dir(); }
     std::string file(const std::string &name) const { return m_tmp.path("Plug-Ins/OV/" + name); }
@@ -41,20 +91,6 @@ public:
 private:
     BaseTempDir m_tmp;
 };
-
-// The names in a directory, sorted, without "." and "..".
-inline std::vector<std::string> directory_names(const std::string &dir)
-{
-    std::vector<std::string> names;
-    if (DIR *handle = opendir(dir.c_str())) {
-        while (dirent *entry = readdir(handle))
-            if (std::string(entry->d_name) != "." && std::string(entry->d_name) != "..")
-                names.push_back(entry->d_name);
-        closedir(handle);
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-}
 
 // One command line: its exit status and its output, the whole output when
 // it succeeds and a part of it otherwise.

@@ -1,6 +1,4 @@
-// What ovctl users meet first: help for every command, the version, and the
-// verdict words that ovctl and ovmilter share.
-#include "tools/hostkit/verdict_words.h"
+// What ovctl users meet first: help for every command and the version.
 #include "tools/ovctl_cases.h"
 
 namespace
@@ -21,44 +19,19 @@ TEST(OvctlHelpTest, EveryCommandExplainsItselfAndTheVersionNamesBoth)
         at = end + 1;
     }
     EXPECT_GE(commands.size(), 16u);
-    for (const std::string &name : commands) {
-        for (const std::vector<std::string> &words :
-             {std::vector<std::string>{name, "--help"}, std::vector<std::string>{"help", name}}) {
-            OvctlRun help = run_ovctl(words, false);
+    for (const std::string &name : commands)
+        for (const OvctlRun &help : {run_ovctl({name, "--help"}, false), run_ovctl({"help", name}, false)}) {
             EXPECT_EQ(help.status, 0) << name;
             EXPECT_EQ(help.output.rfind("usage: ovctl " + name, 0), 0u) << help.output;
             EXPECT_GT(help.output.size(), help.output.find('\n') + 20) << name << " has no text";
         }
-    }
     EXPECT_EQ(run_ovctl({"help", "nonsense"}).status, 2);
 
-    // The version names both versions.
     OvctlRun run = run_ovctl({"version"});
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.output.rfind("ovctl ", 0), 0u) << run.output;
     EXPECT_NE(run.output.find("\nplug-in 3.8_Linux_Build_1036, built 12/20/2002 18:02:39\n"),
               std::string::npos);
-}
-
-TEST(VerdictWordsTest, ColumnsOfEachResult)
-{
-    const struct {
-        int code, blocked, action;
-        const char *result, *actionWord;
-    } rows[] = {
-        {0, 0, 0, "pass", "none"},           {2, 1, 1, "blocked", "deleted"},
-        {0, 0, 2, "blocked", "quarantined"}, // a keyword policy's quarantine
-        {0, 0, 3, "blocked", "archived"},    {0, 0, 4, "pass", "replaced"},
-        {-6, 0, 0, "error", "none"},
-    };
-    for (const auto &row : rows) {
-        ZWMailResult result{};
-        result.blocked = row.blocked;
-        result.action = row.action;
-        VerdictWords words = describe_verdict(row.code, result);
-        EXPECT_STREQ(words.result, row.result) << row.code << "/" << row.action;
-        EXPECT_STREQ(words.action, row.actionWord) << row.code << "/" << row.action;
-    }
 }
 
 } // namespace

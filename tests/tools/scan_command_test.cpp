@@ -1,9 +1,7 @@
-// ovctl scan and spool as hosts of the built plug-in on the example
-// installation: one verdict line per mail in the order given, the spool the
-// workers write, JSON, the fifth column and "faults" array naming what went
-// wrong (exit status 1), a directory of mails, and no spool left behind.
+// ovctl scan as a host of the built plug-in on the example installation:
+// one verdict line per mail in the order given, JSON, the fifth column
+// naming what went wrong (exit status 1), and no spool left when stopped.
 #include <csignal>
-#include <map>
 
 #include "support/small_tmpfs.h"
 #include "tools/ovctl_cases.h"
@@ -11,68 +9,25 @@
 namespace
 {
 
+// Standard input ("-") and a mail met twice each get their line, in order;
+// the warning goes to the outbox; JSON; bad arguments.
 TEST(ScanCommand, GivesOneVerdictLinePerMail)
 {
     ExampleRoot install;
-    const std::string outbox = install.root() + "/outbox";
-    std::vector<std::string> words = {"scan",      "--root", install.root(), "--outbox", outbox,
-                                      "--threads", "2"};
-    std::string expected;
-    for (const char *row :
-         {"01-plain.eml\tpass\tnone\t", "02-invoice-exe.eml\tpass\treplaced\tinvoice.exe",
-          "03-spam-subject.eml\tblocked\tdeleted\tKnown spammer",
-          "04-confidential.eml\tblocked\tquarantined\tConfidential"}) {
-        const std::string line = row;
-        words.push_back(example_mail(line.substr(0, line.find('\t'))));
-        expected += example_mail(line) + "\t-\n";
-    }
-    OvctlRun run = run_ovctl(words, false);
-    ASSERT_EQ(run.status, 0) << run.output;
-    EXPECT_EQ(run.output, expected);
-    // The administrator's warning went to the outbox; the mails are untouched.
-    EXPECT_TRUE(FileExists(outbox + "/notification-1.eml"));
-    EXPECT_NE(ReadFile(example_mail("02-invoice-exe.eml"))
-                  .find("invoice.exe\"\r\nContent-Transfer-Encoding: base64"),
-              std::string::npos);
-}
-
-// Every mail, from a file or standard input, gets its pair holding the mail's
-// bytes, named after its input ("stdin"), a name met twice with a number.
-TEST(ScanCommand, WritesEachMailsPairOnTheWorkers)
-{
-    ExampleRoot install;
-    BaseTempDir spool;
-    const std::string plain = example_mail("01-plain.eml"),
-                      pdf = example_mail("11-pdf-attachment.eml");
+    const std::string outbox = install.root() + "/outbox", exe = example_mail("02-invoice-exe.eml");
     OvctlOptions options;
     options.mergeStderr = false;
-    options.stdinFile = pdf;
-    OvctlRun run = run_ovctl({"scan", "--root", install.root(), "--spool", spool.dir(), "--threads",
-                              "3", plain, "-", pdf, plain},
-                             options);
+    options.stdinFile = example_mail("01-plain.eml");
+    OvctlRun run = run_ovctl(
+        {"scan", "--root", install.root(), "--outbox", outbox, "--threads", "3", exe, "-", exe},
+        options);
     ASSERT_EQ(run.status, 0) << run.output;
-    EXPECT_EQ(run.output, plain + "\tpass\tnone\t\t-\n-\tpass\tnone\t\t-\n" + pdf +
-                              "\tpass\tnone\t\t-\n" + plain + "\tpass\tnone\t\t-\n");
-    const std::map<std::string, std::string> sources = {{"01-plain.eml", plain},
-                                                        {"stdin", pdf},
-                                                        {"11-pdf-attachment.eml", pdf},
-                                                        {"01-plain.eml_2", plain}};
-    std::vector<std::string> expectedNames;
-    for (const auto &source : sources) {
-        expectedNames.push_back("AFI" + source.first);
-        expectedNames.push_back("DFI" + source.first);
-        EXPECT_EQ(ReadFile(spool.path("DFI" + source.first)),
-                  ReadFile(source.second));
-        EXPECT_NE(ReadFile(spool.path("AFI" + source.first)).find("\nT<"),
-                  std::string::npos);
-    }
-    std::sort(expectedNames.begin(), expectedNames.end());
-    EXPECT_EQ(directory_names(spool.dir()), expectedNames);
-}
+    const std::string replaced = exe + "\tpass\treplaced\tinvoice.exe\t-\n";
+    EXPECT_EQ(run.output, replaced + "-\tpass\tnone\t\t-\n" + replaced);
+    EXPECT_TRUE(FileExists(outbox + "/notification-1.eml"));
+    EXPECT_NE(ReadFile(exe).find("invoice.exe\"\r\nContent-Transfer-Encoding: base64"),
+              std::string::npos);
 
-TEST(ScanCommand, JsonAndBadArguments)
-{
-    ExampleRoot install;
     OvctlRun json = run_ovctl(
         {"scan", "--root", install.root(), "--json", example_mail("03-spam-subject.eml")}, false);
     EXPECT_EQ(json.status, 0);
@@ -90,14 +45,13 @@ TEST(ScanCommand, JsonAndBadArguments)
 }
 
 // A plain file where the directory of the setting `key` should be.
-std::string block_directory(const ExampleRoot &install, const char *key)
+void block_directory(const ExampleRoot &install, const char *key)
 {
     const std::string blocker = install.root() + "/not-a-directory";
     std::ofstream(blocker) << "x";
     EXPECT_EQ(
         0, run_ovctl({"ini", "set", install.file("contscan.ini"), "Advanced Options", key, blocker})
                .status);
-    return blocker;
 }
 
 TEST(ScanCommand, NamesTheFaultsOfEachMail)
@@ -127,45 +81,6 @@ TEST(ScanCommand, NamesTheFaultsOfEachMail)
     }
 }
 
-TEST(ScanCommand, JsonSpoolAndLintCarryTheFaults)
-{
-    ExampleRoot install;
-    block_directory(install, "QuarantineDirectory");
-    OvctlRun json = run_ovctl({"scan", "--root", install.root(), "--json",
-                               example_mail("04-confidential.eml"), example_mail("01-plain.eml")},
-                              false);
-    EXPECT_EQ(1, json.status);
-    EXPECT_NE(
-        std::string::npos,
-        json.output.find("\"name\": \"Confidential\", \"faults\": [\"copy\"], \"copy\": \"\"}"))
-        << json.output;
-    EXPECT_NE(std::string::npos, json.output.find("\"faults\": [], \"copy\": \"\"}"))
-        << json.output;
-
-    // The pairs of a kept spool, judged in place.
-    BaseTempDir spool;
-    run_ovctl({"scan", "--root", install.root(), "--spool", spool.dir(),
-               example_mail("04-confidential.eml")});
-    OvctlRun run = run_ovctl({"spool", "--root", install.root(), spool.dir()});
-    EXPECT_EQ(1, run.status);
-    EXPECT_NE(std::string::npos, run.output.find("\tblocked\tquarantined\tConfidential\tcopy\n"))
-        << run.output;
-
-    // lint reports the same directories as errors.
-    std::string blocker;
-    for (const char *key : {"TempDir", "ArchiveDirectory"})
-        blocker = block_directory(install, key);
-    run = run_ovctl({"lint", "--root", install.root()}, false);
-    EXPECT_EQ(1, run.status);
-    for (const char *role : {"temporary", "quarantine", "archive"})
-        EXPECT_NE(std::string::npos, run.output.find(install.file("contscan.ini") + ": " + role +
-                                                     " directory " + blocker + " ("))
-            << role << "\n"
-            << run.output;
-    EXPECT_NE(std::string::npos, run.output.find("): cannot create it: Not a directory"))
-        << run.output;
-}
-
 TEST(ScanCommand, AFullOutboxIsANotifyFault)
 {
     SmallTmpfs outbox(64 * 1024);
@@ -178,32 +93,6 @@ TEST(ScanCommand, AFullOutboxIsANotifyFault)
     EXPECT_EQ(1, run.status);
     EXPECT_NE(std::string::npos, run.output.find("\tpass\treplaced\tinvoice.exe\tnotify\n"))
         << run.output;
-}
-
-TEST(ScanCommand, JudgesTheMailFilesOfADirectoryAndLeavesNoSpool)
-{
-    ExampleRoot install;
-    BaseTempDir mails, tmp, empty;
-    mails.write("b.eml", "From: a@b.test\nSubject: casino bonus\n\ncasino bonus\n");
-    mails.write("a.eml", "From: a@b.test\nSubject: hello\n\nhello\n");
-    mails.write("notes.txt", "not a mail at all\n");
-    mails.write(".hidden", "From: a@b.test\n\nx\n");
-    OvctlOptions options;
-    options.tmpDir = tmp.dir();
-    options.mergeStderr = false;
-    OvctlRun run = run_ovctl({"scan", "--root", install.root(), mails.dir()}, options);
-    EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.output, mails.path("a.eml") + "\tpass\tnone\t\t-\n" + mails.path("b.eml") +
-                              "\tblocked\tdeleted\tJunk words\t-\n");
-    EXPECT_TRUE(tmp.empty());
-    options.mergeStderr = true;
-    expect_ovctl_cases(
-        {{{"scan", "--root", install.root(), empty.dir()}, 1, "holds no mail files"},
-         {{"scan", "--root", install.root(), mails.path("a.eml"), mails.path("missing.eml")},
-          1,
-          ""}},
-        options);
-    EXPECT_TRUE(tmp.empty()) << "a spool stayed behind after a failure";
 }
 
 // A scan stopped by SIGTERM removes its spool before it ends.

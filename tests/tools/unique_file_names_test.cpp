@@ -40,19 +40,9 @@ std::vector<std::string> TakeAll(const std::vector<std::string> &names)
 
 TEST(UniqueFileNames, SameNamesAsTheClassicRule)
 {
-    const std::vector<std::string> rows[][2] = {
-        {{"a.txt", "a.txt", "a.txt"}, {"a.txt", "a_2.txt", "a_3.txt"}},
-        {{"a.txt", "a_2.txt", "a.txt", "a.txt"}, {"a.txt", "a_2.txt", "a_3.txt", "a_4.txt"}},
-        {{"a.txt", "a.txt", "a_2.txt", "a_2.txt"}, {"a.txt", "a_2.txt", "a_2_2.txt", "a_2_3.txt"}},
-        {{".profile", ".profile"}, {".profile", ".profile_2"}},
-        {{"noext", "noext"}, {"noext", "noext_2"}},
-        {{"x.tar.gz", "x.tar.gz"}, {"x.tar.gz", "x.tar_2.gz"}},
-        {{"../a.txt", "__a.txt"}, {"__a.txt", "__a_2.txt"}},
-    };
-    for (const auto &row : rows) {
-        EXPECT_EQ(TakeAll(row[0]), row[1]);
-        EXPECT_EQ(ClassicNames(row[0]), row[1]);
-    }
+    EXPECT_EQ(TakeAll({"a.txt", "a.txt", "a_2.txt", "../a.txt", "x.tar.gz", "x.tar.gz", ".p", ".p"}),
+              (std::vector<std::string>{"a.txt", "a_2.txt", "a_2_2.txt", "__a.txt", "x.tar.gz",
+                                        "x.tar_2.gz", ".p", ".p_2"}));
     // Random sequences over a few bases, their numbered forms and unsafe spellings.
     const char *pool[] = {"a.txt",    "a_2.txt", "a_3.txt", "a_2_2.txt", "a", "a_2",
                           "../a.txt", ".txt",    "b.c.d",   "b.c_2.d",   "/", ".."};
