@@ -256,8 +256,9 @@ bool ConvertAndWrite(std::string &text, int code, MEMBUF *buf, FILE *file)
     return WriteTakenOff(&text[0], int(text.size()), buf, file);
 }
 
-// The transfer decoding of one line (bytes, n; owner holds a decoded
-// buffer); false on failure. Lines that are not encoded stand as they are.
+// The transfer decoding of one line (bytes, n: in owner for base64, in
+// carry.scratch for quoted-printable); false on failure. Lines that are not
+// encoded stand as they are.
 bool TransferDecode(const char *line, int encoding, DecodeCarry &carry, CText &owner,
                     const char *&bytes, size_t &n)
 {
@@ -265,8 +266,14 @@ bool TransferDecode(const char *line, int encoding, DecodeCarry &carry, CText &o
     int decodedLength = 0;
     if (encoding == 2) {
         carry.scratch.assign(line, size_t(length) + 1);   // the decoder writes a NUL at [length]
-        owner = Own(from_qprint(&carry.scratch[0], length, &decodedLength));
-    } else if (encoding == 4) {
+        decodedLength = qprint_decode_in_place(&carry.scratch[0], length);
+        if (decodedLength < 0)
+            return false;
+        bytes = carry.scratch.data();
+        n = strnlen(bytes, size_t(decodedLength));
+        return true;
+    }
+    if (encoding == 4) {
         owner = Own(from_base64(line, length, &decodedLength));
     } else {
         bytes = line;

@@ -46,7 +46,7 @@ struct DecodeCarry {
     bool heldPlain = true;   // held has no byte a converter would change
     bool reference = false;  // every line through detection and conversion
     std::string complete;    // reused: the text lines a body line completes
-    std::string scratch;     // reused: the quoted-printable decoder's input
+    std::string scratch;     // reused: a quoted-printable line, decoded in place
     void Clear()
     {
         held.clear();

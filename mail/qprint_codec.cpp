@@ -57,7 +57,8 @@ bool AllOrdinary(const uint8_t *p)
 // Decodes p (NUL-terminated at end) into out, which has room for as many
 // bytes as p has; the decoded length, or -1 for a bad escape. With `words`,
 // ordinary bytes are copied eight at a time (the output never runs ahead
-// of the input, so a word written stays within out).
+// of the input, so a word written stays within out, and out may be the
+// input itself).
 long DecodeText(const uint8_t *p, const uint8_t *end, char *out, bool words)
 {
     char *o = out;
@@ -65,7 +66,7 @@ long DecodeText(const uint8_t *p, const uint8_t *end, char *out, bool words)
     for (;;) {
         if (words)
             for (; end - p >= 8 && AllOrdinary(p); p += 8, o += 8)
-                std::memcpy(o, p, 8);
+                std::memmove(o, p, 8);
         while (kOrdinary.ordinary[*p])
             *o++ = static_cast<char>(*p++);
         const uint8_t c = *p;
@@ -122,6 +123,18 @@ char *DecodeQprint(char *src, int len, int *outLen, bool words)
 } // namespace
 
 char *from_qprint(char *src, int len, int *outLen) { return DecodeQprint(src, len, outLen, true); }
+
+int qprint_decode_in_place(char *text, int len)
+{
+    if (!text || len < 0)
+        return -1;
+    text[len] = '\0';
+    auto *bytes = reinterpret_cast<const uint8_t *>(text);
+    const long n = DecodeText(bytes, bytes + len, text, true);
+    if (n >= 0)
+        text[n] = '\0';
+    return static_cast<int>(n);
+}
 
 char *from_qprint_by_byte(char *src, int len, int *outLen)
 {

@@ -20,6 +20,9 @@ char *to_base64(const char *src, int len, int *outLen);
 // Writes a NUL at src[len] (the buffer must have room) and decodes up to the
 // first NUL; a bad escape fails the whole text.
 char *from_qprint(char *src, int len, int *outLen);
+// The same decoding over the text itself (room for a NUL at text[len]): the
+// decoded length, NUL-terminated, or -1 for a bad escape.
+int qprint_decode_in_place(char *text, int len);
 // Lines of at most 75 characters plus soft breaks; CR LF pairs are kept.
 char *to_qprint(const char *src, int len, int *outLen);
 
