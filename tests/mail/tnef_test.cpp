@@ -21,29 +21,25 @@
 namespace {
 
 using Names = std::vector<std::string>;
+using Decoded = std::pair<int, Names>; // result, names
 
 struct Collector {
     Names names;
-    int answer = OVCM_TNEF_CONTINUE;
+    int answer;
+    static int Collect(char *name, void *context)
+    {
+        static_cast<Collector *>(context)->names.push_back(name);
+        return static_cast<Collector *>(context)->answer;
+    }
 };
 
-int Collect(char *name, void *context)
-{
-    auto *collector = static_cast<Collector *>(context);
-    collector->names.push_back(name);
-    return collector->answer;
-}
-
-using Decoded = std::pair<int, Names>; // result, names
-
 // Through the exported functions, saving into `saveDir` when it is not null.
-Decoded DecodeWhole(const std::string &bytes, int answer = OVCM_TNEF_CONTINUE,
-                    const char *saveDir = nullptr)
+Decoded DecodeWhole(const std::string &bytes, int answer = OVCM_TNEF_CONTINUE, const char *saveDir = nullptr)
 {
     BaseTempDir dir;
     std::string path = dir.write("winmail.dat", bytes), save = saveDir ? saveDir : "";
     Collector collector{{}, answer};
-    OVCMSetExtractAttachName(Collect, &collector);
+    OVCMSetExtractAttachName(Collector::Collect, &collector);
     OVCMSetSaveAttachPath(saveDir ? &save[0] : nullptr);
     int result = OVCMDecodeTNEF(&path[0]);
     OVCMSetSaveAttachPath(nullptr);
@@ -54,8 +50,7 @@ Decoded DecodeInPieces(const std::string &bytes, int answer = OVCM_TNEF_CONTINUE
 {
     FILE *file = OpenPieceFile(bytes, 1);
     Collector collector{{}, answer};
-    TnefDecoder decoder(Collect, &collector, "");
-    int result = decoder.Decode(file, long(bytes.size()));
+    int result = TnefDecoder(Collector::Collect, &collector, "").Decode(file, long(bytes.size()));
     std::fclose(file);
     return {result, collector.names};
 }
@@ -217,8 +212,8 @@ TEST(TnefDecoder, FailuresAndCallbackAnswers)
     std::string path = dir.write("winmail.dat", Stream([](TnefWriter &w) { w.File("a", "b"); }));
     OVCMSetExtractAttachName(nullptr, nullptr);
     EXPECT_EQ(OVCMDecodeTNEF(&path[0]), -1);
-    Collector collector;
-    OVCMSetExtractAttachName(Collect, &collector);
+    Collector collector{{}, OVCM_TNEF_CONTINUE};
+    OVCMSetExtractAttachName(Collector::Collect, &collector);
     std::string missing = dir.path("missing.dat");
     EXPECT_EQ(OVCMDecodeTNEF(&missing[0]), -1);
     EXPECT_EQ(OVCMDecodeTNEF(nullptr), -1);
