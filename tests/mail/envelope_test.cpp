@@ -5,7 +5,6 @@
 #include <cstring>
 #include <random>
 #include <string>
-#include <tuple>
 #include <vector>
 
 #include "mail/charset.h"
@@ -22,50 +21,39 @@ const char kEncodedNihon[] = "=?ISO-2022-JP?B?GyRCRnxLXBsoQg==?=";
 const char kEucNihon[] = "\xC6\xFC\xCB\xDC";
 
 // From, To, Cc, Reply-To, Subject, envelope from and to, A, received text and time.
-using Envelope = std::tuple<std::string, std::string, std::string, std::string, std::string,
-                            std::string, std::string, std::string, std::string, int>;
-
-Envelope Read(const CMailInfo &info)
+std::string Read(const CMailInfo &info)
 {
-    return {info.m_strFrom,       info.m_strTo,         info.m_strCc, info.m_strReplyTo,
-            info.m_strSubject,    info.m_strEnvelopeFrom, info.m_strEnvelopeTo,
-            info.m_strA,          info.m_strReceivedTime, int(info.m_lReceivedTime)};
+    std::string out;
+    for (const std::string *field : {&info.m_strFrom, &info.m_strTo, &info.m_strCc, &info.m_strReplyTo,
+                                  &info.m_strSubject, &info.m_strEnvelopeFrom, &info.m_strEnvelopeTo,
+                                  &info.m_strA, &info.m_strReceivedTime})
+        out += *field + "|";
+    return out + std::to_string(info.m_lReceivedTime);
 }
 
 TEST(ParseAFInfo, StoresEachLetterInBothModes)
 {
+    const std::string all = "F<s@x>\nT<r@y>\nO<o@x>\nD<d@y>\nC<c@z>\nP<p@x>\nSHello\nAextra\nR1039410000\n";
     struct Row {
         const char *what;
         std::string af;
         bool raw;
-        Envelope expected;
+        std::string expected;
     } rows[] = {
-        {"every letter, raw",
-         "F<s@x>\nT<r@y>\nO<o@x>\nD<d@y>\nC<c@z>\nP<p@x>\nSHello\nAextra\nR1039410000\n", true,
-         {"<o@x>", "<d@y>", "<c@z>", "<p@x>", "Hello", "<s@x>", "<r@y>", "extra", "1039410000",
-          1039410000}},
-        {"every letter, stripped",
-         "F<s@x>\nT<r@y>\nO<o@x>\nD<d@y>\nC<c@z>\nP<p@x>\nSHello\nAextra\nR1039410000\n", false,
-         {"o@x", "d@y", "c@z", "p@x", "Hello", "s@x", "r@y", "extra", "1039410000", 1039410000}},
-        {"later lines win", "SFirst\nSSecond\nT<a>\nT<b>\n", true,
-         {"", "", "", "", "Second", "", "<b>", "", "", 0}},
-        {"trailing blanks and CR LF trimmed", "SHi there \t\r\nO<o@x>  \r\n", false,
-         {"o@x", "", "", "", "Hi there", "", "", "", "", 0}},
-        {"one-sided brackets", "O<o@x\nD d@y>\n", false,
-         {"o@x", " d@y", "", "", "", "", "", "", "", 0}},
-        {"empty brackets skipped when stripping", "T<>\nT<\nT>\n", false,
-         {"", "", "", "", "", "", "", "", "", 0}},
-        {"empty brackets kept raw", "T<>\n", true, {"", "", "", "", "", "", "<>", "", "", 0}},
-        {"unknown letters and short lines ignored", "X1\nsLower\nS\n\nBvalue\nQ\n", true,
-         {"", "", "", "", "", "", "", "", "", 0}},
-        {"received time is a decimal prefix", "R12abc\n", true,
-         {"", "", "", "", "", "", "", "", "12abc", 12}},
-        {"received time without digits", "Rsoon\n", true,
-         {"", "", "", "", "", "", "", "", "soon", 0}},
-        {"encoded subject decoded to the host code", std::string("S") + kEncodedNihon + "\n",
-         false, {"", "", "", "", kEucNihon, "", "", "", "", 0}},
+        {"every letter, raw", all, true, "<o@x>|<d@y>|<c@z>|<p@x>|Hello|<s@x>|<r@y>|extra|1039410000|1039410000"},
+        {"every letter, stripped", all, false, "o@x|d@y|c@z|p@x|Hello|s@x|r@y|extra|1039410000|1039410000"},
+        {"later lines win", "SFirst\nSSecond\nT<a>\nT<b>\n", true, "||||Second||<b>|||0"},
+        {"trailing blanks and CR LF trimmed", "SHi there \t\r\nO<o@x>  \r\n", false, "o@x||||Hi there|||||0"},
+        {"one-sided brackets", "O<o@x\nD d@y>\n", false, "o@x| d@y||||||||0"},
+        {"empty brackets skipped when stripping", "T<>\nT<\nT>\n", false, "|||||||||0"},
+        {"empty brackets kept raw", "T<>\n", true, "||||||<>|||0"},
+        {"unknown letters and short lines ignored", "X1\nsLower\nS\n\nBvalue\nQ\n", true, "|||||||||0"},
+        {"received time is a decimal prefix", "R12abc\n", true, "||||||||12abc|12"},
+        {"received time without digits", "Rsoon\n", true, "||||||||soon|0"},
+        {"encoded subject decoded to the host code", std::string("S") + kEncodedNihon + "\n", false,
+         std::string("||||") + kEucNihon + "|||||0"},
         {"encoded word inside brackets", std::string("O<") + kEncodedNihon + ">\n", false,
-         {kEucNihon, "", "", "", "", "", "", "", "", 0}},
+         kEucNihon + std::string("|||||||||0")},
     };
     for (const Row &row : rows) {
         BaseTempDir dir;

@@ -86,12 +86,11 @@ TEST(TnefConcurrency, ThreadsDecodeAtOnceWithSharedSettings)
     std::string path = dir.write("winmail.dat", writer.bytes());
     OVCMSetExtractAttachName(CollectName, nullptr);
     const std::vector<std::string> expected = {"a.txt", "inner.txt", "mail.msg"};
-    EXPECT_EQ(FailuresInThreads(50,
-                                [&](int) {
-                                    t_names.clear();
-                                    return OVCMDecodeTNEF(&path[0]) == 0 && t_names == expected;
-                                }),
-              std::vector<int>(4, 0));
+    auto decode = [&](int) {
+        t_names.clear();
+        return OVCMDecodeTNEF(&path[0]) == 0 && t_names == expected;
+    };
+    EXPECT_EQ(FailuresInThreads(50, decode), std::vector<int>(4, 0));
 }
 
 // Through iconv tables too (GB 2312, Big5).

@@ -87,19 +87,12 @@ TEST(QuotedPrintableDecode, EscapesSoftBreaksAndTrailingBlanks)
     const struct {
         std::string in, out;
     } rows[] = {
-        {"=41=42", "AB"},
-        {"=4a=4A", "JJ"},
-        {"A =\r\nB", "A B"},
-        {"A =\nB", "A B"},
-        {"abc   \r\n", "abc\r\n"},
-        {"abc \t \ndef", "abc\ndef"},
-        {"abc=20\r\n", "abc \r\n"},    // an escaped blank stays
-        {"ab  =\r\n\r\n", "ab  \r\n"},  // and so do blanks before a soft break
-        {"x=\ry", "xy"},               // "=" and a bare CR: the CR is dropped
-        {"end=", "end"},
-        {"=4G", "<null>"},
-        {"=G4", "<null>"},
-        {"a=?b", "<null>"},
+        {"=41=42", "AB"}, {"=4a=4A", "JJ"}, {"A =\r\nB", "A B"}, {"A =\nB", "A B"},
+        {"abc   \r\n", "abc\r\n"}, {"abc \t \ndef", "abc\ndef"},
+        {"abc=20\r\n", "abc \r\n"},   // an escaped blank stays
+        {"ab  =\r\n\r\n", "ab  \r\n"}, // and so do blanks before a soft break
+        {"x=\ry", "xy"},              // "=" and a bare CR: the CR is dropped
+        {"end=", "end"}, {"=4G", "<null>"}, {"=G4", "<null>"}, {"a=?b", "<null>"},
         {"tail  ", "tail  "},
     };
     for (const auto &r : rows)

@@ -2,11 +2,8 @@
 // (the walk's own code), turned into other codes by glibc's iconv, and
 // transfer encodings that put a line break wherever a test asks.
 //
-//   std::mt19937 random(7);
-//   std::string euc = RandomJapaneseText(random, 12);          // CR LF lines
-//   std::string sjis = JapaneseIn("SHIFT_JIS", euc);
-//   std::string body = Base64Body(sjis);                       // 76-column lines
-//   std::string mail = JapaneseMail("shift_jis", "base64", body);
+//   std::string sjis = JapaneseIn("SHIFT_JIS", RandomJapaneseText(random, 12));
+//   std::string mail = JapaneseMail("shift_jis", "base64", Base64Body(sjis));
 #pragma once
 
 #include <algorithm>

@@ -47,33 +47,16 @@ inline std::string TnefUtf16(const std::u16string &text)
 class MapiPropsWriter
 {
 public:
-    enum : uint16_t {
-        kLong = 0x3,
-        kObject = 0xD,
-        kString8 = 0x1E,
-        kUnicode = 0x1F,
-        kBinary = 0x102
-    };
+    enum : uint16_t { kLong = 3, kObject = 0xD, kString8 = 0x1E, kBinary = 0x102 };
+    using Self = MapiPropsWriter;
 
-    MapiPropsWriter &String8(uint16_t id, const std::string &text)
-    {
-        return Single(kString8, id, text + '\0');
-    }
-    MapiPropsWriter &Unicode(uint16_t id, const std::u16string &text)
-    {
-        return Single(kUnicode, id, TnefUtf16(text));
-    }
-    MapiPropsWriter &Binary(uint16_t id, const std::string &bytes)
-    {
-        return Single(kBinary, id, bytes);
-    }
-    MapiPropsWriter &Object(uint16_t id, const std::string &iid, const std::string &bytes)
+    Self &String8(uint16_t id, const std::string &s) { return Single(kString8, id, s + '\0'); }
+    Self &Unicode(uint16_t id, const std::u16string &u) { return Single(0x1F, id, TnefUtf16(u)); }
+    Self &Binary(uint16_t id, const std::string &bytes) { return Single(kBinary, id, bytes); }
+    Self &Long(uint16_t id, uint32_t value) { return Fixed(kLong, id, TnefLe(value, 4)); }
+    Self &Object(uint16_t id, const std::string &iid, const std::string &bytes)
     {
         return Single(kObject, id, iid + bytes);
-    }
-    MapiPropsWriter &Long(uint16_t id, uint32_t value)
-    {
-        return Fixed(kLong, id, TnefLe(value, 4));
     }
     // Any fixed-size type: the bytes as they are, padded to 4.
     MapiPropsWriter &Fixed(uint16_t type, uint16_t id, const std::string &bytes)
@@ -122,10 +105,7 @@ private:
         ++m_count;
         return *this;
     }
-    void Variable(const std::string &bytes)
-    {
-        m_body += TnefLe(uint32_t(bytes.size()), 4) + TnefPadded(bytes);
-    }
+    void Variable(const std::string &b) { m_body += TnefLe(uint32_t(b.size()), 4) + TnefPadded(b); }
     MapiPropsWriter &Value(const std::string &bytes) // a count of one, then the value
     {
         m_body += TnefLe(1, 4);
