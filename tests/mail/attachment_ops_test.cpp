@@ -1,9 +1,6 @@
 // The rule scanner's attachment operations: TNEF names inside encoded
 // attachments, attachment text for the keyword scan, and the removal of
 // every temporary file.
-#include <dirent.h>
-
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -11,9 +8,7 @@
 
 #include <gtest/gtest.h>
 
-#include "mail/attach_decode_comp.h"
 #include "mail/attachment_ops.h"
-#include "mail/charset.h"
 #include "mail/mail_info.h"
 #include "mail/mime_walk.h"
 #include "mail/temp_dir.h"
@@ -24,42 +19,29 @@
 
 namespace {
 
-std::string TnefStream()
+using Names = std::vector<std::string>;
+
+// Two files, or 300 whose 251st alone holds text.
+std::string TnefStream(Names *many = nullptr)
 {
     TnefWriter tnef;
-    tnef.MessageHeader("plans").File("report.doc", "binary doc").File("notes.txt", "the secret plan\n");
+    tnef.MessageHeader("plans");
+    if (!many)
+        return tnef.File("report.doc", "binary doc").File("notes.txt", "the secret plan\n").bytes();
+    for (int i = 0; i < 300; ++i) {
+        many->push_back(i == 250 ? "late.txt" : "f" + std::to_string(i) + ".bin");
+        tnef.File(many->back(), i == 250 ? "late secret words\n" : "bytes");
+    }
     return tnef.bytes();
 }
 
-std::vector<std::string> TnefNames(const Attach_Stru &attach)
-{
-    std::vector<std::string> names;
-    for (const CTnefFileName *node = attach.m_pTnefHead; node; node = node->m_pNext)
-        names.push_back(node->m_strName);
-    return names;
-}
-
-size_t FileCount(const std::string &dir)
-{
-    size_t count = 0;
-    if (DIR *handle = opendir(dir.c_str())) {
-        while (dirent *entry = readdir(handle))
-            count += entry->d_name[0] != '.';
-        closedir(handle);
-    }
-    return count;
-}
-
-// A scratch temporary directory for the plug-in, restored afterwards.
-class TempDirScope {
-public:
-    TempDirScope() : m_saved(g_t_strTEMPDIR) { g_t_strTEMPDIR = m_dir.dir() + "/"; }
-    ~TempDirScope() { g_t_strTEMPDIR = m_saved; }
-    const std::string &dir() const { return m_dir.dir(); }
-
-private:
-    BaseTempDir m_dir;
-    t_string m_saved;
+// A scratch temporary directory for the plug-in (restored afterwards) and
+// one for the mail.
+struct Scratch {
+    Scratch() : saved(g_t_strTEMPDIR) { g_t_strTEMPDIR = temp.dir() + "/"; }
+    ~Scratch() { g_t_strTEMPDIR = saved; }
+    BaseTempDir temp, work;
+    t_string saved;
 };
 
 struct Scanned {
@@ -69,12 +51,10 @@ struct Scanned {
     int decoded = 0;
 };
 
-Scanned Scan(const std::string &mail, bool attachScan)
+Scanned Scan(const std::string &mail, bool attachScan, const Scratch &scratch)
 {
-    BaseTempDir work;
     Scanned out;
-    std::string df = work.write("DF", mail);
-    std::string text = work.path("text");
+    std::string df = scratch.work.write("DF", mail), text = scratch.work.path("text");
     EXPECT_TRUE(GetAttachmentInfo(df.c_str(), out.buf.get(), text.c_str(), out.info.get()));
     out.decoded = GetTnefFileName(df.c_str(), attachScan, *out.info, out.buf.get(), text.c_str());
     out.text = out.buf->m_bInMemory ? std::string(out.buf->m_szData) : ReadFile(text);
@@ -88,146 +68,106 @@ const std::string kTop = "From: a@example.com\nSubject: s\nMIME-Version: 1.0\n"
 // A base64 part of that type holding the bytes.
 std::string Part(const std::string &type, const std::string &bytes)
 {
-    return "--b\nContent-Type: " + type + "\nContent-Transfer-Encoding: base64\n\n" +
-           Base64Body(bytes);
+    return "--b\nContent-Type: " + type + "\nContent-Transfer-Encoding: base64\n\n" + Base64Body(bytes);
 }
 
 TEST(AttachmentOps, TnefNamesFromEncodedAttachments)
 {
+    const Names two = {"report.doc", "notes.txt"};
+    Names many;
+    const std::string manyFiles = TnefStream(&many);
     struct Row {
         const char *what;
         std::string part;
         bool closed;
+        Names names;
     } rows[] = {
-        {"base64", Part("application/ms-tnef; name=\"winmail.dat\"", TnefStream()), true},
-        {"base64, boundary never closed", Part("application/ms-tnef", TnefStream()), false},
+        {"base64", Part("application/ms-tnef; name=\"winmail.dat\"", TnefStream()), true, two},
+        {"base64, boundary never closed", Part("application/ms-tnef", TnefStream()), false, two},
         {"uuencoded winmail.dat in a text body",
          "--b\nContent-Type: text/plain\n\nsee attached\nbegin 644 WINMAIL.DAT\n" + UuBlock(TnefStream()),
-         true},
+         true, two},
+        {"300 names", Part("application/ms-tnef", manyFiles), true, many},
     };
     for (const Row &row : rows) {
         SCOPED_TRACE(row.what);
-        TempDirScope temp;
-        Scanned got = Scan(kTop + row.part + (row.closed ? "--b--\n" : ""), false);
+        Scratch scratch;
+        Scanned got = Scan(kTop + row.part + (row.closed ? "--b--\n" : ""), false, scratch);
         EXPECT_EQ(got.decoded, 1);
         ASSERT_EQ(got.info->m_nAttachCount, 1);
         const Attach_Stru &attach = *got.info->m_pAttach[0];
         EXPECT_TRUE(attach.m_bTnef);
-        EXPECT_EQ(TnefNames(attach), (std::vector<std::string>{"report.doc", "notes.txt"}));
+        Names names;
+        for (const CTnefFileName *node = attach.m_pTnefHead; node; node = node->m_pNext)
+            names.push_back(node->m_strName);
+        EXPECT_EQ(names, row.names);
         EXPECT_TRUE(attach.m_strTempFile.empty() && attach.m_strTempFile2.empty());
-        EXPECT_EQ(FileCount(temp.dir()), 0u);
-        EXPECT_EQ(got.text.find("secret plan"), std::string::npos);
+        EXPECT_TRUE(FilesBelow(scratch.temp.dir()).empty());
+        EXPECT_EQ(got.text.find("secret"), std::string::npos);
     }
 }
 
 TEST(AttachmentOps, AttachmentScanAddsTheirText)
 {
-    TempDirScope temp;
+    Scratch scratch;
     std::string xls = std::string("\xd0\xcf\x11\xe0\x01\x02", 6) + "Quarterly figures" + '\x01' +
                       std::string("C\0o\0n\0f\0i\0d\0e\0n\0t\0i\0a\0l\0", 24) + '\x02' + '\x03' +
                       std::string("\xd8\x79\xc6\x5b\xd8\x79\xc6\x5b", 8) + std::string(4, '\0');
+    Names many;
     std::string mail = kTop + Part("application/ms-tnef", TnefStream()) +
+                       Part("application/ms-tnef", TnefStream(&many)) +
                        Part("application/octet-stream; name=memo.txt", "ordinary words\n") +
                        Part("application/vnd.ms-excel; name=\"data.XLS\"", xls) +
                        Part("application/pdf; name=skip.pdf", "pdf words") + "--b--\n";
-    Scanned off = Scan(mail, false);
-    EXPECT_EQ(off.text.find("ordinary words"), std::string::npos);
-    Scanned on = Scan(mail, true);
-    for (const char *expected : {"body words", "the secret plan", "binary doc", "ordinary words", "Quarterly figures",
-                                 "Confidential", "\xc8\xeb\xcc\xa9\xc8\xeb\xcc\xa9"})
-        EXPECT_NE(on.text.find(expected), std::string::npos) << expected;
-    EXPECT_EQ(on.text.find("pdf words"), std::string::npos);
-    EXPECT_EQ(FileCount(temp.dir()), 0u);
-}
-
-TEST(AttachmentOps, AttachmentTextThatCannotBeWrittenIsReported)
-{
-    const std::string mail =
-        kTop + Part("application/octet-stream; name=memo.txt", "ordinary words\n") + "--b--\n";
-    for (const char *textPath : {"/dev/full", ""}) {
-        SCOPED_TRACE(textPath);
-        TempDirScope temp;
-        BaseTempDir work;
-        const std::string df = work.write("DF", mail);
-        const std::string text = *textPath ? textPath : work.path("text");
+    EXPECT_EQ(Scan(mail, false, scratch).text.find("ordinary words"), std::string::npos);
+    const std::string text = Scan(mail, true, scratch).text;
+    for (const char *expected : {"body words", "the secret plan", "binary doc", "late secret words",
+                                 "ordinary words", "Quarterly figures", "Confidential",
+                                 "\xc8\xeb\xcc\xa9\xc8\xeb\xcc\xa9"})
+        EXPECT_NE(text.find(expected), std::string::npos) << expected;
+    EXPECT_EQ(text.find("pdf words"), std::string::npos);
+    EXPECT_TRUE(FilesBelow(scratch.temp.dir()).empty());
+    // Text that cannot be written is reported.
+    const std::string df = scratch.work.write("DF", mail);
+    for (const std::string &textPath : {scratch.work.path("text"), std::string("/dev/full")}) {
         CMailInfo info;
         ASSERT_TRUE(GetAttachmentInfo(df.c_str(), nullptr, nullptr, &info));
-        GetTnefFileName(df.c_str(), true, info, nullptr, text.c_str());
-        EXPECT_EQ(info.m_bTextWriteFailed, *textPath != '\0');
-    }
-}
-
-TEST(AttachmentOps, EveryTnefNameIsListedAndItsTextRead)
-{
-    TnefWriter tnef;
-    tnef.MessageHeader("many");
-    std::vector<std::string> expected;
-    for (int i = 0; i < 300; ++i) {
-        expected.push_back(i == 250 ? "late.txt" : "f" + std::to_string(i) + ".bin");
-        tnef.File(expected.back(), i == 250 ? "late secret words\n" : "bytes");
-    }
-    std::string mail = kTop + Part("application/ms-tnef", tnef.bytes()) + "--b--\n";
-    for (bool attachScan : {false, true}) {
-        SCOPED_TRACE(attachScan);
-        TempDirScope temp;
-        Scanned got = Scan(mail, attachScan);
-        ASSERT_EQ(got.info->m_nAttachCount, 1);
-        EXPECT_EQ(TnefNames(*got.info->m_pAttach[0]), expected);
-        EXPECT_EQ(got.text.find("late secret words") != std::string::npos, attachScan);
-        EXPECT_EQ(FileCount(temp.dir()), 0u);
+        GetTnefFileName(df.c_str(), true, info, nullptr, textPath.c_str());
+        EXPECT_EQ(info.m_bTextWriteFailed, textPath == "/dev/full");
     }
 }
 
 TEST(AttachmentOps, DecodedContentIsNamedByDirection)
 {
-    TempDirScope temp;
-    BaseTempDir work;
-    std::string df = work.write("DF", kTop + Part("application/x-a", "x") + "--b--\n");
+    Scratch scratch;
+    std::string df = scratch.work.write("DF", kTop + Part("application/x-a", "x") + "--b--\n");
     CMailInfo info;
     ASSERT_TRUE(GetAttachmentInfo(df.c_str(), nullptr, nullptr, &info));
     for (int direction : {1, 0}) {
         info.m_nDirection = direction;
         ASSERT_TRUE(DecodeAttachmentContent(df.c_str(), info, 0));
         const std::string &file = info.m_pAttach[0]->m_strTempFile;
-        EXPECT_EQ(file.substr(temp.dir().size() + 1, 3), direction ? "ATO" : "ATI") << file;
+        EXPECT_EQ(file.substr(scratch.temp.dir().size() + 1, 3), direction ? "ATO" : "ATI") << file;
         EXPECT_EQ(ReadFile(info.m_pAttach[0]->m_strTempFile2), "x");
     }
     info.ClearAttachTnefFileList();
-    EXPECT_EQ(FileCount(temp.dir()), 0u);
+    EXPECT_TRUE(FilesBelow(scratch.temp.dir()).empty());
 }
 
-TEST(AttachmentOps, SmallOperations)
+TEST(AttachmentOps, NamesInTheHostCodeAndTnefByType)
 {
     struct {
-        const char *name;
-        bool included;
-    } names[] = {{"a.txt", true}, {"B.DOC", true}, {"c.Ppt", true}, {"d.xls", true},
-                 {"e.xlsx", false}, {"txt", false}, {"f.pdf", false}};
-    for (const auto &row : names)
-        EXPECT_EQ(AttachDecodeComp::IsIncluded(row.name), row.included) << row.name;
-    EXPECT_FALSE(AttachDecodeComp::IsIncluded(nullptr));
-
-    struct {
         const char *in, *out;
-    } strings[] = {
+    } names[] = {
         {"plain.doc", "plain.doc"},
-        {"\xe7\xa7\x98\xe5\xaf\x86.doc", "\xc8\xeb\xcc\xa9.doc"},        // UTF-8
-        {"=?ISO-2022-JP?B?GyRCJUYlOSVIGyhC?=", "\xa5\xc6\xa5\xb9\xa5\xc8"},   // encoded word
+        {"\xe7\xa7\x98\xe5\xaf\x86.doc", "\xc8\xeb\xcc\xa9.doc"},           // UTF-8
+        {"=?ISO-2022-JP?B?GyRCJUYlOSVIGyhC?=", "\xa5\xc6\xa5\xb9\xa5\xc8"}, // encoded word
     };
-    for (const auto &row : strings) {
-        char *host = DecodeString(row.in);
-        ASSERT_NE(host, nullptr);
-        EXPECT_STREQ(host, row.out);
-        std::free(host);
-    }
-    EXPECT_EQ(DecodeString(nullptr), nullptr);
-
-    Attach_Stru unknown;
-    EXPECT_FALSE(TakeAttachmentIntoSingleFile("/nonexistent", unknown, "/tmp/x"));
-    unknown.m_nStart = 0;
-    EXPECT_FALSE(TakeAttachmentIntoSingleFile("/nonexistent", unknown, "/tmp/x"));
-    std::strcpy(unknown.m_szContentType, "Application/MS-TNEF");
-    EXPECT_TRUE(IsTnefAttachment(unknown));
+    for (const auto &row : names)
+        EXPECT_EQ(TakeText(DecodeString(row.in)), row.out);
+    Attach_Stru attach;
+    std::strcpy(attach.m_szContentType, "Application/MS-TNEF");
+    EXPECT_TRUE(IsTnefAttachment(attach));
 }
 
 } // namespace

@@ -3,11 +3,9 @@
 // encoded lines end, even when a line ends inside an ISO-2022 escape
 // sequence or right after a Shift_JIS or EUC-JP lead byte, whatever the
 // detector makes of the piece alone.
-#include <cstdio>
 #include <memory>
 #include <random>
 #include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -39,21 +37,11 @@ std::string BodyText(const std::string &charset, const std::string &encoding,
     return text.substr(headers.size());
 }
 
-std::string Euc(const char *utf8)
-{
-    return PluginConvert(utf8, "EUC-JP");
-}
-
-struct Code {
-    const char *iconvName;
-    const char *charset;
-};
-const Code kCodes[] = {
-    {"ISO-2022-JP", "iso-2022-jp"}, {"SHIFT_JIS", "shift_jis"}, {"EUC-JP", "euc-jp"}};
+std::string Euc(const char *utf8) { return PluginConvert(utf8, "EUC-JP"); }
 
 // One line, encoded whole and then cut in two at every byte; the cut lines
 // give exactly the text of the whole one.
-void ExpectEveryCutGivesTheWholeText(const Code &code, const std::string &euc, bool hasKeyword)
+void ExpectEveryCutGivesTheWholeText(const JapaneseCode &code, const std::string &euc, bool hasKeyword)
 {
     SCOPED_TRACE(code.charset);
     std::string line = JapaneseIn(code.iconvName, euc);
@@ -81,19 +69,16 @@ TEST(JapaneseBodyCut, EveryCutOfALineGivesTheWholeLine)
     const char *const lines[] = {
         u8"会議は明日の午後三時です。see you、よろしく\r\n",
         u8"会議",
-        u8"x会議 y\r\n",
-        u8"鰻丼と鮪の刺身、鱈の煮付けを会議室で\r\n",   // Shift_JIS lead bytes from 0xE0
-        u8"ABC  def 漢字かなカナ 会議\r\n",
+        u8"鰻丼と鮪の刺身、鱈の煮付けを会議室で\r\n", // Shift_JIS lead bytes from 0xE0
     };
-    for (const Code &code : kCodes)
+    for (const JapaneseCode &code : kJapaneseCodes)
         for (const char *line : lines)
             ExpectEveryCutGivesTheWholeText(code, Euc(line), true);
-    const Code kEightBit[] = {kCodes[1], kCodes[2]};
-    for (const Code &code : kEightBit)   // half-width kana: no ISO-2022-JP form
+    for (const JapaneseCode &code : {kJapaneseCodes[1], kJapaneseCodes[2]}) // no ISO-2022-JP kana
         ExpectEveryCutGivesTheWholeText(code, Euc(u8"ｶｲｷﾞ会議ｶﾅ\r\n"), true);
     std::mt19937 random(15);
-    for (int round = 0; round < 4; ++round)
-        for (const Code &code : kCodes)
+    for (int round = 0; round < 2; ++round)
+        for (const JapaneseCode &code : kJapaneseCodes)
             ExpectEveryCutGivesTheWholeText(code, RandomJapaneseText(random, 1), false);
 }
 
@@ -107,7 +92,7 @@ TEST(JapaneseBodyCut, LinesLongerThanTheWalkHoldsStayWhole)
     while (mixed.size() < 6000)
         mixed += unit;
     std::string asciiFirst = std::string(4090, 'a') + mixed;
-    for (const Code &code : kCodes) {
+    for (const JapaneseCode &code : kJapaneseCodes) {
         SCOPED_TRACE(code.charset);
         for (int prefix = 0; prefix < 90; ++prefix) {
             const std::string &words = prefix < 45 ? mixed : asciiFirst;

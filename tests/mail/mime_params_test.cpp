@@ -39,11 +39,11 @@ Read ReadCut(const std::string &value, const char *name, const std::vector<size_
 Read ReadEveryWay(const std::string &value, const char *name)
 {
     Read whole = ReadCut(value, name, {});
-    for (size_t cut = 1; cut < value.size(); ++cut)
-        EXPECT_EQ(ReadCut(value, name, {cut}), whole) << "cut at " << cut;
     std::vector<size_t> bytes;
-    for (size_t cut = 1; cut < value.size(); ++cut)
+    for (size_t cut = 1; cut < value.size(); ++cut) {
+        EXPECT_EQ(ReadCut(value, name, {cut}), whole) << "cut at " << cut;
         bytes.push_back(cut);
+    }
     EXPECT_EQ(ReadCut(value, name, bytes), whole) << "byte by byte";
     return whole;
 }
@@ -115,7 +115,6 @@ TEST(MimeParamReader, ValuesAreBoundedAndResetForgets)
 TEST(MimeParamReader, MediaTypeAsAClientReadsIt)
 {
     EXPECT_EQ(MediaTypeOf("Content-Type: Multipart/Mixed; boundary=b"), "multipart/mixed");
-    EXPECT_EQ(MediaTypeOf("Content-Type:multipart/mixed;boundary=b"), "multipart/mixed");
     EXPECT_EQ(MediaTypeOf("Content-Type: \ttext/plain\r\n"), "text/plain");
     EXPECT_EQ(MediaTypeOf("no colon"), "");
 }

@@ -48,29 +48,38 @@ TEST(Base64Decode, PaddingStrayCharactersAndFailures)
     EXPECT_EQ(n, 0);
 }
 
-TEST(Base64Encode, LineLayoutAndPlannedLength)
+TEST(TransferCodecs, EncoderLayoutAndRoundTrips)
 {
-    EXPECT_EQ(B64Encode("ABC"), "QUJD\r\n");
-    EXPECT_EQ(B64Encode("A"), "QQ==\r\n");
-    EXPECT_EQ(B64Encode(""), "\r\n");
-    const std::string out45 = B64Encode(std::string(45, 'x'));
-    ASSERT_EQ(out45.size(), 64u);
+    const struct {
+        std::string in, base64, qp;
+    } rows[] = {
+        {"ABC", "QUJD\r\n", "ABC"},
+        {"", "\r\n", ""},
+        {"a=b\r\nc", "YT1iDQpj\r\n", "a=3Db\r\nc"},
+        {"a\nb\rc", "YQpiDWM=\r\n", "a=0Ab=0Dc"},
+        {"a \r\n\t\x7F\xE9", "YSANCgl/6Q==\r\n", "a=20\r\n=09=7F=E9"},
+        {std::string(80, 'x'), "", std::string(75, 'x') + "=\r\n" + std::string(5, 'x')},
+        // An escape that would pass column 75 moves to the next line whole.
+        {std::string(74, 'x') + "=", "", std::string(74, 'x') + "=\r\n=3D"},
+    };
+    for (const auto &r : rows) {
+        EXPECT_TRUE(r.base64.empty() || B64Encode(r.in) == r.base64) << r.in;
+        EXPECT_EQ(QpEncode(r.in), r.qp) << r.in;
+    }
+    const std::string out45 = B64Encode(std::string(45, 'x')), out46 = B64Encode(std::string(46, 'x'));
+    EXPECT_EQ(out45.size(), 64u);
     EXPECT_EQ(out45.substr(60), "\r\n\r\n");
-    const std::string out46 = B64Encode(std::string(46, 'x'));
     EXPECT_EQ(out46.size(), 68u);
     EXPECT_EQ(out46.substr(60, 2), "\r\n");
-    EXPECT_EQ(to_base64(nullptr, 1, nullptr), nullptr);
-}
-
-TEST(Base64, RoundTripsEveryByteAndLength)
-{
     std::string all;
-    for (int i = 0; i < 256; ++i)
-        all += static_cast<char>(i);
+    for (int i = 1; i < 256; ++i) // the QP decoder stops at NUL
+        all += char(i);
     for (size_t len = 0; len < 200; ++len) {
-        const std::string in = (all + all).substr(len % 7, len);
+        const std::string in = (std::string(1, '\0') + all + all).substr(len % 7, len);
         EXPECT_EQ(B64Decode(B64Encode(in)), in) << len;
     }
+    const std::string text = all + "line one  \r\nline two\r\n" + all + all;
+    EXPECT_EQ(QpDecode(QpEncode(text)), text);
 }
 
 TEST(QuotedPrintableDecode, EscapesSoftBreaksAndTrailingBlanks)
@@ -78,19 +87,12 @@ TEST(QuotedPrintableDecode, EscapesSoftBreaksAndTrailingBlanks)
     const struct {
         std::string in, out;
     } rows[] = {
-        {"=41=42", "AB"},
-        {"=4a=4A", "JJ"},
-        {"A =\r\nB", "A B"},
-        {"A =\nB", "A B"},
-        {"abc   \r\n", "abc\r\n"},
-        {"abc \t \ndef", "abc\ndef"},
-        {"abc=20\r\n", "abc \r\n"},    // an escaped blank stays
-        {"ab  =\r\n\r\n", "ab  \r\n"},  // and so do blanks before a soft break
-        {"x=\ry", "xy"},               // "=" and a bare CR: the CR is dropped
-        {"end=", "end"},
-        {"=4G", "<null>"},
-        {"=G4", "<null>"},
-        {"a=?b", "<null>"},
+        {"=41=42", "AB"}, {"=4a=4A", "JJ"}, {"A =\r\nB", "A B"}, {"A =\nB", "A B"},
+        {"abc   \r\n", "abc\r\n"}, {"abc \t \ndef", "abc\ndef"},
+        {"abc=20\r\n", "abc \r\n"},   // an escaped blank stays
+        {"ab  =\r\n\r\n", "ab  \r\n"}, // and so do blanks before a soft break
+        {"x=\ry", "xy"},              // "=" and a bare CR: the CR is dropped
+        {"end=", "end"}, {"=4G", "<null>"}, {"=G4", "<null>"}, {"a=?b", "<null>"},
         {"tail  ", "tail  "},
     };
     for (const auto &r : rows)
@@ -98,33 +100,6 @@ TEST(QuotedPrintableDecode, EscapesSoftBreaksAndTrailingBlanks)
     std::string withNul("ab\0cd", 5);
     EXPECT_EQ(QpDecode(withNul), "ab");   // reads up to the first NUL
     EXPECT_EQ(from_qprint(nullptr, 0, nullptr), nullptr);
-}
-
-TEST(QuotedPrintableEncode, EscapesAndLineLength)
-{
-    EXPECT_EQ(QpEncode("a=b"), "a=3Db");
-    EXPECT_EQ(QpEncode("a\r\nb"), "a\r\nb");
-    EXPECT_EQ(QpEncode("a\nb\rc"), "a=0Ab=0Dc");
-    EXPECT_EQ(QpEncode("a \r\n"), "a=20\r\n");
-    EXPECT_EQ(QpEncode("\t\x7F\xE9"), "=09=7F=E9");
-    const std::string line80(80, 'x');
-    EXPECT_EQ(QpEncode(line80), std::string(75, 'x') + "=\r\n" + std::string(5, 'x'));
-    // An escape that would pass column 75 moves to the next line whole.
-    EXPECT_EQ(QpEncode(std::string(74, 'x') + "="),
-              std::string(74, 'x') + "=\r\n=3D");
-    std::string escaped;
-    for (int i = 0; i < 25; ++i)
-        escaped += "=FF";
-    EXPECT_EQ(QpEncode(std::string(40, '\xFF')), escaped + "=\r\n" + escaped.substr(0, 45));
-}
-
-TEST(QuotedPrintable, RoundTripsEveryByte)
-{
-    std::string all;
-    for (int i = 1; i < 256; ++i)   // the decoder stops at NUL
-        all += static_cast<char>(i);
-    const std::string text = all + "line one  \r\nline two\r\n" + all + all;
-    EXPECT_EQ(QpDecode(QpEncode(text)), text);
 }
 
 } // namespace

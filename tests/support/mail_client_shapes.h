@@ -1,8 +1,6 @@
 // Mails whose MIME parameters a careless reader takes differently from a
 // mail client, each with what the reference client library sees in it: the
-// attachments (name and type of every part that has a name or a non-text
-// type) and whether the structure itself reads two ways. Shared by the walk's
-// tests and the end-to-end tests through ovctl.
+// attachments (name and type) and whether the structure reads two ways.
 //
 //   for (const MailClientShape &shape : MailClientShapes()) ...
 #pragma once
@@ -122,9 +120,7 @@ inline std::vector<MailClientShape> MailClientShapes()
           {"evil1.exe", "application/octet-stream"},
           {"evil2.exe", "application/octet-stream"},
           {"\xa5\xc6\xa5\xb9\xa5\xc8.exe", "application/octet-stream"},
-          {"\xa5\xc6\xa5\xb9\xa5\xc8"
-           "2.exe",
-           "application/octet-stream"}},
+          {"\xa5\xc6\xa5\xb9\xa5\xc8" "2.exe", "application/octet-stream"}},
          0},
         {"quoted names",
          MailClientMixed({"Content-Type: application/octet-stream; name=\"ev\\\\il\\\"3.exe\"\n",

@@ -9,43 +9,32 @@
 #include "mail/charset.h"
 #include "support/iconv_text.h"
 
-// The malloc'ed C string as a std::string (freed); "<null>" for null.
-inline std::string TakeText(char *p)
+// The first n bytes (n < 0: up to the NUL) of a malloc'ed buffer, freed;
+// "<null>" for null.
+inline std::string TakeBytes(char *p, int n)
 {
-    if (!p)
-        return "<null>";
-    std::string s = p;
+    std::string s = !p ? "<null>" : n < 0 ? std::string(p) : std::string(p, size_t(n));
     std::free(p);
     return s;
 }
 
-// The first n bytes of a malloc'ed buffer (freed); "<null>" for null.
-inline std::string TakeBytes(char *p, int n)
+inline std::string TakeText(char *p)
 {
-    if (!p)
-        return "<null>";
-    std::string s(p, static_cast<size_t>(n));
-    std::free(p);
-    return s;
+    return TakeBytes(p, -1);
 }
 
 // glibc iconv of the whole input from one code to another.
 struct Oracle {
-    Oracle(const char *from, const char *to) : from(from), to(to) {}
-    bool ok() const
-    {
-        std::string out;
-        return IconvText("", from, to, &out);
-    }
+    const char *from, *to;
     bool operator()(const std::string &in, std::string *out) const
     {
         return IconvText(in, from, to, out);
     }
-    const char *from, *to;
 };
 
 // Sets `_language` (and `_kanji` to EUC) for the lifetime of the object.
-class HostLanguage {
+class HostLanguage
+{
 public:
     explicit HostLanguage(int language) : m_language(_language), m_kanji(_kanji)
     {
@@ -61,6 +50,5 @@ public:
     HostLanguage &operator=(const HostLanguage &) = delete;
 
 private:
-    int m_language;
-    int m_kanji;
+    int m_language, m_kanji;
 };

@@ -1,14 +1,9 @@
-// Japanese mail bodies for the tests of body decoding: random lines of
-// kana, kanji and ASCII words, made as EUC-JP (the walk's own code, so the
-// expected text needs no conversion) and turned into ISO-2022-JP or
-// Shift_JIS by glibc's iconv; transfer encodings that put a line break
-// wherever a test asks.
+// Japanese mail bodies for the tests of body decoding: random EUC-JP lines
+// (the walk's own code), turned into other codes by glibc's iconv, and
+// transfer encodings that put a line break wherever a test asks.
 //
-//   std::mt19937 random(7);
-//   std::string euc = RandomJapaneseText(random, 12);          // CR LF lines
-//   std::string sjis = JapaneseIn("SHIFT_JIS", euc);
-//   std::string body = Base64Body(sjis);                       // 76-column lines
-//   std::string mail = JapaneseMail("shift_jis", "base64", body);
+//   std::string sjis = JapaneseIn("SHIFT_JIS", RandomJapaneseText(random, 12));
+//   std::string mail = JapaneseMail("shift_jis", "base64", Base64Body(sjis));
 #pragma once
 
 #include <algorithm>
@@ -21,46 +16,6 @@
 #include "mail/transfer_codecs.h"
 #include "support/mail_codec_fixtures.h"
 
-// One EUC-JP character of JIS X 0208 row `row`, cell `cell`.
-inline std::string JapaneseEucChar(int row, int cell)
-{
-    return {char(0xA0 + row), char(0xA0 + cell)};
-}
-
-inline std::string JapaneseRun(std::mt19937 &random, int row, int lastCell, int longest)
-{
-    std::string run;
-    for (int n = std::uniform_int_distribution<int>(1, longest)(random); n > 0; --n)
-        run += JapaneseEucChar(row, std::uniform_int_distribution<int>(1, lastCell)(random));
-    return run;
-}
-
-inline std::string JapaneseKanji(std::mt19937 &random)
-{
-    std::string run;
-    for (int n = std::uniform_int_distribution<int>(1, 4)(random); n > 0; --n) {
-        // Level 1 (rows 16-46) and level 2 (rows 48-83) are fully assigned.
-        int row = std::uniform_int_distribution<int>(16, 82)(random);
-        row += row >= 47 ? 1 : 0;
-        run += JapaneseEucChar(row, std::uniform_int_distribution<int>(1, 94)(random));
-    }
-    return run;
-}
-
-// A run of 1 to 12 ASCII words, each followed by a blank.
-inline std::string JapaneseAsciiWords(std::mt19937 &random)
-{
-    std::string words;
-    for (int n = std::uniform_int_distribution<int>(1, 12)(random); n > 0; --n) {
-        for (int k = std::uniform_int_distribution<int>(2, 8)(random); k > 0; --k)
-            words += char('a' + std::uniform_int_distribution<int>(0, 25)(random));
-        words += ' ';
-    }
-    return words;
-}
-
-inline const char kQpHex[] = "0123456789ABCDEF";
-
 // The text with every CR and LF removed.
 inline std::string WithoutLineBreaks(std::string text)
 {
@@ -70,32 +25,43 @@ inline std::string WithoutLineBreaks(std::string text)
     return text;
 }
 
-// Lines of EUC-JP text, each ending in CR LF; every line holds hiragana.
-// Kanji come from both JIS levels, so that Shift_JIS lead bytes of both
-// ranges (0x81-0x9F, 0xE0-0xEF) occur.
+// Lines of EUC-JP text, each ending in CR LF and holding hiragana, with
+// katakana, punctuation, ASCII words and kanji of both JIS levels (so that
+// Shift_JIS lead bytes of both ranges, 0x81-0x9F and 0xE0-0xEF, occur).
 inline std::string RandomJapaneseText(std::mt19937 &random, int lines)
 {
+    auto pick = [&random](int low, int high) {
+        return std::uniform_int_distribution<int>(low, high)(random);
+    };
+    auto run = [&](int row, int lastCell, int longest) {
+        std::string chars;
+        for (int n = pick(1, longest); n > 0; --n)
+            chars += {char(0xA0 + row), char(0xA0 + pick(1, lastCell))};
+        return chars;
+    };
     std::string text;
     for (int line = 0; line < lines; ++line) {
-        text += JapaneseRun(random, 4, 83, 5); // hiragana
-        for (int n = std::uniform_int_distribution<int>(2, 16)(random); n > 0; --n) {
-            switch (std::uniform_int_distribution<int>(0, 7)(random)) {
+        text += run(4, 83, 5); // hiragana
+        for (int n = pick(2, 16); n > 0; --n) {
+            switch (pick(0, 7)) {
             case 0:
-                text += JapaneseRun(random, 4, 83, 5);
+                text += run(5, 86, 4); // katakana
                 break;
             case 1:
-                text += JapaneseRun(random, 5, 86, 4); // katakana
+                text += {char(0xA1), char(0xA0 + pick(2, 3))}; // 、 。
                 break;
             case 2:
-                text += JapaneseKanji(random);
-                break;
-            case 3:
-                text +=
-                    JapaneseEucChar(1, std::uniform_int_distribution<int>(2, 3)(random)); // 、 。
+                for (int k = pick(1, 4); k > 0; --k) { // level 1 (rows 16-46) and 2 (48-83)
+                    const int row = pick(16, 82);
+                    text += run(row + (row >= 47 ? 1 : 0), 94, 1);
+                }
                 break;
             default:
-                text += JapaneseAsciiWords(random);
-                break;
+                for (int w = pick(1, 12); w > 0; --w) {
+                    for (int k = pick(2, 8); k > 0; --k)
+                        text += char('a' + pick(0, 25));
+                    text += ' ';
+                }
             }
         }
         text += "\r\n";
@@ -107,7 +73,7 @@ inline std::string RandomJapaneseText(std::mt19937 &random, int lines)
 // "EUC-JP"); throws when iconv cannot convert it.
 inline std::string JapaneseIn(const char *code, const std::string &euc)
 {
-    Oracle convert("EUC-JP", code);
+    Oracle convert{"EUC-JP", code};
     std::string out;
     if (!convert(euc, &out))
         throw std::runtime_error(std::string("iconv cannot write ") + code);
@@ -145,7 +111,7 @@ inline std::string QpLines(const std::string &bytes)
         } else if (c > ' ' && c < 0x7F && c != '=') {
             out += char(c);
         } else {
-            out += {'=', kQpHex[c >> 4], kQpHex[c & 15]};
+            out += {'=', "0123456789ABCDEF"[c >> 4], "0123456789ABCDEF"[c & 15]};
         }
     }
     return out;
@@ -180,3 +146,10 @@ inline std::string JapaneseMail(const std::string &charset, const std::string &e
            "Content-Type: text/plain; charset=" +
            charset + "\r\nContent-Transfer-Encoding: " + encoding + "\r\n\r\n" + body;
 }
+
+// The three codes of Japanese mail: iconv's name and the MIME charset.
+struct JapaneseCode {
+    const char *iconvName, *charset;
+};
+inline const JapaneseCode kJapaneseCodes[] = {
+    {"ISO-2022-JP", "iso-2022-jp"}, {"SHIFT_JIS", "shift_jis"}, {"EUC-JP", "euc-jp"}};

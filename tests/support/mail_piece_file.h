@@ -48,7 +48,7 @@ struct PieceFileState {
 
 inline FILE *OpenPieceFile(const std::string &bytes, size_t piece)
 {
-    auto *state = new PieceFileState{bytes, piece == 0 ? 1 : piece};
+    auto *state = new PieceFileState{bytes, std::max<size_t>(piece, 1)};
     FILE *file = fopencookie(
         state, "rb", {PieceFileState::Read, nullptr, PieceFileState::Seek, PieceFileState::Close});
     if (!file)

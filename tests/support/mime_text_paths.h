@@ -24,15 +24,12 @@ inline WalkResult WalkWithPath(const std::string &mail, MimeTextPath path, size_
 {
     WalkResult result;
     auto buf = std::make_unique<MEMBUF>();
-    FILE *in = fmemopen(const_cast<char *>(mail.data()), mail.size(), "rb");
     FILE *spill = std::tmpfile();
-    if (!in || !spill) {
-        if (in)
-            std::fclose(in);
+    FILE *in = spill ? fmemopen(const_cast<char *>(mail.data()), mail.size(), "rb") : nullptr;
+    if (!in) {
         if (spill)
             std::fclose(spill);
-        result.text = "cannot open";
-        return result;
+        return {"cannot open", ""};
     }
     CMailInfo info;
     WalkMail(in, long(mail.size()), buf.get(), spill, &info, blockSize, path);
