@@ -1,0 +1,89 @@
+// Reloading the plug-in's settings: the check that refuses a reload the real
+// libov.so would wedge on, while mail keeps being judged on the old settings.
+#include "tools/ovmilter/settings_reload.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <functional>
+
+#include "support/plugin_host_fixture.h"
+#include "support/plugin_installation.h"
+#include "support/plugin_mail_corpus.h"
+
+namespace {
+
+// Starts the plug-in on the installation, breaks it, reloads, has a junk
+// mail judged and stops the plug-in - in a child process, since the plug-in
+// keeps process-wide state and one that wedges must fail the test rather
+// than hang it. Returns a transcript of the steps.
+std::string ReloadInChild(PluginInstallation &install, const std::function<void()> &breakFiles)
+{
+    PluginHeaders junk;
+    junk.subject = PluginJunkSubject();
+    const PluginSpoolMail mail = install.AddMail(PluginPlainMail(junk, "hello"));
+    const std::string transcript = install.root() + "/transcript";
+    const int status = PluginRunInChild(
+        [&] {
+            // Written after each step, so that a hang shows where.
+            std::string text, error;
+            auto note = [&](const std::string &step) { WriteFile(transcript, text += step); };
+            PluginHost host;
+            if (!host.load(OV_LIBOV_PATH, &error))
+                note(error);
+            ZWHostInfo info{};
+            note("init=" + std::to_string(host.initialize(install.root().c_str(), &info)));
+            breakFiles();
+            note(" reload=" + std::to_string(reload_settings(host, install.root(), &error)));
+            note(" why=" + error);
+            ZWHostCall call{};
+            std::strcpy(call.af_path, mail.af.c_str());
+            ZWMailResult result{};
+            note(" process=" + std::to_string(host.process(&call, &result)));
+            note(" cleanup=" + std::to_string(host.cleanup()));
+            return 0;
+        },
+        60);
+    EXPECT_EQ(status, 0) << "the child crashed or hung";
+    return ReadFile(transcript);
+}
+
+TEST(SettingsReload, RefusesAReloadThatWouldHoldMail)
+{
+    struct Row {
+        const char *what;
+        std::function<void(PluginInstallation &)> breakFiles;
+        std::string expected;
+    } rows[] = {
+        {"files as installed", [](PluginInstallation &) {}, "init=0 reload=0 why= "},
+        {"policies garbled",
+         [](PluginInstallation &install) {
+             WriteFile(install.Path("CsConfig.dat"), "policies\t\x01garbage");
+         },
+         "init=0 reload=1 why=the keyword policies of %CsConfig.dat do not load "},
+        {"contscan.ini gone",
+         [](PluginInstallation &install) { std::remove(install.Path("contscan.ini").c_str()); },
+         "init=0 reload=1 why=cannot read %contscan.ini: No such file or directory "},
+        {"quarantine directory a plain file",
+         [](PluginInstallation &install) {
+             WriteFile(install.root() + "/q", "x");
+             install.ini.Set("Advanced Options", "QuarantineDirectory", install.root() + "/q");
+             install.WriteIni();
+         },
+         "init=0 reload=1 why=quarantine directory %/q (QuarantineDirectory): cannot create it: "
+         "Not a directory "},
+    };
+    for (const Row &row : rows) {
+        PluginInstallation install;
+        std::string expected = row.expected;
+        size_t mark = expected.find('%');
+        if (mark != std::string::npos)
+            expected.replace(mark, 1, expected[mark + 1] == '/' ? install.root() : install.ProgramDir());
+        // The junk rule of the old settings still deletes the mail (2).
+        EXPECT_EQ(ReloadInChild(install, [&] { row.breakFiles(install); }),
+                  expected + "process=2 cleanup=0")
+            << row.what;
+    }
+}
+
+} // namespace
