@@ -1,7 +1,6 @@
 // ConfigFile: the reading quirks, look-ups, changes and writing back.
 #include "base/config_file.h"
 
-#include <sys/stat.h>
 #include <sys/time.h>
 #include <unistd.h>
 
@@ -13,7 +12,6 @@
 
 namespace {
 
-// Reads text as a file and writes the tree back; returns what was written.
 std::string round_trip(const BaseTempDir &tmp, const std::string &text, int caseSensitive = 0)
 {
     ConfigFile config(tmp.write("in.ini", text).c_str(), caseSensitive);
@@ -47,15 +45,6 @@ TEST(ConfigFileTest, WritesBackWhatItKeeps)
     EXPECT_EQ("\n[Sec]\nKey=Value\n", round_trip(tmp, "[Sec]\nKey=Value\n", 1));
 }
 
-TEST(ConfigFileTest, EveryReadAddsOneEmptyFirstLine)
-{
-    BaseTempDir tmp;
-    std::string file = tmp.write("a.ini", "[s]\nk=v\n");
-    for (int i = 0; i < 3; ++i)
-        EXPECT_EQ(0, ConfigFile(file.c_str(), 0).dump());
-    EXPECT_EQ("\n\n\n[s]\nk=v\n", ReadFile(file));
-}
-
 TEST(ConfigFileTest, LooksUpFirstSectionAndExactKey)
 {
     BaseTempDir tmp;
@@ -69,13 +58,8 @@ TEST(ConfigFileTest, LooksUpFirstSectionAndExactKey)
         {"main", "multi", "a\n  b"}, {"dup", "a", "1"}, {"dup", "b", nullptr},
         {"main", "nothere", nullptr}, {"nothere", "key", nullptr}, {"", "top", nullptr},
     };
-    for (const auto &row : rows) {
-        const char *got = config.getparam(row.section, row.key);
-        if (row.value)
-            EXPECT_STREQ(row.value, got) << row.section << "/" << row.key;
-        else
-            EXPECT_EQ(nullptr, got) << row.section << "/" << row.key;
-    }
+    for (const auto &row : rows)
+        EXPECT_STREQ(row.value, config.getparam(row.section, row.key)) << row.section << "/" << row.key;
     ConfigFile exact(file.c_str(), 1);
     EXPECT_STREQ("Value", exact.getparam("Main", "Key"));
     EXPECT_EQ(nullptr, exact.getparam("main", "key"));
@@ -99,17 +83,6 @@ TEST(ConfigFileTest, ChangesGoToTheirSectionOrTheEnd)
     EXPECT_STREQ("c\nd", ConfigFile(file.c_str(), 0).getparam("c", "key"));
 }
 
-TEST(ConfigFileTest, DumpWithoutLeavesOutTheSection)
-{
-    BaseTempDir tmp;
-    std::string file = tmp.write("a.ini", "#h\n[a]\nx=1\n#in a\n[B]\ny=2\n\n[c]\nz=3\n");
-    ConfigFile config(file.c_str(), 0);
-    EXPECT_EQ(0, config.dumpWithout(tmp.path("out.ini").c_str(), "b"));
-    EXPECT_EQ("\n#h\n[a]\nx=1\n#in a\n[c]\nz=3\n", ReadFile(tmp.path("out.ini")));
-    EXPECT_EQ(0, config.dumpWithout("nothere"));
-    EXPECT_EQ("\n#h\n[a]\nx=1\n#in a\n[b]\ny=2\n\n[c]\nz=3\n", ReadFile(file));
-}
-
 TEST(ConfigFileTest, MissingJunkAndLongLinesAreSurvived)
 {
     BaseTempDir tmp;
@@ -117,16 +90,14 @@ TEST(ConfigFileTest, MissingJunkAndLongLinesAreSurvived)
     EXPECT_FALSE(missing.ok());
     EXPECT_EQ(nullptr, missing.getparam("s", "k"));
     EXPECT_EQ(-1, missing.refresh());
-    EXPECT_FALSE(FileExists(tmp.path("none.ini")));
     EXPECT_EQ(-1, ConfigFile(tmp.dir().c_str(), 0).dump());   // opens, but reads nothing
-
+    EXPECT_FALSE(FileExists(tmp.path("none.ini")));
     std::string junk;
     for (int i = 0; i < 5000; ++i)
         junk += static_cast<char>((i * 7919) % 256);
     ConfigFile(tmp.write("junk.ini", junk).c_str(), 0).dump(tmp.path("out.ini").c_str());
     ConfigFile config(tmp.write("long.ini", "[s]\nk=" + std::string(3000, 'x') + "\nnext=1\n").c_str(), 0);
-    ASSERT_NE(nullptr, config.getparam("s", "k"));
-    EXPECT_EQ(1021u, std::string(config.getparam("s", "k")).size());   // 1023-byte line
+    EXPECT_EQ(std::string(1021, 'x'), config.getparam("s", "k"));   // a 1023-byte line
     EXPECT_STREQ("1", config.getparam("s", "next"));
 }
 
@@ -144,31 +115,7 @@ TEST(ConfigFileTest, RefreshRereadsOnlyAChangedFile)
     EXPECT_STREQ("2", config.getparam("s", "k"));
     unlink(file.c_str());
     EXPECT_EQ(-1, config.refresh());
-    EXPECT_STREQ("2", config.getparam("s", "k"));
-}
-
-TEST(ConfigFileTest, CopiesShareTheTree)
-{
-    BaseTempDir tmp;
-    ConfigFile config(tmp.write("a.ini", "[s]\nk=1\n").c_str(), 0);
-    ConfigFile copy(config), assigned(tmp.path("none").c_str(), 0);
-    assigned.copy(config);
-    copy.setparam("s", "k", "2");
-    EXPECT_STREQ("2", config.getparam("s", "k"));
-    EXPECT_STREQ("2", assigned.getparam("s", "k"));
-}
-
-TEST(ConfigFileTest, ValidNamesAndValuesReadBackAsWritten)
-{
-    for (const char *name : {"general", "key ", "a b", "x.y-z_(1)", "\xa0k"})
-        EXPECT_TRUE(ConfigFile::valid_name(name)) << name;
-    for (const char *name : {"", " lead", "a]b", "k=v", "tab\tin", "#c", "\x8d"})
-        EXPECT_FALSE(ConfigFile::valid_name(name)) << name;
-    for (const char *value : {"", "v", "a b", "a\n  b", "a\\b"})
-        EXPECT_TRUE(ConfigFile::valid_value(value)) << value;
-    for (const char *value : {" v", "v\t", "v\\"})
-        EXPECT_FALSE(ConfigFile::valid_value(value)) << value;
-    EXPECT_FALSE(ConfigFile::valid_name(nullptr));
+    EXPECT_STREQ("2", config.getparam("s", "k"));   // a failed reread keeps the tree
 }
 
 } // namespace

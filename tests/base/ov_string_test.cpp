@@ -28,30 +28,6 @@ TEST(OvStringTest, TStringFormatTrimLower)
     EXPECT_EQ("", s.trim_right());
 }
 
-TEST(OvStringTest, StringBuildsAndSearches)
-{
-    String s;
-    s << "n=" << 42 << ' ' << -7L << ' ' << 3000000000UL << ' ' << 1.5 << String("!") << nullptr;
-    EXPECT_EQ("n=42 -7 3000000000 1.5!", s.str());
-    EXPECT_EQ(2, s.Find("42"));
-    EXPECT_EQ(-1, s.Find("42", 3));
-    EXPECT_EQ(-1, s.Find("x", 100));
-    EXPECT_EQ(-1, s.Find(nullptr));
-    EXPECT_EQ(4, s.Find(' '));
-    EXPECT_EQ("42", s.Mid(2, 2).str());
-    EXPECT_EQ("!", s.Mid(s.length() - 1).str());
-    EXPECT_EQ("", s.Mid(100).str());
-
-    String t(" \tAbC \r\n");
-    EXPECT_EQ("AbC \r\n", String(t).TrimLeft().str());
-    EXPECT_EQ(" \tAbC", String(t).TrimRight().str());
-    EXPECT_EQ("ABC", t.trim().upper().str());
-    EXPECT_EQ("abc", t.lower().str());
-    EXPECT_TRUE(t == "abc");
-    EXPECT_EQ("", String(nullptr).str());
-    EXPECT_EQ(3u, String("a\0b", 3).length());
-}
-
 TEST(OvStringTest, SplitKeepsOrSkipsEmptyPieces)
 {
     const struct {

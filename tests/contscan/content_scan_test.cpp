@@ -18,8 +18,6 @@ struct SetDeleter {
     void operator()(POLICYSET *set) const { ZWContScanCleanUp(set); }
 };
 
-// A policy set from tokens and settings, scanning texts written under a
-// given file name.
 class ScanFixture
 {
 public:
@@ -32,11 +30,8 @@ public:
 
     POLICYSET *set() { return m_set.get(); }
 
-    // Scans text as the file `name` (in memory mode when asked, with the
-    // file left empty; with `stream`, from a file the caller holds open and
-    // has just written, as the plug-in's pipeline does); returns
-    // "name:flags" per policy ("m" matched, "n" no action) and the scan's
-    // result.
+    // Scans text as the file `name` (in memory, or from an open file when
+    // asked); returns "name:flags" per policy ("m" matched, "n" no action).
     std::vector<std::string> Scan(const std::string &text, const std::string &name = "DFI1234",
                                   bool inMemory = false, int *result = nullptr, bool stream = false)
     {
@@ -63,10 +58,9 @@ public:
         if (result)
             *result = rc;
         std::vector<std::string> flags;
-        for (const _POLICY_MATCH_INFO &e : entries) {
+        for (const _POLICY_MATCH_INFO &e : entries)
             flags.push_back(std::string(e.m_pPolicy->m_szName) + ":" + (e.m_nMatched ? "m" : "") +
                             (e.m_nNoAction ? "n" : ""));
-        }
         return flags;
     }
 
@@ -82,9 +76,7 @@ TEST(ContentScan, ListsCombineWithAndPoliciesWithOr)
     struct ScanCase {
         const char *name;
         std::vector<std::string> tokens;
-        std::string settings;
-        std::string text;
-        std::string file;
+        std::string settings, text, file;
         Flags expected;
     };
     const std::vector<std::string> freeMoney = {"shP", "whfree", "wdmoney"};
@@ -131,12 +123,9 @@ TEST(ContentScan, ListsCombineWithAndPoliciesWithOr)
     for (const ScanCase &c : cases) {
         ScanFixture scan(c.tokens, c.settings);
         ASSERT_NE(scan.set(), nullptr) << c.name;
-        EXPECT_EQ(scan.Scan(c.text, c.file), c.expected) << c.name;
-        EXPECT_EQ(scan.Scan(c.text, c.file, true), c.expected) << c.name << " (memory)";
-        EXPECT_EQ(scan.Scan(c.text, c.file, false, nullptr, true), c.expected)
-            << c.name << " (open file)";
-        EXPECT_EQ(scan.Scan(c.text, c.file, true, nullptr, true), c.expected)
-            << c.name << " (memory, open file)";
+        for (int mode = 0; mode < 4; ++mode)   // file, memory, open file, memory and open file
+            EXPECT_EQ(scan.Scan(c.text, c.file, mode & 1, nullptr, mode & 2), c.expected)
+                << c.name << " mode " << mode;
     }
 }
 

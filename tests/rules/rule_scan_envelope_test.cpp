@@ -16,10 +16,9 @@ TEST(CRuleScanGetAFInfo, FirstLineOfTheLetterInBothModes)
     std::string af = dir.write("AFI1",
                                "SFirst\nSSecond\nT<a@x>\r\nF<>\nO<\nD>\nC<c@x\n"
                                "P=?ISO-2022-JP?B?GyRCRnxLXBsoQg==?=\n");
-    struct {
+    const struct {
         char letter;
-        bool raw;
-        bool result;
+        bool raw, result;
         const char *value;
     } rows[] = {
         {'S', true, true, "First"}, {'S', false, true, "First"}, {'T', true, true, "<a@x>"},
@@ -30,15 +29,13 @@ TEST(CRuleScanGetAFInfo, FirstLineOfTheLetterInBothModes)
         {'C', false, true, "c@x"},
         {'P', true, true, "\xC6\xFC\xCB\xDC"},   // decoded to the host code
         {'R', true, false, ""},            // no such line
-        {'X', true, false, ""},            // not a command letter
-        {'s', true, false, ""},
+        {'X', true, false, ""}, {'s', true, false, ""},   // not command letters
     };
     CRuleScan scan;
     for (const auto &row : rows) {
         std::string value = "old";
-        EXPECT_EQ(scan.GetAFInfo(row.letter, af.c_str(), value, row.raw), row.result)
-            << row.letter << (row.raw ? " raw" : "");
-        EXPECT_EQ(value, row.value) << row.letter << (row.raw ? " raw" : "");
+        EXPECT_EQ(scan.GetAFInfo(row.letter, af.c_str(), value, row.raw), row.result) << row.letter;
+        EXPECT_EQ(value, row.value) << row.letter << row.raw;
     }
     std::string value = "old";
     EXPECT_FALSE(scan.GetAFInfo('S', "/nonexistent/AFI1", value, true));
@@ -51,14 +48,12 @@ TEST(CRuleScanGetAFInfo, WarnsOfAnEmptyValueInRawMode)
     std::string af = dir.write("AFI1", "S  \nSlater\n");
     CRuleScan scan;
     BaseLogCapture capture;
-    std::string value = "old";
+    std::string value = "old", raw = "old";
     EXPECT_TRUE(scan.GetAFInfo('S', af.c_str(), value, false));
-    EXPECT_EQ(value, "");
     EXPECT_TRUE(capture.lines().empty());
-    EXPECT_TRUE(scan.GetAFInfo('S', af.c_str(), value, true));
-    EXPECT_EQ(value, "");
+    EXPECT_TRUE(scan.GetAFInfo('S', af.c_str(), raw, true));
+    EXPECT_EQ(value + raw, "");
     EXPECT_EQ(capture.lines(),
               (std::vector<std::string>{"GetAFInfo(): Warning! S command have no value."}));
 }
-
 } // namespace

@@ -1,7 +1,6 @@
-// CRuleScan::Scan over files its caller holds open, as the plug-in's pipeline
-// calls it (the message read first for its relay hosts, the text file made
-// by CreateTempFile), against the MIME walk and relay hosts read from the
-// paths: the same text, text file, attachments and hosts.
+// CRuleScan::Scan over files its caller holds open (as the plug-in's pipeline
+// does) gives the same text, text file, attachments and hosts as the MIME
+// walk and relay-host read over the paths.
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -42,34 +41,25 @@ std::string Picture(const MEMBUF &text, const std::string &textFile, const CMail
     return out;
 }
 
-std::vector<std::string> Mails()
+TEST(RuleScanOpenFiles, GivesWhatTheWalkOverThePathsGives)
 {
-    std::vector<std::string> mails;
+    BaseTempDir dir;
+    WriteFile(dir.path("spamrule.txt"), "");
+    CRuleScan scan;
+    ASSERT_TRUE(scan.Initialize(dir.path("spamrule.txt").c_str()));
+    const std::string af = dir.path("AFI7");
+    WriteFile(af, "Fa@partner.example\nTb@corp.example\n");
+
+    std::vector<std::string> mails = {"Subject: no MIME, no end of line"};
     for (const PluginCorpusMail &mail : PluginCorpus(27, 11))
         mails.push_back(mail.text);
     std::mt19937 random(3);
     const std::string big = PluginProse(random, 1700);   // past the 99999 bytes held in memory
     mails.push_back(PluginPlainMail({}, big));
-    mails.push_back(PluginMultipartMail(
-                        {}, big, {{"a.exe", "application/octet-stream", PluginBinaryBytes(5000, 1)}})
-                        .text);
-    mails.push_back("Subject: no MIME, no end of line");
-    return mails;
-}
-
-TEST(RuleScanOpenFiles, GivesWhatTheWalkOverThePathsGives)
-{
-    RulesTempDir dir;
-    WriteFile(dir.file("spamrule.txt"), "");
-    CRuleScan scan;
-    ASSERT_TRUE(scan.Initialize(dir.file("spamrule.txt").c_str()));
-    const std::string af = dir.file("AFI7");
-    WriteFile(af, "Fa@partner.example\nTb@corp.example\n");
-
-    const std::vector<std::string> mails = Mails();
+    mails.push_back(PluginMultipartMail({}, big, {{"a.exe", "application/x", PluginBinaryBytes(5000, 1)}}).text);
     for (size_t m = 0; m < mails.size(); ++m) {
         SCOPED_TRACE("mail " + std::to_string(m));
-        const std::string df = dir.file("DFI7");
+        const std::string df = dir.path("DFI7");
         WriteFile(df, mails[m]);
 
         std::unique_ptr<MEMBUF> pathText(new MEMBUF{});
@@ -78,25 +68,22 @@ TEST(RuleScanOpenFiles, GivesWhatTheWalkOverThePathsGives)
             RuleFilePtr message = OpenRuleFile(df.c_str(), "rb");
             CollectReceivedHosts(message.get(), byPath);
         }
-        ASSERT_TRUE(GetAttachmentInfo(df.c_str(), pathText.get(), dir.file("path.txt").c_str(),
+        ASSERT_TRUE(GetAttachmentInfo(df.c_str(), pathText.get(), dir.path("path.txt").c_str(),
                                       &byPath));
         const std::string expected =
-            Picture(*pathText, ReadFile(dir.file("path.txt")), byPath);
+            Picture(*pathText, ReadFile(dir.path("path.txt")), byPath);
 
         char textPath[OV_MAX_PATH];
-        const int fd = CreateTempFile(dir.file("").c_str(), "DFI", ".tmp", textPath);
+        const int fd = CreateTempFile(dir.path("").c_str(), "DFI", ".tmp", textPath);
         ASSERT_GE(fd, 0);
         ASSERT_EQ(1, pwrite(fd, "\n", 1, 0));   // as the pipeline's probe may leave it
         ASSERT_EQ(0, ftruncate(fd, 0));
         RuleFilePtr text(fdopen(fd, "w+b"));
         RuleFilePtr message = OpenRuleFile(df.c_str(), "rb");
         ScanFiles files;
-        files.af = af.c_str();
-        files.df = df.c_str();
-        files.message = message.get();
+        files.af = af.c_str(), files.df = df.c_str(), files.message = message.get();
         files.messageSize = static_cast<long>(mails[m].size());
-        files.text = text.get();
-        files.textPath = textPath;
+        files.text = text.get(), files.textPath = textPath;
         std::unique_ptr<MEMBUF> openText(new MEMBUF{});
         CMailInfo byFiles;
         std::string name, rule;

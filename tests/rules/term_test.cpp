@@ -8,19 +8,12 @@
 #include <vector>
 
 #include "rules/expression.h"
+#include "support/rules_fixtures.h"
 
 namespace {
 
 // Sunday 2002-12-01 10:30:00 UTC.
 const int kSundayAtTen = 1038738600;
-
-void Store(std::string &field, const char *&view, const char *text)
-{
-    if (text == nullptr)
-        return;
-    field = text;
-    view = field.c_str();
-}
 
 class RuleEvaluation : public ::testing::Test {
 protected:
@@ -28,82 +21,57 @@ protected:
     {
         setenv("TZ", "UTC", 1);
         tzset();
-        Store(mail.m_strFrom, mail.m_pszFrom, "Alice <alice@example.com>");
-        Store(mail.m_strEnvelopeFrom, mail.m_pszEnvelopeFrom, "bounce@lists.example.org");
-        Store(mail.m_strTo, mail.m_pszTo, "carol@example.com, bob@example.net");
-        Store(mail.m_strReplyTo, mail.m_pszReplyTo, "");
-        Store(mail.m_strSubject, mail.m_pszSubject, "Hello World");
-        // No C line: m_pszCc stays null.
+        rules_set_users(mail, "Alice <alice@example.com>", "carol@example.com, bob@example.net", "");
+        mail.m_strEnvelopeFrom = "bounce@lists.example.org";   // no C line: m_pszCc stays null
+        mail.m_pszEnvelopeFrom = mail.m_strEnvelopeFrom.c_str();
+        mail.m_strSubject = "Hello World";
+        mail.m_pszSubject = mail.m_strSubject.c_str();
         mail.m_nMailSize = 100;
         mail.m_lReceivedTime = kSundayAtTen;
         for (std::string host : {"mx.example.com", "relay.spam.example"})
             mail.AddDomain(&host[0]);
-        char pdf[] = "Report.PDF", pdfType[] = "Application/PDF";
-        mail.AddAttach(pdf, pdfType);
-        char tnef[] = "winmail.dat", tnefType[] = "application/ms-tnef";
-        mail.AddAttach(tnef, tnefType);
-        mail.m_pAttach[1]->AddFileName("budget.xls", false);
-        mail.m_pAttach[1]->AddFileName("notes", false);
+        rules_add_attach(mail, "Report.PDF", "Application/PDF");
+        rules_add_attach(mail, "winmail.dat", "application/ms-tnef", {"budget.xls", "notes"});
     }
 
-    struct Row {
-        const char *sentence;
-        bool expected;
-    };
-
-    void Check(const std::vector<Row> &rows)
+    void Check(const std::vector<std::pair<const char *, bool>> &rows)
     {
-        for (const Row &row : rows) {
+        for (const auto &row : rows) {
             CExpression rule;
-            ASSERT_TRUE(rule.ParseExpression(row.sentence, true)) << row.sentence;
-            EXPECT_EQ(rule.Evaluate(&mail), row.expected) << row.sentence;
+            ASSERT_TRUE(rule.ParseExpression(row.first, true)) << row.first;
+            EXPECT_EQ(rule.Evaluate(&mail), row.second) << row.first;
         }
     }
 
     CMailInfo mail;
 };
 
-TEST_F(RuleEvaluation, Subject)
+TEST_F(RuleEvaluation, HeaderFields)
 {
     Check({
-        {R"(SUBJ="Hello World")", true}, {R"(SUBJ="hello world")", false},
-        {R"(SUBJ=I"HELLO world")", true},
+        {R"(SUBJ="Hello World")", true}, {R"(SUBJ="hello world")", false}, {R"(SUBJ=I"HELLO world")", true},
         {R"(SUBJ="Hello")", false},               // exact without S
-        {R"(SUBJ=S"Hello")", true},               // pieces, unanchored
         {R"(SUBJ=S"*World")", true}, {R"(SUBJ=S"World*Hello")", false}, {R"(SUBJ=S"hello")", false},
-        {R"(SUBJ=IS"hello*WORLD")", true}, {R"(SUBJ!="x")", true},
-        {R"(SUBJ!="Hello World")", false},
+        {R"(SUBJ=IS"hello*WORLD")", true}, {R"(SUBJ!="Hello World")", false},
         {R"(SUBJ<"x")", true},                    // any operator but = means "differs"
         {R"(SUBJ="Hello World,x")", false},       // a subject value is not a list
-        {R"(SUBJ="")", false}, {R"(SUBJ="''")", false},
-    });
-}
-
-TEST_F(RuleEvaluation, SenderFallsBackToTheEnvelopeSender)
-{
-    Check({
-        {R"(FROM="Alice <alice@example.com>")", true}, {R"(FROM="bounce@lists.example.org")", true},
-        {R"(FROM=S"alice@")", true}, {R"(FROM=S"lists.example")", true},
+        {R"(SUBJ="''")", false},
+        {R"(FROM="bounce@lists.example.org")", true},   // the envelope sender too
         {R"(FROM=IS"*EXAMPLE.ORG")", true}, {R"(FROM="nobody, bounce@lists.example.org")", true},
         {R"(FROM="nobody")", false}, {R"(FROM="''")", false},
-    });
-}
-
-TEST_F(RuleEvaluation, AddressListsOnBothSides)
-{
-    Check({
-        {R"(TO="bob@example.net")", true}, {R"(TO="alice,bob@example.net")", true},
-        {R"(TO=" bob@example.net ")", true}, {R"(TO="dave")", false},
+        {R"(TO="alice,bob@example.net")", true}, {R"(TO=" bob@example.net ")", true},
         {R"(TO!="carol@example.com")", true},     // bob differs
         {R"(TO=S"example.net")", true},
         {R"(CC="''")", true},                     // missing field
-        {R"(CC="x")", false},
         {R"(CC!="x")", false},                    // an empty field never compares
         {R"(CC=S"*")", false}, {R"(CC="x,''")", true},
-        {R"(RTO="''")", true},                    // empty field
-        {R"(RTO="'x'")", false},
+        {R"(RTO="''")", true}, {R"(RTO="'x'")", false},
         {R"(TO="'bob@example.net'")", false},     // quotes stay part of the text
+        {R"(SUBJ="Hello World",SIZE=100,TO=S"bob")", true}, {R"(SIZE>1000,SUBJ="Hello World")", false},
     });
+    CExpression empty;
+    EXPECT_TRUE(empty.Evaluate(&mail));
+    EXPECT_FALSE(empty.Evaluate(nullptr));
 }
 
 TEST_F(RuleEvaluation, SizeAndTime)
@@ -129,14 +97,13 @@ TEST_F(RuleEvaluation, SizeAndTime)
 TEST_F(RuleEvaluation, RelayHostsForgiveLaterMisses)
 {
     Check({
-        {R"(DOM="mx.example.com")", true}, {R"(DOM=S"spam")", true}, {R"(DOM="other")", false},
-        {R"(DOM="other,relay.spam.example")", true},
+        {R"(DOM="mx.example.com")", true}, {R"(DOM=S"spam")", true}, {R"(DOM="other,relay.spam.example")", true},
         {R"(DOM="other",DOM="mx.example.com")", false},   // a miss before any match
         {R"(DOM="mx.example.com",DOM="other")", true},    // forgiven
         {R"(DOM="mx.example.com",DOM="other",SIZE=1)", false}, {R"(SIZE=100,DOM="other")", false},
     });
     mail.m_nDomainCount = 0;
-    Check({{R"(DOM="''")", false}, {"SIZE=100", true}});
+    Check({{R"(DOM="''")", false}});
 }
 
 TEST_F(RuleEvaluation, Attachments)
@@ -145,32 +112,19 @@ TEST_F(RuleEvaluation, Attachments)
         {R"(ATTACH="exe")", true},                // no dot: no name test
         {R"(ATTACH=".exe")", false}, {R"(ATTACH=".PDF")", true}, {R"(ATTACH=".pdf")", false},
         {R"(ATTACH=I".pdf")", true}, {R"(ATTACH="report.")", false}, {R"(ATTACH=I"report.")", true},
-        {R"(ATTACH="Report.PDF")", true},
         {R"(ATTACH=S"por.PD")", true},            // contains, both parts
         {R"(ATTACH=S"xpor.PD")", false},
         {R"(ATTACH=".xls")", true},               // a name inside the TNEF part
         {R"(ATTACH="notes.")", true}, {R"(ATTACH="budget.xls:application/ms-tnef")", true},
         {R"(ATTACH="budget.xls:text/plain")", false},
-        {R"(ATTACH=":pdf")", true},               // type only, lowered
-        {R"(ATTACH=":PDF")", true}, {R"(ATTACH=":image")", false}, {R"(ATTACH=".exe:ALL")", false},
-        {R"(ATTACH=":ALL")", true}, {R"(ATTACH=":none")", true},
+        {R"(ATTACH=":PDF")", true},               // type only, lowered
+        {R"(ATTACH=":image")", false}, {R"(ATTACH=".exe:ALL")", false}, {R"(ATTACH=":none")", true},
         {R"(ATTACH="a.b:c:pdf")", false},         // split at the last ":"
     });
     mail.m_bChecked[0] = 1;   // taken by the specialized filter
     Check({{R"(ATTACH=".PDF")", false}, {R"(ATTACH=".xls")", true}});
     mail.m_bChecked[1] = 1;
     Check({{R"(ATTACH="exe")", false}});
-}
-
-TEST_F(RuleEvaluation, TermsAreJoinedByAnd)
-{
-    Check({
-        {R"(SUBJ="Hello World",SIZE=100,TO=S"bob")", true},
-        {R"(SUBJ="Hello World",SIZE>1000)", false}, {R"(SIZE>1000,SUBJ="Hello World")", false},
-    });
-    CExpression empty;
-    EXPECT_TRUE(empty.Evaluate(&mail));
-    EXPECT_FALSE(empty.Evaluate(nullptr));
 }
 
 } // namespace

@@ -1,5 +1,5 @@
-// The specialized filter: file-name pattern tables, header lists, user
-// groups with include/exclude, directions and the attachment verdict.
+// The specialized filter: file-name patterns, header lists, user groups with
+// include/exclude, directions and the attachment verdict.
 #include "sfilter/sfilter.h"
 
 #include <gtest/gtest.h>
@@ -12,28 +12,6 @@
 #include "support/rules_fixtures.h"
 
 namespace {
-
-TEST(SFilterPattern, ParseTable)
-{
-    // The pattern as "[*]head[*tail][*]|[*]ext[*]" with the stars it found.
-    const std::pair<const char *, const char *> rows[] = {
-        {"*", "*|*"}, {"*.exe", "*|*exe"}, {"setup.exe", "setup|exe"}, {"setup.*", "setup|*"},
-        {"setup.e*", "setup|e*"}, {"setup.*x*", "setup|*x*"}, {"re*me.txt", "re*me|txt"},
-        {"*re*me*.txt", "*re*me*|*txt*"}, {"a*b*c.d", "a*b*c|d"}, {"read*", "read*|*"},
-        {"noext", "noext|"}, {"a.b.c", "a.b|c"},
-        {"x.abcdefghijklmnopqrstuvwxyz0123456789", "x|abcdefghijklmnopqrstuvwxyz012345"},   // cut at 32
-    };
-    for (const auto &row : rows) {
-        CSFRule rule;
-        rule.AddFilename(row.first);
-        const Filename_Stru &p = rule.filenames.at(0);
-        EXPECT_EQ(std::string(p.headStar ? "*" : "") + p.head + (*p.tail ? "*" : "") + p.tail +
-                      (p.tailStar ? "*" : "") + "|" + (p.extHeadStar ? "*" : "") + p.ext +
-                      (p.extTailStar ? "*" : ""),
-                  row.second);
-        EXPECT_STREQ(p.text, row.first);
-    }
-}
 
 TEST(SFilterPattern, CheckFileNameTable)
 {
@@ -191,9 +169,9 @@ TEST(SFilterVerdict, UserGroupsWithIncludeAndExclude)
 
 TEST(SFilterVerdict, FirstApplyingRuleAndSkipSpecialChars)
 {
-    RulesTempDir dir;
-    WriteFile(dir.file("contscan.ini"), "[Specialized Filtering]\nSkipSpecialChars=1\n");
-    ConfigFile config(dir.file("contscan.ini").c_str(), 0);
+    BaseTempDir dir;
+    WriteFile(dir.path("contscan.ini"), "[Specialized Filtering]\nSkipSpecialChars=1\n");
+    ConfigFile config(dir.path("contscan.ini").c_str(), 0);
     ConfigFile *current = &config;
     SetFilterConfigSource(&current);
 
@@ -218,16 +196,16 @@ TEST(SFilterVerdict, FirstApplyingRuleAndSkipSpecialChars)
 
 TEST(SFilterLoad, LoadsRulesFromFileAndReplacesThem)
 {
-    RulesTempDir dir;
+    BaseTempDir dir;
     std::vector<tagSFRuleContent> rules = {make_rule("one", "*.exe"),
                                            make_rule("two", "*.com", "", "EXCLUDE")};
     rules[1].from = " a@x , ,b@y";
     c_special_filter_savor savor;
-    ASSERT_TRUE(savor.SaveRuleFile(rules, dir.file("SFRule.txt").c_str()));
+    ASSERT_TRUE(savor.SaveRuleFile(rules, dir.path("SFRule.txt").c_str()));
 
     CSFilter filter;
     filter.AddRule(make_rule("stale", "*"));
-    EXPECT_EQ(filter.LoadSFRule(dir.file("SFRule.txt").c_str()), 1);
+    EXPECT_EQ(filter.LoadSFRule(dir.path("SFRule.txt").c_str()), 1);
     ASSERT_EQ(filter.GetCount(), 2);
     const CSFRule *second = filter.GetHead()->next;
     EXPECT_EQ(second->name, "two");
@@ -235,8 +213,7 @@ TEST(SFilterLoad, LoadsRulesFromFileAndReplacesThem)
     ASSERT_NE(second->fromList.m_pHead, nullptr);
     EXPECT_STREQ(second->fromList.m_pHead->m_pszAddress, "a@x");
     EXPECT_STREQ(second->fromList.m_pTail->m_pszAddress, "b@y");
-
-    EXPECT_EQ(filter.LoadSFRule(dir.file("missing").c_str()), 1);
+    EXPECT_EQ(filter.LoadSFRule(dir.path("missing").c_str()), 1);
     EXPECT_EQ(filter.GetCount(), 0);
 }
 

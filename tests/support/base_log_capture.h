@@ -8,6 +8,7 @@
 // until another thread has written a given line.
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
@@ -28,16 +29,12 @@ public:
         return m_lines;
     }
 
-    // True once `line` has been written, false after `timeout` without it.
-    bool wait_for(const std::string &line,
-                  std::chrono::milliseconds timeout = std::chrono::seconds(10))
+    // True once `line` has been written, false after 10 s without it.
+    bool wait_for(const std::string &line)
     {
         std::unique_lock<std::mutex> guard(m_linesMutex);
-        return m_written.wait_for(guard, timeout, [&] {
-            for (const std::string &written : m_lines)
-                if (written == line)
-                    return true;
-            return false;
+        return m_written.wait_for(guard, std::chrono::seconds(10), [&] {
+            return std::find(m_lines.begin(), m_lines.end(), line) != m_lines.end();
         });
     }
 
