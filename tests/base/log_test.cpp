@@ -1,7 +1,6 @@
 // The log classes: prologs, insertions, targets, daily files, null and system logs.
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
 #include <pthread.h>
 #include <sys/stat.h>
 #include <syslog.h>
@@ -77,23 +76,6 @@ TEST(Log, InsertionsAndFileTarget)
     Log missing(tmp.path("no/such/dir.log").c_str(), "a", 0);
     EXPECT_FALSE(missing.is_open());
     missing.start() << "dropped" << Orvane::endl;
-}
-
-TEST(Log, DescriptorTargetsAndDupWriteToTheSameTarget)
-{
-    BaseTempDir tmp;
-    const std::string file = tmp.path("fd.log");
-    const int fd = open(file.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
-    ASSERT_GE(fd, 0);
-    {
-        Log named("app", fd, 0);
-        named.start() << "one" << Orvane::endl;
-        Log(fd, 0).start() << "two" << Orvane::endl;
-        std::unique_ptr<Log>(named.dup())->start() << "three" << Orvane::endl;
-    }
-    EXPECT_EQ(write(fd, "open\n", 5), 5) << "a borrowed descriptor stays open";
-    close(fd);
-    EXPECT_EQ(ReadFile(file), "app: one\n: two\napp: three\nopen\n");
 }
 
 TEST(SysLog, HandsOneWholeMessageToTheSystemLoggerAtErrorPriority)

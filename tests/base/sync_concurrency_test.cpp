@@ -150,18 +150,16 @@ TEST(ReadersWriters, WritersExcludeEachOtherAndReadersShare)
     ReadersWriters rw(0);
     int counter = 0;
     std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t)
-        threads.emplace_back([&] {
+    for (int t = 0; t < 8; ++t)
+        threads.emplace_back([&, t] {
             for (int i = 0; i < 500; ++i) {
-                WriteLock hold(rw);
-                ++counter;
-            }
-        });
-    for (int t = 0; t < 4; ++t)
-        threads.emplace_back([&] {
-            for (int i = 0; i < 500; ++i) {
-                ReadLock hold(rw);
-                EXPECT_GE(counter, 0);
+                if (t % 2) {
+                    WriteLock hold(rw);
+                    ++counter;
+                } else {
+                    ReadLock hold(rw);
+                    EXPECT_GE(counter, 0);
+                }
             }
         });
     for (std::thread &thread : threads)
@@ -220,32 +218,24 @@ TEST(OvCondVar, TimedwaitDeadlineIsWholeSecondsPlusGivenNanoseconds)
 TEST(ThreadCount, CountsInAndOutWithDebugLinesAndRefusesAtLimits)
 {
     THREAD_COUNT counter;
-    {
-        BaseLogCapture capture;
-        EXPECT_TRUE(counter.INC());
-        counter.DEC();
-        counter.DEC();
-        EXPECT_EQ(counter.count(), 0);
-        EXPECT_EQ(capture.lines(), (std::vector<std::string>{
-                                       "INC: num(0) => (1)",
-                                       "DEC: num(1) => (0)",
-                                       "DEC: Error: Reach zero num(0)",
-                                       "DEC: num(0) => (0)",
-                                   }));
-    }
+    std::unique_ptr<BaseLogCapture> capture(new BaseLogCapture);
+    EXPECT_TRUE(counter.INC());
+    counter.DEC();
+    counter.DEC();
+    EXPECT_EQ(counter.count(), 0);
+    EXPECT_EQ(capture->lines(), (std::vector<std::string>{"INC: num(0) => (1)", "DEC: num(1) => (0)",
+                                                          "DEC: Error: Reach zero num(0)",
+                                                          "DEC: num(0) => (0)"}));
+    capture.reset();
     for (int i = 1; i < 9999; ++i)
         ASSERT_TRUE(counter.INC());
-    {
-        BaseLogCapture capture;
-        EXPECT_TRUE(counter.INC()) << "the 9999th thread is still counted";
-        EXPECT_FALSE(counter.INC());
-        EXPECT_EQ(counter.count(), 9999);
-        EXPECT_EQ(capture.lines(), (std::vector<std::string>{
-                                       "INC: num(9998) => (9999)",
-                                       "INC: Error: Reach maximum num(9999) = 9999",
-                                       "INC: num(9999) => (9999)",
-                                   }));
-    }
+    capture.reset(new BaseLogCapture);
+    EXPECT_TRUE(counter.INC()) << "the 9999th thread is still counted";
+    EXPECT_FALSE(counter.INC());
+    EXPECT_EQ(counter.count(), 9999);
+    EXPECT_EQ(capture->lines(), (std::vector<std::string>{"INC: num(9998) => (9999)",
+                                                          "INC: Error: Reach maximum num(9999) = 9999",
+                                                          "INC: num(9999) => (9999)"}));
 }
 
 TEST(ThreadCount, WaitForZeroDrainsRunningThreadsAndHoldsNewOnesBack)

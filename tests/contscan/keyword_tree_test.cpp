@@ -71,16 +71,13 @@ TEST(KeywordTree, ReturnCodes)
 {
     KEYWORD_MATCH_SET matches = {};
     BaseTempDir dir;
-    std::string file = dir.write("text", "money\n");
-    EXPECT_EQ(AhoCorasickStringSearch(nullptr, nullptr, file.c_str(), 0, 0, &matches), -1);
-
     PatternTree tree({"money"});
     MEMBUF membuf{};
     membuf.m_bInMemory = 1;
     std::strcpy(membuf.m_szData, "money");
-    std::string missing = dir.path("missing");
-    EXPECT_EQ(AhoCorasickStringSearch(tree.tree(), &membuf, missing.c_str(), 0, 0, &matches),
-              -ENOENT);
+    std::string file = dir.write("text", "money\n"), missing = dir.path("missing");
+    EXPECT_EQ(AhoCorasickStringSearch(nullptr, nullptr, file.c_str(), 0, 0, &matches), -1);
+    EXPECT_EQ(AhoCorasickStringSearch(tree.tree(), &membuf, missing.c_str(), 0, 0, &matches), -ENOENT);
     EXPECT_EQ(AhoCorasickStringSearch(tree.tree(), nullptr, nullptr, 0, 0, &matches), -ENOENT);
     EXPECT_EQ(matches.m_pFirst, nullptr);
 }
@@ -93,10 +90,9 @@ TEST(KeywordTree, FullMemoryBufferWithoutTerminatorStaysInside)
     std::memset(membuf->m_szData, 'z', sizeof membuf->m_szData);
     BaseTempDir dir;
     std::string file = dir.write("text", "");
-    std::vector<int> hits = tree.Search(membuf.get(), file.c_str(), false, true, nullptr);
-    EXPECT_TRUE(hits.empty()); // exact matching: no hit stands alone
-    hits = tree.Search(membuf.get(), file.c_str(), false, false, nullptr);
-    EXPECT_EQ(hits.size(), sizeof membuf->m_szData - 1);
+    EXPECT_TRUE(tree.Search(membuf.get(), file.c_str(), false, true, nullptr).empty());   // none alone
+    EXPECT_EQ(tree.Search(membuf.get(), file.c_str(), false, false, nullptr).size(),
+              sizeof membuf->m_szData - 1);
 }
 
 // Long lines are scanned in pieces of 999 bytes; the state and the last

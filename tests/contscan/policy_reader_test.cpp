@@ -8,7 +8,6 @@
 
 #include "contscan/policy.h"
 #include "contscan/policy_reader.h"
-#include "mail/charset.h"
 #include "support/base_log_capture.h"
 #include "support/contscan_fixtures.h"
 
@@ -20,13 +19,9 @@ struct SetDeleter {
 };
 using SetPtr = std::unique_ptr<POLICYSET, SetDeleter>;
 
-SetPtr NewSet()
-{
-    return SetPtr(static_cast<POLICYSET *>(std::calloc(1, sizeof(POLICYSET))));
-}
+SetPtr NewSet() { return SetPtr(static_cast<POLICYSET *>(std::calloc(1, sizeof(POLICYSET)))); }
 
-// A policy as text: "name[flags] list1|list2 ! noaction", each list its
-// keywords joined by "+", each keyword's synonyms after "=".
+// "name[flags] list1|list2 !noaction", keywords joined by "+", synonyms after "=".
 std::string Describe(const POLICY_STRU *p)
 {
     std::string text = std::string(p->m_szName) + "[" + (p->m_bEnabled ? "e" : "") +
@@ -53,39 +48,9 @@ std::vector<std::string> DescribeSet(const POLICYSET *set)
     return policies;
 }
 
-TEST(PolicyReader, TextRulesOfTheRecords)
-{
-    SetPtr set = NewSet();
-    POLICY_STRU *policy = AddPolicy(set.get(), "P");
-    ASSERT_NE(policy, nullptr);
-    EXPECT_EQ(AddPolicy(set.get(), ""), nullptr);
-    const std::string k80(80, 'k'), k81(81, 'k'), k82(82, 'k');
-    EXPECT_EQ(AddKeywordList(policy, k82.c_str()), nullptr);
-    EXPECT_EQ(policy->m_pFirstKeywordList, nullptr);   // nothing appended
-    KEYWORDLIST_STRU *list = AddKeywordList(policy, "  first\t");
-    ASSERT_NE(list, nullptr);
-    const std::pair<std::string, const char *> keywords[] = {   // text, stored (null: refused)
-        {k80, k80.c_str()}, {k81, k80.c_str()}, {k82, nullptr}, {" " + k81 + " ", k80.c_str()},
-        {"  \r\n", nullptr}, {"", nullptr}, {"in the middle", "in the middle"},
-    };
-    for (const auto &c : keywords) {
-        KEYWORD_STRU *keyword = AddKeyword(list, c.first.c_str());
-        EXPECT_STREQ(keyword ? keyword->m_szText : nullptr, c.second) << c.first;
-    }
-    EXPECT_STREQ(list->m_pFirstKeyword->m_szText, "first");
-    EXPECT_EQ(AddNoActionKeyword(policy, k82.c_str()), nullptr);
-    EXPECT_STREQ(AddNoActionKeyword(policy, k81.c_str())->m_szText, k80.c_str());
-    EXPECT_STREQ(AddNoActionKeyword(policy, " spaced ")->m_szText, " spaced ");
-    EXPECT_STREQ(AddSynonym(list->m_pFirstKeyword, std::string(100, 's').c_str())->m_szText,
-                 std::string(80, 's').c_str());
-    EXPECT_EQ(AddKeyword(list, "\xa4\xa2\xa4\xa4")->m_nCharset, CHARSET_EUC);
-    EXPECT_EQ(list->m_pFirstKeyword->m_nCharset, CHARSET_PLAIN);
-}
-
 class PolicyFileTest : public ::testing::Test
 {
 protected:
-    // Reads tokens (after the magic one) with the given settings file text.
     int Read(const std::vector<std::string> &tokens, const std::string &settings = "")
     {
         return ReadRaw(PolicyFileText(tokens), settings);
@@ -158,10 +123,10 @@ TEST_F(PolicyFileTest, BuildsPoliciesListsKeywordsAndSynonyms)
          {"shIn", "whfree", "shOut", "whwin"},
          "[In]\nInboundMailScan=yes\nOutboundMailScan=no\n[Out]\nInboundMailScan=never\n",
          {"In[ei] free", "Out[eo] win"}},
-        {"a policy name is cut to 80",
-         {"sh" + std::string(90, 'n')},
+        {"names and keywords are cut to 80, blanks trimmed",
+         {"sh" + std::string(90, 'n'), "wh " + std::string(81, 'k') + " ", "wd  \r\n", "ew" + std::string(81, 'x')},
          "",
-         {std::string(80, 'n') + "[eio]"}},
+         {std::string(80, 'n') + "[eio] " + std::string(80, 'k') + " !" + std::string(80, 'x')}},
     };
     for (const auto &c : cases) {
         EXPECT_EQ(Read(c.tokens, c.settings), 1) << c.name;

@@ -14,9 +14,8 @@ namespace {
 
 TEST(SFRuleItem, GetTokenTable)
 {
-    struct Row {
-        const char *line;
-        const char *key;
+    const struct {
+        const char *line, *key;
         bool found;
         const char *value;
     } rows[] = {
@@ -28,56 +27,14 @@ TEST(SFRuleItem, GetTokenTable)
         {"<a>x</a>", "A", false, ""},          // keys are exact
         {"<A>1</A><A>2</A>", "A", true, "1"},
     };
-    for (const Row &row : rows) {
-        SCOPED_TRACE(row.line);
+    for (const auto &row : rows) {
         std::string value = "old";
-        EXPECT_EQ(get_token(row.line, row.key, value), row.found);
-        EXPECT_EQ(value, row.value);
+        EXPECT_EQ(get_token(row.line, row.key, value), row.found) << row.line;
+        EXPECT_EQ(value, row.value) << row.line;
     }
     bool flag = true;
-    EXPECT_FALSE(read_bool("<I>Yes</I>", "I", flag));
-    EXPECT_FALSE(flag);
-    EXPECT_TRUE(read_bool("<I> yes </I>", "I", flag));
-    EXPECT_TRUE(flag);
-    std::string line = "x";
-    token_assembly(line, "K", "v");
-    EXPECT_EQ(line, "x<K>v</K>");
-}
-
-TEST(SFRuleLoader, ParseLineTable)
-{
-    struct Row {
-        const char *line;
-        bool ok;
-        const char *name;
-        MAIL_TYPE type;
-        const char *from;
-        bool fromI, fromS;
-    } rows[] = {
-        {"<RULE NAME>r</RULE NAME><MAIL TYPE>A</MAIL TYPE>", true, "r", MAIL_INBOUND, "", false, false},
-        {"<MAIL TYPE>B</MAIL TYPE><RULE NAME> r </RULE NAME>", true, "r", MAIL_OUTBOUND, "", false, false},
-        {"<RULE NAME>r</RULE NAME><MAIL TYPE>Cx</MAIL TYPE>", true, "r", MAIL_BOTH, "", false, false},
-        {"<RULE NAME>r</RULE NAME>", false, "", MAIL_BOTH, "", false, false},
-        {"<RULE NAME></RULE NAME><MAIL TYPE>A</MAIL TYPE>", false, "", MAIL_BOTH, "", false, false},
-        {"<RULE NAME>r</RULE NAME><MAIL TYPE> </MAIL TYPE>", false, "", MAIL_BOTH, "", false, false},
-        {"<RULE NAME>r</RULE NAME><MAIL TYPE>A</MAIL TYPE><FROM><NAME>a, b</NAME><I>yes</I></FROM>",
-         true, "r", MAIL_INBOUND, "a, b", true, false},
-        {"<FROM><S>yes</S><NAME>x</NAME></FROM><RULE NAME>r</RULE NAME><MAIL TYPE>B</MAIL TYPE>",
-         true, "r", MAIL_OUTBOUND, "x", false, true},
-        {"", false, "", MAIL_BOTH, "", false, false},
-    };
-    for (const Row &row : rows) {
-        SCOPED_TRACE(row.line);
-        tagSFRuleContent rule;
-        ASSERT_EQ(c_special_filter_loader::parse_line(row.line, rule), row.ok);
-        if (!row.ok)
-            continue;
-        EXPECT_EQ(rule.name, row.name);
-        EXPECT_EQ(rule.mailType, row.type);
-        EXPECT_EQ(rule.from, row.from);
-        EXPECT_EQ(rule.matchAttr.caseSensitive(SF_LIST_FROM), row.fromI);
-        EXPECT_EQ(rule.matchAttr.exact(SF_LIST_FROM), row.fromS);
-    }
+    EXPECT_FALSE(read_bool("<I>Yes</I>", "I", flag) || flag);   // "yes" as written
+    EXPECT_TRUE(read_bool("<I> yes </I>", "I", flag) && flag);
 }
 
 tagSFRuleContent sample_rule(int n)
@@ -159,15 +116,17 @@ TEST(SFRuleFile, LoaderDropsBadLinesAndMissingFiles)
 {
     BaseTempDir dir;
     WriteFile(dir.path("rules.txt"), "; comment <RULE NAME>c</RULE NAME><MAIL TYPE>A</MAIL TYPE>\r\n"
-                                     "<RULE NAME>first</RULE NAME><MAIL TYPE>A</MAIL TYPE>\r\n\r\n"
+                                     "<RULE NAME> first </RULE NAME><MAIL TYPE>A</MAIL TYPE>\r\n\r\n"
                                      "<RULE NAME>no type</RULE NAME>\ngarbage </RULE NAME><RULE NAME>\n"
-                                     "<MAIL TYPE>C</MAIL TYPE><RULE NAME>last</RULE NAME>");
+                                     "<RULE NAME></RULE NAME><MAIL TYPE>A</MAIL TYPE>\n"
+                                     "<RULE NAME>blank type</RULE NAME><MAIL TYPE> </MAIL TYPE>\n"
+                                     "<MAIL TYPE>Cx</MAIL TYPE><RULE NAME>last</RULE NAME>");
     std::vector<tagSFRuleContent> rules;
     c_special_filter_loader loader;
     loader.LoadRuleFile(rules, dir.path("rules.txt").c_str());
     ASSERT_EQ(rules.size(), 2u);
-    EXPECT_EQ(rules[0].name, "first");
-    EXPECT_EQ(rules[1].name, "last");
+    EXPECT_EQ(rules[0].name + "|" + rules[1].name, "first|last");
+    EXPECT_EQ(rules[0].mailType * 10 + rules[1].mailType, MAIL_INBOUND * 10 + MAIL_BOTH);
 
     loader.LoadRuleFile(rules, dir.path("missing.txt").c_str());
     EXPECT_TRUE(rules.empty());

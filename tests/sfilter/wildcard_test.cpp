@@ -35,22 +35,6 @@ TEST(WildCardStringCompare, PiecesMustOccurInOrder)
     EXPECT_FALSE(WildCardStringCompare("a", nullptr));
 }
 
-TEST(WildCardFilenameCompare, WholeNameGlob)
-{
-    const Row rows[] = {
-        {"readme", "read*", true}, {"ab", "a?", true}, {"a", "a?", false},
-        {"Readme", "readme", false}, {"", "*", true}, {"", "?", false},
-        {"a.exe.txt", "*.exe", false}, {"exe", "*.exe", false}, {".exe", "*.exe", true},
-        {"abcbd", "a*bc", false}, {"mississippi", "m*iss*ppi", true},
-        // many stars, no match: must not try every split of the name
-        {"aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa",
-         "*a*a*a*a*a*a*a*a*a*a*a*a*b", false},
-    };
-    for (const Row &row : rows)
-        EXPECT_EQ(WildCardFilenameCompare(row.text, row.pattern), row.expected)
-            << "name \"" << row.text << "\" pattern \"" << row.pattern << "\"";
-}
-
 // The glob taken literally: at a "*" try the rest at every position.
 bool ReferenceGlob(const char *name, const char *pattern)
 {
@@ -86,6 +70,9 @@ TEST(WildCardFilenameCompare, AgreesWithTheLiteralDefinition)
             text += alphabet[random() % size];
         return text;
     };
+    // what the random names leave out: case, and many stars that never match
+    EXPECT_FALSE(WildCardFilenameCompare("Readme", "readme"));
+    EXPECT_FALSE(WildCardFilenameCompare(std::string(84, 'a').c_str(), "*a*a*a*a*a*a*a*a*a*a*a*a*b"));
     for (int i = 0; i < 20000; ++i) {
         std::string name = make("ab.", 8);
         std::string pattern = make("ab.*?", 6);
