@@ -45,44 +45,6 @@ TEST(ConfigFileTest, WritesBackWhatItKeeps)
     EXPECT_EQ("\n[Sec]\nKey=Value\n", round_trip(tmp, "[Sec]\nKey=Value\n", 1));
 }
 
-TEST(ConfigFileTest, LooksUpFirstSectionAndExactKey)
-{
-    BaseTempDir tmp;
-    std::string file = tmp.write("a.ini", "top=0\n[Main]\nKey=Value\nkey = v\nempty=\n"
-                                          "multi=a\\\n  b\n[dup]\na=1\n[dup]\nb=2\n");
-    ConfigFile config(file.c_str(), 0);
-    const struct {
-        const char *section, *key, *value;
-    } rows[] = {
-        {"MAIN", "KEY", "Value"}, {"main", "key ", "v"}, {"main", "empty", ""},
-        {"main", "multi", "a\n  b"}, {"dup", "a", "1"}, {"dup", "b", nullptr},
-        {"main", "nothere", nullptr}, {"nothere", "key", nullptr}, {"", "top", nullptr},
-    };
-    for (const auto &row : rows)
-        EXPECT_STREQ(row.value, config.getparam(row.section, row.key)) << row.section << "/" << row.key;
-    ConfigFile exact(file.c_str(), 1);
-    EXPECT_STREQ("Value", exact.getparam("Main", "Key"));
-    EXPECT_EQ(nullptr, exact.getparam("main", "key"));
-}
-
-TEST(ConfigFileTest, ChangesGoToTheirSectionOrTheEnd)
-{
-    BaseTempDir tmp;
-    std::string file = tmp.write("a.ini", "# head\n[a]\nx=1\ny=2\n# tail of a\n[empty]\n[b]\nz=3\n");
-    ConfigFile config(file.c_str(), 0);
-    config.setparam("A", "X", "one");      // replaced in place
-    config.setparam("a", "new", "n");      // end of [a]
-    config.setparam("empty", "k", "v");    // into a section without children
-    config.setparam("C", "Key", "c\nd");   // new section at the end
-    config.unsetparam("a", "y");
-    config.unsetparam("b", "missing");
-    config.unsetparam("missing", "z");
-    EXPECT_EQ(0, config.dump());
-    EXPECT_EQ("\n# head\n[a]\nx=one\n# tail of a\nnew=n\n[empty]\nk=v\n[b]\nz=3\n[c]\nkey=c\\\nd\n",
-              ReadFile(file));
-    EXPECT_STREQ("c\nd", ConfigFile(file.c_str(), 0).getparam("c", "key"));
-}
-
 TEST(ConfigFileTest, MissingJunkAndLongLinesAreSurvived)
 {
     BaseTempDir tmp;

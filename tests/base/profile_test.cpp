@@ -14,27 +14,6 @@ namespace {
 const char kSettings[] = "# settings\n[General]\nName=gateway\nEmpty=\nCount=42\nMixed=12abc\n"
                          "Letters=abc\nNegative=-5\nHuge=99999999999\n";
 
-TEST(ProfileTest, GetStringCopiesValueOrDefault)
-{
-    BaseTempDir tmp;
-    std::string file = tmp.write("a.ini", kSettings);
-    ConfigFile config(file.c_str(), 0);
-    const std::pair<const char *, const char *> rows[] = {   // key, value (a 4-byte buffer)
-        {"NAME", "gat"}, {"empty", "dfl"}, {"absent", "dfl"}};
-    for (const auto &row : rows) {
-        char buffer[8], object[8];
-        EXPECT_EQ(3, GetPrivateProfileString("general", row.first, "dflt", buffer, 4, file.c_str()));
-        GetPrivateProfileString("general", row.first, "dflt", object, 4, &config);
-        EXPECT_EQ(std::string(row.second) + "|" + row.second, std::string(buffer) + "|" + object);
-    }
-    char untouched[4] = "old";
-    EXPECT_EQ(0, GetPrivateProfileString(nullptr, "k", "d", untouched, 4, file.c_str()));
-    EXPECT_EQ(0, GetPrivateProfileString("s", "k", nullptr, untouched, 4, &config));
-    EXPECT_EQ(0, GetPrivateProfileString("s", "k", "d", untouched, 0, file.c_str()));
-    EXPECT_STREQ("old", untouched);
-    EXPECT_EQ(3, GetPrivateProfileString("general", "name", "dflt", untouched, 4, tmp.path("none").c_str()));
-}
-
 TEST(ProfileTest, GetIntParsesLeadingDigitsAndNeverGivesANegativeDefault)
 {
     BaseTempDir tmp;

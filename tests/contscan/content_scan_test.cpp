@@ -83,7 +83,6 @@ TEST(ContentScan, ListsCombineWithAndPoliciesWithOr)
     // clang-format off
     const ScanCase cases[] = {
         {"both keywords", freeMoney, "", "Get free money now", "DFI1", {"P:m"}},
-        {"on different lines", freeMoney, "", "money\n\nis free\n", "DFI1", {"P:m"}},
         {"only one keyword", freeMoney, "", "free lunch", "DFI1", {"P:"}},
         {"a keyword split by a newline", freeMoney, "", "free mo\nney", "DFI1", {"P:"}},
         {"any list of a policy", {"shP", "whfree", "wdmoney", "whwin"}, "", "you win", "DFI1",
@@ -96,14 +95,10 @@ TEST(ContentScan, ListsCombineWithAndPoliciesWithOr)
          {"P:m"}},
         {"a no-action keyword excuses the policy", {"shP", "whfree", "ewinternal"}, "",
          "internal: free", "DFI1", {"P:n"}},
-        {"no-action keyword alone", {"shP", "whfree", "ewinternal"}, "", "internal", "DFI1",
-         {"P:n"}},
         {"outbound file skips inbound-only policy", freeMoney, "[P]\nOutboundMailScan=no\n",
          "free money", "DFO1", {"P:"}},
         {"lower-case o is outbound too", freeMoney, "[P]\nOutboundMailScan=no\n", "free money",
          "DFo1", {"P:"}},
-        {"inbound file of that policy", freeMoney, "[P]\nOutboundMailScan=no\n", "free money",
-         "DFI1", {"P:m"}},
         {"inbound-disabled policy, outbound mail", freeMoney, "[P]\nInboundMailScan=no\n",
          "free money", "AFO1", {"P:m"}},
         {"disabled policy gets no flag", {"shP", "pe=f", "whfree", "ewfree"}, "", "free", "DFI1",
@@ -117,7 +112,6 @@ TEST(ContentScan, ListsCombineWithAndPoliciesWithOr)
          "(free) money!", "DFI1", {"P:m"}},
         {"case sensitive", {"shP", "whFree"}, "[Content Filter]\nCaseSensitive=yes\n", "free",
          "DFI1", {"P:"}},
-        {"case folded", {"shP", "whFree"}, "", "FREE", "DFI1", {"P:m"}},
     };
     // clang-format on
     for (const ScanCase &c : cases) {

@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "base/config_file.h"
-#include "rules/rule_line.h"
 #include "rules/sealed_file.h"
 #include "sfilter/filter_config.h"
 #include "support/rules_fixtures.h"
@@ -75,16 +74,6 @@ TEST(RuleLine, ParseLineTable)
     EXPECT_FALSE(scan.ParseLine(nullptr, error));
     EXPECT_TRUE(scan.ParseLine("V\\C\\SIZE>1\\DEL", error, true));
     EXPECT_EQ(describe(scan, 0), "V|SIZE>1|DEL|del|both|vendor");
-}
-
-TEST(RuleLine, CheckSyntaxGivesTheFieldEnds)
-{
-    CRuleScan scan;
-    int nameEnd = -1, typeEnd = -1, sentenceEnd = -1;
-    EXPECT_TRUE(scan.CheckSyntax("R1\\C\\SUBJ=\"a\\b\"\\DEL", nameEnd, typeEnd, sentenceEnd, true));
-    EXPECT_EQ(std::vector<int>({nameEnd, typeEnd, sentenceEnd, scan.GetCount()}),
-              std::vector<int>({2, 4, 15, 0}));
-    EXPECT_EQ(CheckRuleLine("R1\\A\\SIZE>10\\BOGUS", false), RULE_LINE_OK);   // action unchecked
 }
 
 TEST(RuleFile, LoadSaveAndReload)

@@ -1,11 +1,9 @@
-// Captures debug-log lines in memory for tests.
+// Captures debug-log lines (without prolog) in memory for tests.
 //
-//   BaseLogCapture capture;              // ovux_log -> capture for this scope
-//   ... code that writes ovux_log->start() << ... << Orvane::endl ...
+//   BaseLogCapture capture;   // ovux_log -> capture for this scope
 //   EXPECT_EQ(capture.lines(), (std::vector<std::string>{"INC: num(0) => (1)"}));
 //
-// Lines are kept without a prolog. wait_for() lets a test block, bounded,
-// until another thread has written a given line.
+// wait_for() blocks, bounded, until another thread has written a given line.
 #pragma once
 
 #include <algorithm>
