@@ -159,15 +159,4 @@ TEST(ContentScan, InitRefusesWhatIsNotAPolicyFile)
     EXPECT_EQ(ZWContScanCleanUp(set), 1);
 }
 
-TEST(ContentScan, DirectionComesFromTheThirdCharacterOfTheFileName)
-{
-    const std::pair<const char *, TYPE_CS_MAIL> cases[] = {
-        {"/q/DFO123", CS_MAIL_OUTBOUND}, {"/q/dfo", CS_MAIL_OUTBOUND},
-        {"/q/DFI123", CS_MAIL_INBOUND},  {"/q/DF", CS_MAIL_INBOUND},
-        {"DFO123", CS_MAIL_INBOUND},     {"/O/DFX", CS_MAIL_INBOUND}, {"/q/", CS_MAIL_INBOUND},
-    };
-    for (const auto &c : cases)
-        EXPECT_EQ(MailDirectionOf(c.first), c.second) << c.first;
-}
-
 } // namespace

@@ -1,11 +1,13 @@
-// Parsing of rule sentences, mail types and actions into a CExpression.
+// Rule sentences: parsing into a CExpression and evaluation against one mail.
 #include <gtest/gtest.h>
 
-#include <climits>
-#include <cstring>
+#include <cstdlib>
+#include <ctime>
 #include <string>
+#include <vector>
 
 #include "rules/expression.h"
+#include "support/rules_fixtures.h"
 
 namespace {
 
@@ -55,4 +57,122 @@ TEST(ParseExpression, Grammar)
     EXPECT_FALSE(rule.ParseExpression(nullptr, true));
 }
 
+// Sunday 2002-12-01 10:30:00 UTC.
+const int kSundayAtTen = 1038738600;
+
+class RuleEvaluation : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        setenv("TZ", "UTC", 1);
+        tzset();
+        rules_set_users(mail, "Alice <alice@example.com>", "carol@example.com, bob@example.net", "");
+        mail.m_strEnvelopeFrom = "bounce@lists.example.org";   // no C line: m_pszCc stays null
+        mail.m_pszEnvelopeFrom = mail.m_strEnvelopeFrom.c_str();
+        mail.m_strSubject = "Hello World";
+        mail.m_pszSubject = mail.m_strSubject.c_str();
+        mail.m_nMailSize = 100;
+        mail.m_lReceivedTime = kSundayAtTen;
+        for (std::string host : {"mx.example.com", "relay.spam.example"})
+            mail.AddDomain(&host[0]);
+        rules_add_attach(mail, "Report.PDF", "Application/PDF");
+        rules_add_attach(mail, "winmail.dat", "application/ms-tnef", {"budget.xls", "notes"});
+    }
+
+    void Check(const std::vector<std::pair<const char *, bool>> &rows)
+    {
+        for (const auto &row : rows) {
+            CExpression rule;
+            ASSERT_TRUE(rule.ParseExpression(row.first, true)) << row.first;
+            EXPECT_EQ(rule.Evaluate(&mail), row.second) << row.first;
+        }
+    }
+
+    CMailInfo mail;
+};
+
+TEST_F(RuleEvaluation, HeaderFields)
+{
+    Check({
+        {R"(SUBJ="Hello World")", true}, {R"(SUBJ="hello world")", false},
+        {R"(SUBJ=I"HELLO world")", true},
+        {R"(SUBJ="Hello")", false},               // exact without S
+        {R"(SUBJ=S"*World")", true}, {R"(SUBJ=S"World*Hello")", false}, {R"(SUBJ=S"hello")", false},
+        {R"(SUBJ=IS"hello*WORLD")", true}, {R"(SUBJ!="Hello World")", false},
+        {R"(SUBJ<"x")", true},                    // any operator but = means "differs"
+        {R"(SUBJ="Hello World,x")", false},       // a subject value is not a list
+        {R"(SUBJ="''")", false},
+        {R"(FROM="bounce@lists.example.org")", true},   // the envelope sender too
+        {R"(FROM=IS"*EXAMPLE.ORG")", true}, {R"(FROM="nobody, bounce@lists.example.org")", true},
+        {R"(FROM="nobody")", false}, {R"(FROM="''")", false},
+        {R"(TO="alice,bob@example.net")", true}, {R"(TO=" bob@example.net ")", true},
+        {R"(TO!="carol@example.com")", true},     // bob differs
+        {R"(TO=S"example.net")", true},
+        {R"(CC="''")", true},                     // missing field
+        {R"(CC!="x")", false},                    // an empty field never compares
+        {R"(CC=S"*")", false}, {R"(CC="x,''")", true},
+        {R"(RTO="''")", true}, {R"(RTO="'x'")", false},
+        {R"(TO="'bob@example.net'")", false},     // quotes stay part of the text
+        {R"(SUBJ="Hello World",SIZE=100,TO=S"bob")", true}, {R"(SIZE>1000,SUBJ="Hello World")", false},
+    });
+    CExpression empty;
+    EXPECT_TRUE(empty.Evaluate(&mail));
+    EXPECT_FALSE(empty.Evaluate(nullptr));
+}
+
+TEST_F(RuleEvaluation, SizeAndTime)
+{
+    Check({
+        {"SIZE=100", true}, {"SIZE<100", false}, {"SIZE<101", true}, {"SIZE>99", true},
+        {"SIZE>100", false}, {"SIZE!=100", false}, {"SIZE!=5", true},
+        {R"(TIME="01FFFFFF")", true},             // Sundays, any hour
+        {R"(TIME="02FFFFFF")", false},            // Mondays
+        {R"(TIME="7F000000")", false},            // no hour bit
+        {R"(TIME="7F000400")", true},             // 10 o'clock
+        {R"(TIME="7f000400")", true},
+        {R"(TIME="7F000800")", false},            // 11 o'clock
+        {R"(TIME="7F0004")", false},              // not a multiple of 8
+        {R"(TIME="0100000001FFFFFF")", true},     // the second block
+        {R"(TIME="")", false}, {R"(TIME="zzzzzzzz")", false},
+        {R"(TIME!="01FFFFFF")", true},            // the operator is not used
+    });
+    mail.m_lReceivedTime = -1;
+    Check({{R"(TIME="FFFFFFFF")", false}});
+}
+
+TEST_F(RuleEvaluation, RelayHostsForgiveLaterMisses)
+{
+    Check({
+        {R"(DOM="mx.example.com")", true}, {R"(DOM=S"spam")", true},
+        {R"(DOM="other,relay.spam.example")", true},
+        {R"(DOM="other",DOM="mx.example.com")", false},   // a miss before any match
+        {R"(DOM="mx.example.com",DOM="other")", true},    // forgiven
+        {R"(DOM="mx.example.com",DOM="other",SIZE=1)", false}, {R"(SIZE=100,DOM="other")", false},
+    });
+    mail.m_nDomainCount = 0;
+    Check({{R"(DOM="''")", false}});
+}
+
+TEST_F(RuleEvaluation, Attachments)
+{
+    Check({
+        {R"(ATTACH="exe")", true},                // no dot: no name test
+        {R"(ATTACH=".exe")", false}, {R"(ATTACH=".PDF")", true}, {R"(ATTACH=".pdf")", false},
+        {R"(ATTACH=I".pdf")", true}, {R"(ATTACH="report.")", false}, {R"(ATTACH=I"report.")", true},
+        {R"(ATTACH=S"por.PD")", true},            // contains, both parts
+        {R"(ATTACH=S"xpor.PD")", false},
+        {R"(ATTACH=".xls")", true},               // a name inside the TNEF part
+        {R"(ATTACH="notes.")", true}, {R"(ATTACH="budget.xls:application/ms-tnef")", true},
+        {R"(ATTACH="budget.xls:text/plain")", false},
+        {R"(ATTACH=":PDF")", true},               // type only, lowered
+        {R"(ATTACH=":image")", false}, {R"(ATTACH=".exe:ALL")", false}, {R"(ATTACH=":none")", true},
+        {R"(ATTACH="a.b:c:pdf")", false},         // split at the last ":"
+    });
+    mail.m_bChecked[0] = 1;   // taken by the specialized filter
+    Check({{R"(ATTACH=".PDF")", false}, {R"(ATTACH=".xls")", true}});
+    mail.m_bChecked[1] = 1;
+    Check({{R"(ATTACH="exe")", false}});
+}
+
 } // namespace
+

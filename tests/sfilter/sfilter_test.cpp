@@ -1,14 +1,18 @@
 // The specialized filter: file-name patterns, header lists, user groups with
-// include/exclude, directions and the attachment verdict.
+// include/exclude, directions and the attachment verdict; the wildcard
+// matching of header values and file names it uses.
 #include "sfilter/sfilter.h"
 
 #include <gtest/gtest.h>
 
+#include <iterator>
+#include <random>
 #include <string>
 
 #include "base/config_file.h"
 #include "sfilter/filter_config.h"
 #include "sfilter/sfrule_file.h"
+#include "sfilter/wildcard.h"
 #include "support/rules_fixtures.h"
 
 namespace {
@@ -171,12 +175,9 @@ TEST(SFilterVerdict, FirstApplyingRuleAndSkipSpecialChars)
 TEST(SFilterLoad, LoadsRulesFromFileAndReplacesThem)
 {
     BaseTempDir dir;
-    std::vector<tagSFRuleContent> rules = {make_rule("one", "*.exe"),
-                                           make_rule("two", "*.com", "", "EXCLUDE")};
+    std::vector<tagSFRuleContent> rules = {make_rule("one", "*.exe"), make_rule("two", "*.com", "", "EXCLUDE")};
     rules[1].from = " a@x , ,b@y";
-    c_special_filter_savor savor;
-    ASSERT_TRUE(savor.SaveRuleFile(rules, dir.path("SFRule.txt").c_str()));
-
+    ASSERT_TRUE(c_special_filter_savor().SaveRuleFile(rules, dir.path("SFRule.txt").c_str()));
     CSFilter filter;
     filter.AddRule(make_rule("stale", "*"));
     EXPECT_EQ(filter.LoadSFRule(dir.path("SFRule.txt").c_str()), 1);
@@ -184,10 +185,83 @@ TEST(SFilterLoad, LoadsRulesFromFileAndReplacesThem)
     const CSFRule *second = filter.GetHead()->next;
     EXPECT_EQ(second->name + (second->include ? " include" : " exclude"), "two exclude");
     ASSERT_NE(second->fromList.m_pHead, nullptr);
-    EXPECT_STREQ(second->fromList.m_pHead->m_pszAddress, "a@x");
-    EXPECT_STREQ(second->fromList.m_pTail->m_pszAddress, "b@y");
+    EXPECT_EQ(std::string(second->fromList.m_pHead->m_pszAddress) + "|" + second->fromList.m_pTail->m_pszAddress, "a@x|b@y");
     EXPECT_EQ(filter.LoadSFRule(dir.path("missing").c_str()), 1);
     EXPECT_EQ(filter.GetCount(), 0);
 }
 
+struct Row {
+    const char *text;
+    const char *pattern;
+    bool expected;
+};
+
+TEST(WildCardStringCompare, PiecesMustOccurInOrder)
+{
+    const Row rows[] = {
+        {"hello", "", true}, {"", "*", true}, {"", "a", false},
+        {"xxabcxx", "abc", true},         // no "*": a substring test
+        {"zzabbbcz", "a*c", true}, {"abcabc", "c*a", true}, {"abc", "c*a", false},
+        {"a?c", "?", true},               // "?" is literal here
+        {"abc", "?", false}, {"abc", "a**c", true}, {"abc", "*c*", true},
+        {"aba", "ab*ba", false},          // pieces may not overlap
+        {"ababa", "ab*ba", true},
+        {"Offer", "offer", false},        // case is the caller's business
+        {"abc", "abcd", false}, {"cba", "a*b*c", false},
+    };
+    for (const Row &row : rows)
+        EXPECT_EQ(WildCardStringCompare(row.text, row.pattern), row.expected)
+            << "text \"" << row.text << "\" pattern \"" << row.pattern << "\"";
+    EXPECT_FALSE(WildCardStringCompare(nullptr, "a"));
+    EXPECT_FALSE(WildCardStringCompare("a", nullptr));
+}
+
+// The glob taken literally: at a "*" try the rest at every position.
+bool ReferenceGlob(const char *name, const char *pattern)
+{
+    for (;; ++name, ++pattern) {
+        if (*pattern == '*') {
+            if (pattern[1] == '\0')
+                return true;
+            for (const char *from = name; *from != '\0'; ++from)
+                if (ReferenceGlob(from, pattern + 1))
+                    return true;
+            return ReferenceGlob(name + std::char_traits<char>::length(name), pattern + 1);
+        }
+        if (*pattern == '?') {
+            if (*name == '\0')
+                return false;
+            continue;
+        }
+        if (*pattern != *name)
+            return false;
+        if (*name == '\0')
+            return true;
+    }
+}
+
+TEST(WildCardFilenameCompare, AgreesWithTheLiteralDefinition)
+{
+    std::mt19937 random(12345);
+    auto make = [&](const char *alphabet, int maxLength) {
+        std::string text;
+        int length = static_cast<int>(random() % static_cast<unsigned>(maxLength + 1));
+        size_t size = std::char_traits<char>::length(alphabet);
+        for (int i = 0; i < length; ++i)
+            text += alphabet[random() % size];
+        return text;
+    };
+    // what the random names leave out: case, and many stars that never match
+    EXPECT_FALSE(WildCardFilenameCompare("Readme", "readme"));
+    EXPECT_FALSE(WildCardFilenameCompare(std::string(84, 'a').c_str(), "*a*a*a*a*a*a*a*a*a*a*a*a*b"));
+    for (int i = 0; i < 20000; ++i) {
+        std::string name = make("ab.", 8);
+        std::string pattern = make("ab.*?", 6);
+        ASSERT_EQ(WildCardFilenameCompare(name.c_str(), pattern.c_str()),
+                  ReferenceGlob(name.c_str(), pattern.c_str()))
+            << "name \"" << name << "\" pattern \"" << pattern << "\"";
+    }
+}
+
 } // namespace
+

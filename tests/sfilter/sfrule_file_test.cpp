@@ -7,35 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "sfilter/sfrule_item.h"
 #include "support/rules_fixtures.h"
 
 namespace {
-
-TEST(SFRuleItem, GetTokenTable)
-{
-    const struct {
-        const char *line, *key;
-        bool found;
-        const char *value;
-    } rows[] = {
-        {"<A>x</A>", "A", true, "x"}, {"<A> \t x y \r\n</A>", "A", true, "x y"},
-        {"<A></A>", "A", true, ""}, {"<A>   </A>", "A", true, ""}, {"<A>x", "A", false, ""},
-        {"</A><A>x", "A", false, ""},          // closing tag before the opening one
-        {"<A</A>>", "A", false, ""}, {"<RULE NAME>r</RULE NAME>", "RULE NAME", true, "r"},
-        {"<RTO>r</RTO>", "TO", false, ""},     // "<RTO>" is not "<TO>"
-        {"<a>x</a>", "A", false, ""},          // keys are exact
-        {"<A>1</A><A>2</A>", "A", true, "1"},
-    };
-    for (const auto &row : rows) {
-        std::string value = "old";
-        EXPECT_EQ(get_token(row.line, row.key, value), row.found) << row.line;
-        EXPECT_EQ(value, row.value) << row.line;
-    }
-    bool flag = true;
-    EXPECT_FALSE(read_bool("<I>Yes</I>", "I", flag) || flag);   // "yes" as written
-    EXPECT_TRUE(read_bool("<I> yes </I>", "I", flag) && flag);
-}
 
 tagSFRuleContent sample_rule(int n)
 {
