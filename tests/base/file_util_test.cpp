@@ -77,7 +77,6 @@ TEST(FileUtilTest, TemporaryNamesAreUniqueAndCreated)
     EXPECT_EQ(77u, GetTempFileNameEx((tmp.dir() + "/").c_str(), "m", ".eml", 77, out));
     EXPECT_FALSE(FileExists(out));
     EXPECT_EQ("_77.eml", std::string(out).substr(std::strlen(out) - 7));
-    EXPECT_EQ(std::string::npos, std::string(out).find("//"));
     EXPECT_EQ(0u, GetTempFileName(std::string(OV_MAX_PATH, 'd').c_str(), "ov", 0, out));
     EXPECT_STREQ("", out);
 
