@@ -1,19 +1,19 @@
-// ConfigFile: the reading quirks, look-ups, changes and writing back.
+// ConfigFile (reading quirks, writing back) and the profile functions built on it.
 #include "base/config_file.h"
 
-#include <sys/stat.h>
 #include <sys/time.h>
 #include <unistd.h>
 
+#include <cstring>
 #include <string>
 
 #include <gtest/gtest.h>
 
+#include "base/profile.h"
 #include "support/base_temp_dir.h"
 
 namespace {
 
-// Reads text as a file and writes the tree back; returns what was written.
 std::string round_trip(const BaseTempDir &tmp, const std::string &text, int caseSensitive = 0)
 {
     ConfigFile config(tmp.write("in.ini", text).c_str(), caseSensitive);
@@ -47,69 +47,6 @@ TEST(ConfigFileTest, WritesBackWhatItKeeps)
     EXPECT_EQ("\n[Sec]\nKey=Value\n", round_trip(tmp, "[Sec]\nKey=Value\n", 1));
 }
 
-TEST(ConfigFileTest, EveryReadAddsOneEmptyFirstLine)
-{
-    BaseTempDir tmp;
-    std::string file = tmp.write("a.ini", "[s]\nk=v\n");
-    for (int i = 0; i < 3; ++i)
-        EXPECT_EQ(0, ConfigFile(file.c_str(), 0).dump());
-    EXPECT_EQ("\n\n\n[s]\nk=v\n", ReadFile(file));
-}
-
-TEST(ConfigFileTest, LooksUpFirstSectionAndExactKey)
-{
-    BaseTempDir tmp;
-    std::string file = tmp.write("a.ini", "top=0\n[Main]\nKey=Value\nkey = v\nempty=\n"
-                                          "multi=a\\\n  b\n[dup]\na=1\n[dup]\nb=2\n");
-    ConfigFile config(file.c_str(), 0);
-    const struct {
-        const char *section, *key, *value;
-    } rows[] = {
-        {"MAIN", "KEY", "Value"}, {"main", "key ", "v"}, {"main", "empty", ""},
-        {"main", "multi", "a\n  b"}, {"dup", "a", "1"}, {"dup", "b", nullptr},
-        {"main", "nothere", nullptr}, {"nothere", "key", nullptr}, {"", "top", nullptr},
-    };
-    for (const auto &row : rows) {
-        const char *got = config.getparam(row.section, row.key);
-        if (row.value)
-            EXPECT_STREQ(row.value, got) << row.section << "/" << row.key;
-        else
-            EXPECT_EQ(nullptr, got) << row.section << "/" << row.key;
-    }
-    ConfigFile exact(file.c_str(), 1);
-    EXPECT_STREQ("Value", exact.getparam("Main", "Key"));
-    EXPECT_EQ(nullptr, exact.getparam("main", "key"));
-}
-
-TEST(ConfigFileTest, ChangesGoToTheirSectionOrTheEnd)
-{
-    BaseTempDir tmp;
-    std::string file = tmp.write("a.ini", "# head\n[a]\nx=1\ny=2\n# tail of a\n[empty]\n[b]\nz=3\n");
-    ConfigFile config(file.c_str(), 0);
-    config.setparam("A", "X", "one");      // replaced in place
-    config.setparam("a", "new", "n");      // end of [a]
-    config.setparam("empty", "k", "v");    // into a section without children
-    config.setparam("C", "Key", "c\nd");   // new section at the end
-    config.unsetparam("a", "y");
-    config.unsetparam("b", "missing");
-    config.unsetparam("missing", "z");
-    EXPECT_EQ(0, config.dump());
-    EXPECT_EQ("\n# head\n[a]\nx=one\n# tail of a\nnew=n\n[empty]\nk=v\n[b]\nz=3\n[c]\nkey=c\\\nd\n",
-              ReadFile(file));
-    EXPECT_STREQ("c\nd", ConfigFile(file.c_str(), 0).getparam("c", "key"));
-}
-
-TEST(ConfigFileTest, DumpWithoutLeavesOutTheSection)
-{
-    BaseTempDir tmp;
-    std::string file = tmp.write("a.ini", "#h\n[a]\nx=1\n#in a\n[B]\ny=2\n\n[c]\nz=3\n");
-    ConfigFile config(file.c_str(), 0);
-    EXPECT_EQ(0, config.dumpWithout(tmp.path("out.ini").c_str(), "b"));
-    EXPECT_EQ("\n#h\n[a]\nx=1\n#in a\n[c]\nz=3\n", ReadFile(tmp.path("out.ini")));
-    EXPECT_EQ(0, config.dumpWithout("nothere"));
-    EXPECT_EQ("\n#h\n[a]\nx=1\n#in a\n[b]\ny=2\n\n[c]\nz=3\n", ReadFile(file));
-}
-
 TEST(ConfigFileTest, MissingJunkAndLongLinesAreSurvived)
 {
     BaseTempDir tmp;
@@ -117,16 +54,14 @@ TEST(ConfigFileTest, MissingJunkAndLongLinesAreSurvived)
     EXPECT_FALSE(missing.ok());
     EXPECT_EQ(nullptr, missing.getparam("s", "k"));
     EXPECT_EQ(-1, missing.refresh());
-    EXPECT_FALSE(FileExists(tmp.path("none.ini")));
     EXPECT_EQ(-1, ConfigFile(tmp.dir().c_str(), 0).dump());   // opens, but reads nothing
-
+    EXPECT_FALSE(FileExists(tmp.path("none.ini")));
     std::string junk;
     for (int i = 0; i < 5000; ++i)
         junk += static_cast<char>((i * 7919) % 256);
     ConfigFile(tmp.write("junk.ini", junk).c_str(), 0).dump(tmp.path("out.ini").c_str());
     ConfigFile config(tmp.write("long.ini", "[s]\nk=" + std::string(3000, 'x') + "\nnext=1\n").c_str(), 0);
-    ASSERT_NE(nullptr, config.getparam("s", "k"));
-    EXPECT_EQ(1021u, std::string(config.getparam("s", "k")).size());   // 1023-byte line
+    EXPECT_EQ(std::string(1021, 'x'), config.getparam("s", "k"));   // a 1023-byte line
     EXPECT_STREQ("1", config.getparam("s", "next"));
 }
 
@@ -144,31 +79,60 @@ TEST(ConfigFileTest, RefreshRereadsOnlyAChangedFile)
     EXPECT_STREQ("2", config.getparam("s", "k"));
     unlink(file.c_str());
     EXPECT_EQ(-1, config.refresh());
-    EXPECT_STREQ("2", config.getparam("s", "k"));
+    EXPECT_STREQ("2", config.getparam("s", "k"));   // a failed reread keeps the tree
 }
 
-TEST(ConfigFileTest, CopiesShareTheTree)
+const char kSettings[] = "# settings\n[General]\nName=gateway\nEmpty=\nCount=42\nMixed=12abc\n"
+                         "Letters=abc\nNegative=-5\nHuge=99999999999\n";
+
+TEST(ProfileTest, GetIntParsesLeadingDigitsAndNeverGivesANegativeDefault)
 {
     BaseTempDir tmp;
-    ConfigFile config(tmp.write("a.ini", "[s]\nk=1\n").c_str(), 0);
-    ConfigFile copy(config), assigned(tmp.path("none").c_str(), 0);
-    assigned.copy(config);
-    copy.setparam("s", "k", "2");
-    EXPECT_STREQ("2", config.getparam("s", "k"));
-    EXPECT_STREQ("2", assigned.getparam("s", "k"));
+    std::string file = tmp.write("a.ini", kSettings);
+    ConfigFile config(file.c_str(), 0);
+    const struct {
+        const char *key;
+        int defaultValue, expected;
+    } rows[] = {
+        {"count", 7, 42},  {"mixed", 7, 12},  {"letters", 7, 0},     {"negative", 7, -5},
+        {"absent", 7, 7},  {"absent", -1, 0}, {"empty", 3, 3},       {"empty", -9, 0},
+        {"huge", 0, 2147483647},
+    };
+    for (const auto &row : rows)
+        EXPECT_EQ(std::make_pair(row.expected, row.expected),
+                  std::make_pair(GetPrivateProfileInt("general", row.key, row.defaultValue, file.c_str()),
+                                 GetPrivateProfileInt("general", row.key, row.defaultValue, &config)))
+            << row.key;
+    EXPECT_EQ(5, GetPrivateProfileInt("general", "count", 5, tmp.path("missing").c_str()));
+    EXPECT_EQ(0, GetPrivateProfileInt(nullptr, "count", 5, file.c_str()));
 }
 
-TEST(ConfigFileTest, ValidNamesAndValuesReadBackAsWritten)
+TEST(ProfileTest, WriteAndDeleteRewriteTheFile)
 {
-    for (const char *name : {"general", "key ", "a b", "x.y-z_(1)", "\xa0k"})
-        EXPECT_TRUE(ConfigFile::valid_name(name)) << name;
-    for (const char *name : {"", " lead", "a]b", "k=v", "tab\tin", "#c", "\x8d"})
-        EXPECT_FALSE(ConfigFile::valid_name(name)) << name;
-    for (const char *value : {"", "v", "a b", "a\n  b", "a\\b"})
-        EXPECT_TRUE(ConfigFile::valid_value(value)) << value;
-    for (const char *value : {" v", "v\t", "v\\"})
-        EXPECT_FALSE(ConfigFile::valid_value(value)) << value;
-    EXPECT_FALSE(ConfigFile::valid_name(nullptr));
+    BaseTempDir tmp;
+    std::string file = tmp.write("a.ini", "# keep\n[a]\nx=1\ny=2\n[b]\nz=3\n");
+    EXPECT_EQ(1, WritePrivateProfileString("A", "X", "one", file.c_str()));
+    EXPECT_EQ(1, WritePrivateProfileString("new", "k", "v", file.c_str()));
+    EXPECT_EQ(1, WritePrivateProfileString("a", "y", nullptr, file.c_str()));
+    EXPECT_EQ(1, WritePrivateProfileString("b", nullptr, nullptr, file.c_str()));
+    EXPECT_EQ(1, DeletePrivateProfileString("new", "k", file.c_str()));
+    EXPECT_EQ(1, DeletePrivateProfileString("new", "absent", file.c_str()));
+    // Six rewrites, six more empty lines at the top.
+    EXPECT_EQ("\n\n\n\n\n\n# keep\n[a]\nx=one\n[new]\n", ReadFile(file));
+
+    ConfigFile config(file.c_str(), 0);
+    EXPECT_EQ(1, WritePrivateProfileString("a", "x", "two", &config));
+    EXPECT_EQ(1, DeletePrivateProfileString("a", "x", &config));
+    EXPECT_EQ("\n\n\n\n\n\n\n# keep\n[a]\n[new]\n", ReadFile(file));
+
+    std::string missing = tmp.path("missing.ini");   // writes never create a file
+    ConfigFile none(missing.c_str(), 0);
+    EXPECT_EQ(0, WritePrivateProfileString("s", "k", "v", missing.c_str()));
+    EXPECT_EQ(0, DeletePrivateProfileString("s", "k", &none));
+    EXPECT_FALSE(FileExists(missing));
+    EXPECT_EQ(0, WritePrivateProfileString(nullptr, "k", "v", file.c_str()));
+    EXPECT_EQ(0, DeletePrivateProfileString("s", nullptr, file.c_str()));
 }
 
 } // namespace
+

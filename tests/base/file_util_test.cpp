@@ -1,15 +1,15 @@
-// File, path and text-file utilities.
+// File, path, text-file and string utilities.
 #include "base/file_util.h"
 
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
-#include <set>
 #include <string>
 
 #include <gtest/gtest.h>
 
+#include "base/ov_string.h"
 #include "support/base_log_capture.h"
 #include "support/base_temp_dir.h"
 
@@ -65,51 +65,28 @@ TEST(FileUtilTest, CopyFileCopiesAndLogsFailures)
                                    ") \"w+t\" mode error: No such file or directory"}));
 }
 
-TEST(FileUtilTest, DeleteAndCreate)
-{
-    BaseTempDir tmp;
-    std::string file = tmp.write("f", "x");
-    EXPECT_TRUE(DeleteFile(file.c_str()));
-    EXPECT_FALSE(DeleteFile(file.c_str()));
-    EXPECT_TRUE(CreateDirectory(tmp.path("d").c_str()));
-    EXPECT_FALSE(CreateDirectory(tmp.path("d").c_str()));
-}
-
 TEST(FileUtilTest, TemporaryNamesAreUniqueAndCreated)
 {
     BaseTempDir tmp;
-    std::set<std::string> names;
-    char out[OV_MAX_PATH];
-    const std::string prefix = tmp.dir() + "/ov" + std::to_string(getpid()) + "_";
-    for (int i = 0; i < 5; ++i) {
-        ASSERT_NE(0u, GetTempFileName(tmp.dir().c_str(), "ov", 0, out));
-        EXPECT_TRUE(FileExists(out));
-        EXPECT_EQ(0u, std::string(out).rfind(prefix, 0)) << out;
-        EXPECT_EQ(".tmp", std::string(out).substr(std::strlen(out) - 4));
-        names.insert(out);
-    }
-    EXPECT_EQ(5u, names.size());
-
+    char out[OV_MAX_PATH], other[OV_MAX_PATH];
+    ASSERT_NE(0u, GetTempFileName(tmp.dir().c_str(), "ov", 0, out));
+    ASSERT_NE(0u, GetTempFileName(tmp.dir().c_str(), "ov", 0, other));
+    EXPECT_STRNE(out, other);
+    EXPECT_TRUE(FileExists(out));
+    EXPECT_EQ(0u, std::string(out).rfind(tmp.dir() + "/ov" + std::to_string(getpid()) + "_", 0)) << out;
     EXPECT_EQ(77u, GetTempFileNameEx((tmp.dir() + "/").c_str(), "m", ".eml", 77, out));
     EXPECT_FALSE(FileExists(out));
     EXPECT_EQ("_77.eml", std::string(out).substr(std::strlen(out) - 7));
-    EXPECT_EQ(std::string::npos, std::string(out).find("//"));
-    EXPECT_EQ(0u, GetTempFileName(tmp.path("missing-dir").c_str(), "ov", 0, out));
     EXPECT_EQ(0u, GetTempFileName(std::string(OV_MAX_PATH, 'd').c_str(), "ov", 0, out));
     EXPECT_STREQ("", out);
-
-    make_path_name_pid_tid("/tmp/", "lock", out);
-    EXPECT_EQ(0u, std::string(out).rfind("/tmp/lock." + std::to_string(getpid()) + ".", 0));
-    EXPECT_NE(get_temp_name_without_path("p"), get_temp_name_without_path("p"));
 
     unsigned n = 0;
     const int fd = CreateTempFile(tmp.dir().c_str(), "DFI", ".tmp", out, &n);
     ASSERT_GE(fd, 0);
-    EXPECT_EQ("_" + std::to_string(n) + ".tmp", std::string(out).substr(std::strrchr(out, '_') - out));
-    ASSERT_EQ(3, write(fd, "abc", 3)); // open for writing and reading
+    EXPECT_EQ("_" + std::to_string(n) + ".tmp", std::string(std::strrchr(out, '_')));
     char back[4] = "";
-    EXPECT_EQ(3, pread(fd, back, 3, 0));
-    EXPECT_STREQ("abc", back);
+    EXPECT_EQ(3, write(fd, "abc", 3));
+    EXPECT_EQ(3, pread(fd, back, 3, 0)) << "open for reading too";
     close(fd);
     errno = 0;
     EXPECT_EQ(-1, CreateTempFile(tmp.path("missing-dir").c_str(), "DFI", ".tmp", out));
@@ -146,37 +123,68 @@ TEST(FileUtilTest, SplitAndMakePath)
 TEST(FileUtilTest, TextFilesLineByLineFromFileAndMemory)
 {
     BaseTempDir tmp;
-    std::string file = tmp.path("lines.txt");
+    std::string file = tmp.path("lines.txt"), line, all;
     {
         f_write_text_file out(file.c_str());
-        EXPECT_TRUE(output_a_line(out, "%s\r\n", "one"));
-        EXPECT_TRUE(output_a_line(out, "%d\n\n", 2));
-        EXPECT_TRUE(output_a_line(out, "last"));
+        EXPECT_TRUE(output_a_line(out, "%s\r\n", "one") && output_a_line(out, "%d\n\n", 2) &&
+                    output_a_line(out, "last"));
     }
-    f_read_text_file in(file.c_str());
-    std::string line, all;
-    while (in.read_a_line(line))
+    for (f_read_text_file in(file.c_str()); in.read_a_line(line);)
         all += "[" + line + "]";
     EXPECT_EQ("[one][2][][last]", all);
     EXPECT_FALSE(f_read_text_file(tmp.path("missing").c_str()).read_a_line(line));
     f_write_text_file bad(tmp.path("no/dir").c_str());
     EXPECT_FALSE(output_a_line(bad, "x"));
-
     // A text in memory reads into the same lines as the file holding it.
-    for (const std::string &text : {std::string(""), std::string("one\r\n"), std::string("one\r"),
-                                    std::string("\r\n\r\n"), std::string("a\n\nb"),
+    for (const std::string &text : {std::string("one\r"), std::string("\r\n\r\n"), std::string("a\n\nb"),
                                     std::string("a\rb\nc"), std::string("a\r\r\nb"),
                                     std::string("x\n\ny\r\n\r"), std::string("nul\0in\nz", 9)}) {
-        SCOPED_TRACE(::testing::PrintToString(text));
         f_read_text_file fromFile(tmp.write("text", text).c_str()), fromMemory(text.data(), text.size());
         std::string a, b;
-        bool more;
-        do {
+        for (bool more = true; more;) {
             more = fromFile.read_a_line(a);
-            EXPECT_EQ(more, fromMemory.read_a_line(b));
-            EXPECT_EQ(a, b);
-        } while (more);
+            EXPECT_EQ(more, fromMemory.read_a_line(b)) << ::testing::PrintToString(text);
+            EXPECT_EQ(a, b) << ::testing::PrintToString(text);
+        }
     }
+}
+std::string joined(const List<String> &pieces)
+{
+    std::string all;
+    for (const String &piece : pieces)
+        all += "[" + piece.str() + "]";
+    return all;
+}
+
+TEST(OvStringTest, TStringFormatTrimLower)
+{
+    t_string s;
+    EXPECT_EQ("ab 7 x", s.format("%s %d %c", "ab", 7, 'x'));
+    EXPECT_EQ(std::string(5000, 'y'), s.format("%s", std::string(5000, 'y').c_str()));
+    s = " \t\r\nMiXedAZ \xC4\r\n";
+    EXPECT_EQ("mixedaz \xC4", s.trim_left().trim_right().make_lower());
+    s = "--x--";
+    EXPECT_EQ("x--", s.trim_left("-"));
+    s = "   ";
+    EXPECT_EQ("", s.trim_right());
+}
+
+TEST(OvStringTest, SplitKeepsOrSkipsEmptyPieces)
+{
+    const struct {
+        const char *text, *separators;
+        bool skipEmpty;
+        const char *expected;
+    } rows[] = {
+        {"a,b;;c", ",;", false, "[a][b][][c]"}, {"a,b;;c", ",;", true, "[a][b][c]"},
+        {",a,", ",", false, "[][a][]"}, {"", ",", false, "[]"}, {"", ",", true, ""},
+        {"abc", "", false, "[abc]"},
+    };
+    for (const auto &row : rows)
+        EXPECT_EQ(row.expected, joined(StringMan::split(row.text, row.separators, row.skipEmpty)))
+            << row.text;
+    EXPECT_EQ("[x][y]", joined(String("x y").split(" ")));
 }
 
 } // namespace
+

@@ -1,8 +1,5 @@
-// The lock classes and the thread counter with real threads: who blocks,
-// who goes first, and the debug lines of THREAD_COUNT.
-//
-// A thread "blocks" when its step has not finished 100 ms after it started;
-// every other wait is bounded (10 s) so a broken lock fails, not hangs.
+// The lock classes and the thread counter with real threads. A step "blocks"
+// when unfinished after 100 ms; every other wait is bounded (10 s).
 #include <gtest/gtest.h>
 
 #include <cerrno>
@@ -30,9 +27,8 @@ bool blocked(std::future<void> &step) { return step.wait_for(kBlocked) == std::f
 
 bool finishes(std::future<void> &step) { return step.wait_for(kBounded) == std::future_status::ready; }
 
-// The threads of one test. Each takes a step, reports it, waits until
-// released and runs its second step. On teardown all are released before
-// any is joined, so a failed expectation cannot leave one waiting for another.
+// Threads that take a step, report it, wait to be released and give back;
+// all are released before any is joined.
 class Crew {
 public:
     struct Holder {
@@ -93,20 +89,14 @@ bool waiting(ovRWLock &rw, int readers, int writers)
 TEST(OvRWLock, TryVariantsRefuseWhereTheLockWouldWait)
 {
     for (int held = 0; held < 3; ++held) {   // none, a reader, a writer
-        SCOPED_TRACE(held);
         ovRWLock rw;
         if (held)
             held == 1 ? rw.rdlock() : rw.wrlock();
-        const int tryRead = rw.tryrdlock();
-        if (tryRead == 0)
-            rw.unlock();
-        const int tryWrite = rw.trywrlock();
-        if (tryWrite == 0)
-            rw.unlock();
-        EXPECT_EQ(tryRead, held == 2 ? -1 : 0);
-        EXPECT_EQ(tryWrite, held ? -1 : 0);
-        EXPECT_EQ(rw.unlock(), held ? 0 : -1);
-        EXPECT_EQ(rw.unlock(), -1) << "nothing left to release";
+        const int tryRead = rw.tryrdlock(), readUnlock = tryRead == 0 ? rw.unlock() : 0;
+        const int tryWrite = rw.trywrlock(), writeUnlock = tryWrite == 0 ? rw.unlock() : 0;
+        EXPECT_EQ(std::vector<int>({tryRead, tryWrite, readUnlock + writeUnlock, rw.unlock()}),
+                  std::vector<int>({held == 2 ? -1 : 0, held ? -1 : 0, 0, held ? 0 : -1}))
+            << held;
     }
 }
 
@@ -160,18 +150,16 @@ TEST(ReadersWriters, WritersExcludeEachOtherAndReadersShare)
     ReadersWriters rw(0);
     int counter = 0;
     std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t)
-        threads.emplace_back([&] {
+    for (int t = 0; t < 8; ++t)
+        threads.emplace_back([&, t] {
             for (int i = 0; i < 500; ++i) {
-                WriteLock hold(rw);
-                ++counter;
-            }
-        });
-    for (int t = 0; t < 4; ++t)
-        threads.emplace_back([&] {
-            for (int i = 0; i < 500; ++i) {
-                ReadLock hold(rw);
-                EXPECT_GE(counter, 0);
+                if (t % 2) {
+                    WriteLock hold(rw);
+                    ++counter;
+                } else {
+                    ReadLock hold(rw);
+                    EXPECT_GE(counter, 0);
+                }
             }
         });
     for (std::thread &thread : threads)
@@ -205,21 +193,17 @@ TEST(OvSemaphore, CountsAndWakesOneWaiterPerPost)
     EXPECT_EQ(semaphore.trywait(), -1);
 }
 
-// The deadline is time(0) + seconds with the nanoseconds argument as its
-// fraction: (0, 0) has passed already, (1, 0) is the next whole second.
+// The deadline is time(0) + seconds, the nanoseconds its fraction.
 TEST(OvCondVar, TimedwaitDeadlineIsWholeSecondsPlusGivenNanoseconds)
 {
-    struct Row {
-        int seconds;
-        int nanoseconds;
-        int result;
-    };
-    const Row rows[] = {{0, 0, ETIMEDOUT}, {-5, 999999999, ETIMEDOUT}, {0, 1000000000, EINVAL},
+    const struct {
+        int seconds, nanoseconds, result;
+    } rows[] = {{0, 0, ETIMEDOUT}, {-5, 999999999, ETIMEDOUT}, {0, 1000000000, EINVAL},
                         {1, 0, ETIMEDOUT}};
     ovMutex mutex;
     ovCondVar cond;
-    for (const Row &row : rows) {
-        SCOPED_TRACE(testing::Message() << row.seconds << "s " << row.nanoseconds << "ns");
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.seconds);
         ovMutexLock guard(mutex);
         const time_t before = time(nullptr);
         EXPECT_EQ(cond.timedwait(&mutex, row.seconds, row.nanoseconds), row.result);
@@ -234,32 +218,24 @@ TEST(OvCondVar, TimedwaitDeadlineIsWholeSecondsPlusGivenNanoseconds)
 TEST(ThreadCount, CountsInAndOutWithDebugLinesAndRefusesAtLimits)
 {
     THREAD_COUNT counter;
-    {
-        BaseLogCapture capture;
-        EXPECT_TRUE(counter.INC());
-        counter.DEC();
-        counter.DEC();
-        EXPECT_EQ(counter.count(), 0);
-        EXPECT_EQ(capture.lines(), (std::vector<std::string>{
-                                       "INC: num(0) => (1)",
-                                       "DEC: num(1) => (0)",
-                                       "DEC: Error: Reach zero num(0)",
-                                       "DEC: num(0) => (0)",
-                                   }));
-    }
+    std::unique_ptr<BaseLogCapture> capture(new BaseLogCapture);
+    EXPECT_TRUE(counter.INC());
+    counter.DEC();
+    counter.DEC();
+    EXPECT_EQ(counter.count(), 0);
+    EXPECT_EQ(capture->lines(), (std::vector<std::string>{"INC: num(0) => (1)", "DEC: num(1) => (0)",
+                                                          "DEC: Error: Reach zero num(0)",
+                                                          "DEC: num(0) => (0)"}));
+    capture.reset();
     for (int i = 1; i < 9999; ++i)
         ASSERT_TRUE(counter.INC());
-    {
-        BaseLogCapture capture;
-        EXPECT_TRUE(counter.INC()) << "the 9999th thread is still counted";
-        EXPECT_FALSE(counter.INC());
-        EXPECT_EQ(counter.count(), 9999);
-        EXPECT_EQ(capture.lines(), (std::vector<std::string>{
-                                       "INC: num(9998) => (9999)",
-                                       "INC: Error: Reach maximum num(9999) = 9999",
-                                       "INC: num(9999) => (9999)",
-                                   }));
-    }
+    capture.reset(new BaseLogCapture);
+    EXPECT_TRUE(counter.INC()) << "the 9999th thread is still counted";
+    EXPECT_FALSE(counter.INC());
+    EXPECT_EQ(counter.count(), 9999);
+    EXPECT_EQ(capture->lines(), (std::vector<std::string>{"INC: num(9998) => (9999)",
+                                                          "INC: Error: Reach maximum num(9999) = 9999",
+                                                          "INC: num(9999) => (9999)"}));
 }
 
 TEST(ThreadCount, WaitForZeroDrainsRunningThreadsAndHoldsNewOnesBack)

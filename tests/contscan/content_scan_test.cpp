@@ -18,8 +18,6 @@ struct SetDeleter {
     void operator()(POLICYSET *set) const { ZWContScanCleanUp(set); }
 };
 
-// A policy set from tokens and settings, scanning texts written under a
-// given file name.
 class ScanFixture
 {
 public:
@@ -32,11 +30,8 @@ public:
 
     POLICYSET *set() { return m_set.get(); }
 
-    // Scans text as the file `name` (in memory mode when asked, with the
-    // file left empty; with `stream`, from a file the caller holds open and
-    // has just written, as the plug-in's pipeline does); returns
-    // "name:flags" per policy ("m" matched, "n" no action) and the scan's
-    // result.
+    // Scans text as the file `name` (in memory, or from an open file when
+    // asked); returns "name:flags" per policy ("m" matched, "n" no action).
     std::vector<std::string> Scan(const std::string &text, const std::string &name = "DFI1234",
                                   bool inMemory = false, int *result = nullptr, bool stream = false)
     {
@@ -63,10 +58,9 @@ public:
         if (result)
             *result = rc;
         std::vector<std::string> flags;
-        for (const _POLICY_MATCH_INFO &e : entries) {
+        for (const _POLICY_MATCH_INFO &e : entries)
             flags.push_back(std::string(e.m_pPolicy->m_szName) + ":" + (e.m_nMatched ? "m" : "") +
                             (e.m_nNoAction ? "n" : ""));
-        }
         return flags;
     }
 
@@ -82,16 +76,13 @@ TEST(ContentScan, ListsCombineWithAndPoliciesWithOr)
     struct ScanCase {
         const char *name;
         std::vector<std::string> tokens;
-        std::string settings;
-        std::string text;
-        std::string file;
+        std::string settings, text, file;
         Flags expected;
     };
     const std::vector<std::string> freeMoney = {"shP", "whfree", "wdmoney"};
     // clang-format off
     const ScanCase cases[] = {
         {"both keywords", freeMoney, "", "Get free money now", "DFI1", {"P:m"}},
-        {"on different lines", freeMoney, "", "money\n\nis free\n", "DFI1", {"P:m"}},
         {"only one keyword", freeMoney, "", "free lunch", "DFI1", {"P:"}},
         {"a keyword split by a newline", freeMoney, "", "free mo\nney", "DFI1", {"P:"}},
         {"any list of a policy", {"shP", "whfree", "wdmoney", "whwin"}, "", "you win", "DFI1",
@@ -104,14 +95,10 @@ TEST(ContentScan, ListsCombineWithAndPoliciesWithOr)
          {"P:m"}},
         {"a no-action keyword excuses the policy", {"shP", "whfree", "ewinternal"}, "",
          "internal: free", "DFI1", {"P:n"}},
-        {"no-action keyword alone", {"shP", "whfree", "ewinternal"}, "", "internal", "DFI1",
-         {"P:n"}},
         {"outbound file skips inbound-only policy", freeMoney, "[P]\nOutboundMailScan=no\n",
          "free money", "DFO1", {"P:"}},
         {"lower-case o is outbound too", freeMoney, "[P]\nOutboundMailScan=no\n", "free money",
          "DFo1", {"P:"}},
-        {"inbound file of that policy", freeMoney, "[P]\nOutboundMailScan=no\n", "free money",
-         "DFI1", {"P:m"}},
         {"inbound-disabled policy, outbound mail", freeMoney, "[P]\nInboundMailScan=no\n",
          "free money", "AFO1", {"P:m"}},
         {"disabled policy gets no flag", {"shP", "pe=f", "whfree", "ewfree"}, "", "free", "DFI1",
@@ -125,18 +112,14 @@ TEST(ContentScan, ListsCombineWithAndPoliciesWithOr)
          "(free) money!", "DFI1", {"P:m"}},
         {"case sensitive", {"shP", "whFree"}, "[Content Filter]\nCaseSensitive=yes\n", "free",
          "DFI1", {"P:"}},
-        {"case folded", {"shP", "whFree"}, "", "FREE", "DFI1", {"P:m"}},
     };
     // clang-format on
     for (const ScanCase &c : cases) {
         ScanFixture scan(c.tokens, c.settings);
         ASSERT_NE(scan.set(), nullptr) << c.name;
-        EXPECT_EQ(scan.Scan(c.text, c.file), c.expected) << c.name;
-        EXPECT_EQ(scan.Scan(c.text, c.file, true), c.expected) << c.name << " (memory)";
-        EXPECT_EQ(scan.Scan(c.text, c.file, false, nullptr, true), c.expected)
-            << c.name << " (open file)";
-        EXPECT_EQ(scan.Scan(c.text, c.file, true, nullptr, true), c.expected)
-            << c.name << " (memory, open file)";
+        for (int mode = 0; mode < 4; ++mode)   // file, memory, open file, memory and open file
+            EXPECT_EQ(scan.Scan(c.text, c.file, mode & 1, nullptr, mode & 2), c.expected)
+                << c.name << " mode " << mode;
     }
 }
 
@@ -144,11 +127,10 @@ TEST(ContentScan, ResultCodes)
 {
     ScanFixture scan({"shP", "whfree", "ewinternal", "shQ", "pe=f"});
     ASSERT_NE(scan.set(), nullptr);
-    int result = 9;
-    scan.Scan("free", "DFI1", false, &result);
-    EXPECT_EQ(result, 1);
-    scan.Scan("internal free", "DFI1", false, &result);
-    EXPECT_EQ(result, 0); // no enabled policy left to judge
+    int matched = 9, excused = 9;
+    scan.Scan("free", "DFI1", false, &matched);
+    scan.Scan("internal free", "DFI1", false, &excused);
+    EXPECT_EQ(matched * 10 + excused, 10);   // excused: no enabled policy left to judge
 
     MEMBUF membuf{};
     _POLICY_MATCH_INFO info{scan.set()->m_pFirstPolicy, 0, 0, nullptr};
@@ -165,30 +147,16 @@ TEST(ContentScan, ResultCodes)
 TEST(ContentScan, InitRefusesWhatIsNotAPolicyFile)
 {
     BaseTempDir dir;
-    std::string bad = dir.write("CsConfig.dat", "CsConfig.dat\tshP\t");
     std::string ini = dir.write("contscan.ini", "");
-    EXPECT_EQ(ZWContScanInit(bad.c_str(), ini.c_str()), nullptr);
     EXPECT_EQ(ZWContScanInit(dir.path("missing").c_str(), ini.c_str()), nullptr);
     EXPECT_EQ(ZWContScanCleanUp(nullptr), 1);
 
     std::string empty = dir.write("empty.dat", "CsConfig.dat2\t"); // no policy at all
     POLICYSET *set = ZWContScanInit(empty.c_str(), ini.c_str());
-    ASSERT_NE(set, nullptr);
-    ASSERT_NE(set->m_pKeywordTree, nullptr);
+    ASSERT_TRUE(set && set->m_pKeywordTree);
     std::string text = dir.write("DFI1", "anything\n");
     EXPECT_EQ(ZWContScanScanFile(set, nullptr, &text[0], nullptr), 0);
     EXPECT_EQ(ZWContScanCleanUp(set), 1);
-}
-
-TEST(ContentScan, DirectionComesFromTheThirdCharacterOfTheFileName)
-{
-    const std::pair<const char *, TYPE_CS_MAIL> cases[] = {
-        {"/q/DFO123", CS_MAIL_OUTBOUND}, {"/q/dfo", CS_MAIL_OUTBOUND},
-        {"/q/DFI123", CS_MAIL_INBOUND},  {"/q/DF", CS_MAIL_INBOUND},
-        {"DFO123", CS_MAIL_INBOUND},     {"/O/DFX", CS_MAIL_INBOUND}, {"/q/", CS_MAIL_INBOUND},
-    };
-    for (const auto &c : cases)
-        EXPECT_EQ(MailDirectionOf(c.first), c.second) << c.first;
 }
 
 } // namespace

@@ -1,11 +1,13 @@
-// Parsing of rule sentences, mail types and actions into a CExpression.
+// Rule sentences: parsing into a CExpression and evaluation against one mail.
 #include <gtest/gtest.h>
 
-#include <climits>
-#include <cstring>
+#include <cstdlib>
+#include <ctime>
 #include <string>
+#include <vector>
 
 #include "rules/expression.h"
+#include "support/rules_fixtures.h"
 
 namespace {
 
@@ -33,99 +35,144 @@ TEST(ParseExpression, Grammar)
         {R"(SUBJ=I"Free OFFER")", "1: SUBJ = I|0|free offer|-"},
         {R"(SUBJ="Free")", "1: SUBJ = |0|Free|-"},
         {R"(FROM=IS"*offer*,*promo*")", "1: FROM = IS|0|*offer*,*promo*|-"},
-        {R"(FROM=SX"a")", "1: FROM = S|0|a|-"},
-        {"SIZE>500000", "1: SIZE > |500000|-|-"},
-        {"SIZE!=5", "1: SIZE != |5|-|-"},
-        {"SIZE<abc", "1: SIZE < |0|-|-"},
+        {R"(FROM=SX"a")", "1: FROM = S|0|a|-"}, {"SIZE>500000", "1: SIZE > |500000|-|-"},
+        {"SIZE!=5", "1: SIZE != |5|-|-"}, {"SIZE<abc", "1: SIZE < |0|-|-"},
         {"SIZE=99999999999", "1: SIZE = |2147483647|-|-"},
         {R"(ATTACH=I".EXE:Application")", "1: ATTACH = I|0|.exe|application"},
         {R"(ATTACH="Read.Me:Text/Plain:X")", "1: ATTACH = |0|Read.Me:Text/Plain|x"},
-        {R"(ATTACH="A.exe")", "1: ATTACH = |0|A.exe|-"},
-        {R"(SUBJ="a:b")", "1: SUBJ = |0|a:b|-"},
-        {R"(TIME="3E00FF00")", "1: TIME = |0|3E00FF00|-"},
-        {R"(DOM="")", "1: DOM = |0||-"},
-        {R"(TO=="x")", "1: TO = |0|x|-"},
-        {R"(RTO<"x",CC>"y")", "2: RTO < |0|x|-"},
-        {R"(SUBJ="a,b",SIZE<3)", "2: SUBJ = |0|a,b|-"},
-        {R"(SUBJ="a\b")", "1: SUBJ = |0|a\\b|-"},
+        {R"(ATTACH="A.exe")", "1: ATTACH = |0|A.exe|-"}, {R"(SUBJ="a:b")", "1: SUBJ = |0|a:b|-"},
+        {R"(TIME="3E00FF00")", "1: TIME = |0|3E00FF00|-"}, {R"(DOM="")", "1: DOM = |0||-"},
+        {R"(TO=="x")", "1: TO = |0|x|-"}, {R"(RTO<"x",CC>"y")", "2: RTO < |0|x|-"},
+        {R"(SUBJ="a,b",SIZE<3)", "2: SUBJ = |0|a,b|-"}, {R"(SUBJ="a\b")", "1: SUBJ = |0|a\\b|-"},
         {R"(SUBJ="a",)", "1: SUBJ = |0|a|-"},
         {R"(SIZE>1,SIZE>2,SIZE>3,SIZE>4,SIZE>5,SIZE>6,SIZE>7,SIZE>8,SIZE>9,SIZE>10)", "9: SIZE > |1|-|-"},
     };
     for (const auto &row : rows)
         EXPECT_EQ(Describe(row.first), row.second) << row.first;
     for (const char *invalid : {"", R"(FROM="x"y)", R"(FROM="x" )", R"(SUBJ="a"")", R"(SUBJ!x"a")",
-                                R"(subj="x")", R"( SUBJ="x")", R"(SUBJECT="x")", "SUBJ=hello",
-                                "SUBJ=I", "SUBJ=", R"(SUBJ="open)", R"(SUBJ="a",,SIZE>1)",
-                                R"(SUBJ="a", SIZE>1)", R"("SUBJ"="a")", "SIZE", ","})
+                                R"(subj="x")", R"( SUBJ="x")", R"(SUBJECT="x")", "SUBJ=hello", "SUBJ=",
+                                R"(SUBJ="open)", R"(SUBJ="a",,SIZE>1)", R"(SUBJ="a", SIZE>1)", "SIZE"})
         EXPECT_EQ(Describe(invalid), "invalid") << invalid;
     CExpression rule;
     EXPECT_FALSE(rule.ParseExpression(nullptr, true));
 }
 
-TEST(ParseExpression, WithoutStoreTheRuleStaysAsItWas)
-{
-    CExpression rule;
-    ASSERT_TRUE(rule.ParseExpression("SIZE>1,SIZE>2", true));
-    EXPECT_TRUE(rule.ParseExpression(R"(SUBJ="x")", false));
-    EXPECT_FALSE(rule.ParseExpression(R"(SUBJ="x)", false));
-    EXPECT_EQ(rule.GetTermCount(), 2);
-    std::string text;
-    rule.GetRule(text);
-    EXPECT_EQ(text, "SIZE>1,SIZE>2");
+// Sunday 2002-12-01 10:30:00 UTC.
+const int kSundayAtTen = 1038738600;
 
-    // A new sentence replaces the terms of the old one.
-    ASSERT_TRUE(rule.ParseExpression(R"(SUBJ="x")", true));
-    EXPECT_EQ(rule.GetTermCount(), 1);
-    EXPECT_EQ(rule.GetTerm(0).var, VAR_SUBJ);
-    EXPECT_EQ(rule.GetTerm(0).number, 0);
-}
+class RuleEvaluation : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        setenv("TZ", "UTC", 1);
+        tzset();
+        rules_set_users(mail, "Alice <alice@example.com>", "carol@example.com, bob@example.net", "");
+        mail.m_strEnvelopeFrom = "bounce@lists.example.org";   // no C line: m_pszCc stays null
+        mail.m_pszEnvelopeFrom = mail.m_strEnvelopeFrom.c_str();
+        mail.m_strSubject = "Hello World";
+        mail.m_pszSubject = mail.m_strSubject.c_str();
+        mail.m_nMailSize = 100;
+        mail.m_lReceivedTime = kSundayAtTen;
+        for (std::string host : {"mx.example.com", "relay.spam.example"})
+            mail.AddDomain(&host[0]);
+        rules_add_attach(mail, "Report.PDF", "Application/PDF");
+        rules_add_attach(mail, "winmail.dat", "application/ms-tnef", {"budget.xls", "notes"});
+    }
 
-TEST(CExpression, MailTypesActionsAndDirections)
-{
-    struct {
-        const char *text;
-        bool ok;
-        MAIL_TYPE type;
-    } types[] = {{"A", true, MAIL_INBOUND}, {"Bxyz", true, MAIL_OUTBOUND}, {"C", true, MAIL_BOTH},
-                 {"a", false, MAIL_INBOUND}, {"", false, MAIL_INBOUND}, {nullptr, false, MAIL_INBOUND}};
-    for (const auto &row : types) {
-        CExpression rule;
-        rule.SetMailType(MAIL_OUTBOUND);
-        EXPECT_EQ(rule.ParseMailType(row.text, false), row.ok);
-        EXPECT_EQ(rule.GetMailType(), MAIL_OUTBOUND);   // not stored
-        if (row.ok) {
-            rule.ParseMailType(row.text, true);
-            EXPECT_EQ(rule.GetMailType(), row.type);
+    void Check(const std::vector<std::pair<const char *, bool>> &rows)
+    {
+        for (const auto &row : rows) {
+            CExpression rule;
+            ASSERT_TRUE(rule.ParseExpression(row.first, true)) << row.first;
+            EXPECT_EQ(rule.Evaluate(&mail), row.second) << row.first;
         }
     }
 
-    struct {
-        const char *text;
-        bool ok;
-        ACT_TYPE action;
-    } actions[] = {{"DEL", true, ACT_DEL},  {"DELETE", true, ACT_DEL}, {"QUAR", true, ACT_QUAR},
-                   {"ARCHIVE", true, ACT_ARCH}, {"del", false, ACT_DEL}, {"QUA", false, ACT_DEL},
-                   {"", false, ACT_DEL}};
-    for (const auto &row : actions) {
-        CExpression rule;
-        EXPECT_EQ(rule.ParseAction(row.text, true), row.ok) << row.text;
-        EXPECT_EQ(rule.GetAction(), row.action) << row.text;
-        std::string text;
-        rule.GetAction(text);
-        EXPECT_EQ(text, row.ok ? row.text : "") << row.text;
-    }
+    CMailInfo mail;
+};
 
-    struct {
-        MAIL_TYPE rule, mail;
-        bool scanned;
-    } directions[] = {{MAIL_INBOUND, MAIL_INBOUND, true},   {MAIL_INBOUND, MAIL_OUTBOUND, false},
-                      {MAIL_OUTBOUND, MAIL_OUTBOUND, true}, {MAIL_OUTBOUND, MAIL_INBOUND, false},
-                      {MAIL_BOTH, MAIL_INBOUND, true},      {MAIL_BOTH, MAIL_OUTBOUND, true}};
-    for (const auto &row : directions) {
-        CExpression rule;
-        rule.SetMailType(row.rule);
-        EXPECT_EQ(rule.CheckScan(row.mail), row.scanned) << row.rule << " " << row.mail;
-    }
+TEST_F(RuleEvaluation, HeaderFields)
+{
+    Check({
+        {R"(SUBJ="Hello World")", true}, {R"(SUBJ="hello world")", false},
+        {R"(SUBJ=I"HELLO world")", true},
+        {R"(SUBJ="Hello")", false},               // exact without S
+        {R"(SUBJ=S"*World")", true}, {R"(SUBJ=S"World*Hello")", false}, {R"(SUBJ=S"hello")", false},
+        {R"(SUBJ=IS"hello*WORLD")", true}, {R"(SUBJ!="Hello World")", false},
+        {R"(SUBJ<"x")", true},                    // any operator but = means "differs"
+        {R"(SUBJ="Hello World,x")", false},       // a subject value is not a list
+        {R"(SUBJ="''")", false},
+        {R"(FROM="bounce@lists.example.org")", true},   // the envelope sender too
+        {R"(FROM=IS"*EXAMPLE.ORG")", true}, {R"(FROM="nobody, bounce@lists.example.org")", true},
+        {R"(FROM="nobody")", false}, {R"(FROM="''")", false},
+        {R"(TO="alice,bob@example.net")", true}, {R"(TO=" bob@example.net ")", true},
+        {R"(TO!="carol@example.com")", true},     // bob differs
+        {R"(TO=S"example.net")", true},
+        {R"(CC="''")", true},                     // missing field
+        {R"(CC!="x")", false},                    // an empty field never compares
+        {R"(CC=S"*")", false}, {R"(CC="x,''")", true},
+        {R"(RTO="''")", true}, {R"(RTO="'x'")", false},
+        {R"(TO="'bob@example.net'")", false},     // quotes stay part of the text
+        {R"(SUBJ="Hello World",SIZE=100,TO=S"bob")", true}, {R"(SIZE>1000,SUBJ="Hello World")", false},
+    });
+    CExpression empty;
+    EXPECT_TRUE(empty.Evaluate(&mail));
+    EXPECT_FALSE(empty.Evaluate(nullptr));
+}
+
+TEST_F(RuleEvaluation, SizeAndTime)
+{
+    Check({
+        {"SIZE=100", true}, {"SIZE<100", false}, {"SIZE<101", true}, {"SIZE>99", true},
+        {"SIZE>100", false}, {"SIZE!=100", false}, {"SIZE!=5", true},
+        {R"(TIME="01FFFFFF")", true},             // Sundays, any hour
+        {R"(TIME="02FFFFFF")", false},            // Mondays
+        {R"(TIME="7F000000")", false},            // no hour bit
+        {R"(TIME="7F000400")", true},             // 10 o'clock
+        {R"(TIME="7f000400")", true},
+        {R"(TIME="7F000800")", false},            // 11 o'clock
+        {R"(TIME="7F0004")", false},              // not a multiple of 8
+        {R"(TIME="0100000001FFFFFF")", true},     // the second block
+        {R"(TIME="")", false}, {R"(TIME="zzzzzzzz")", false},
+        {R"(TIME!="01FFFFFF")", true},            // the operator is not used
+    });
+    mail.m_lReceivedTime = -1;
+    Check({{R"(TIME="FFFFFFFF")", false}});
+}
+
+TEST_F(RuleEvaluation, RelayHostsForgiveLaterMisses)
+{
+    Check({
+        {R"(DOM="mx.example.com")", true}, {R"(DOM=S"spam")", true},
+        {R"(DOM="other,relay.spam.example")", true},
+        {R"(DOM="other",DOM="mx.example.com")", false},   // a miss before any match
+        {R"(DOM="mx.example.com",DOM="other")", true},    // forgiven
+        {R"(DOM="mx.example.com",DOM="other",SIZE=1)", false}, {R"(SIZE=100,DOM="other")", false},
+    });
+    mail.m_nDomainCount = 0;
+    Check({{R"(DOM="''")", false}});
+}
+
+TEST_F(RuleEvaluation, Attachments)
+{
+    Check({
+        {R"(ATTACH="exe")", true},                // no dot: no name test
+        {R"(ATTACH=".exe")", false}, {R"(ATTACH=".PDF")", true}, {R"(ATTACH=".pdf")", false},
+        {R"(ATTACH=I".pdf")", true}, {R"(ATTACH="report.")", false}, {R"(ATTACH=I"report.")", true},
+        {R"(ATTACH=S"por.PD")", true},            // contains, both parts
+        {R"(ATTACH=S"xpor.PD")", false},
+        {R"(ATTACH=".xls")", true},               // a name inside the TNEF part
+        {R"(ATTACH="notes.")", true}, {R"(ATTACH="budget.xls:application/ms-tnef")", true},
+        {R"(ATTACH="budget.xls:text/plain")", false},
+        {R"(ATTACH=":PDF")", true},               // type only, lowered
+        {R"(ATTACH=":image")", false}, {R"(ATTACH=".exe:ALL")", false}, {R"(ATTACH=":none")", true},
+        {R"(ATTACH="a.b:c:pdf")", false},         // split at the last ":"
+    });
+    mail.m_bChecked[0] = 1;   // taken by the specialized filter
+    Check({{R"(ATTACH=".PDF")", false}, {R"(ATTACH=".xls")", true}});
+    mail.m_bChecked[1] = 1;
+    Check({{R"(ATTACH="exe")", false}});
 }
 
 } // namespace
+

@@ -1,4 +1,5 @@
-// Relay hosts of the "Received:" headers.
+// What the rule scanner reads besides the body: relay hosts of the
+// "Received:" headers and single envelope values.
 #include "rules/received_hosts.h"
 
 #include <gtest/gtest.h>
@@ -8,6 +9,9 @@
 #include <vector>
 
 #include "mail/mail_info.h"
+#include "rules/rule_scan.h"
+#include "support/base_log_capture.h"
+#include "support/base_temp_dir.h"
 
 namespace {
 
@@ -15,9 +19,6 @@ std::vector<std::string> hosts_of(const std::string &message)
 {
     CMailInfo info;
     FILE *file = fmemopen(const_cast<char *>(message.data()), message.size(), "r");
-    EXPECT_NE(file, nullptr);
-    if (!file)
-        return {};
     CollectReceivedHosts(file, info);
     std::fclose(file);
     std::vector<std::string> hosts;
@@ -34,12 +35,9 @@ TEST(ReceivedHosts, Table)
         std::string message;
         Hosts hosts;
     } rows[] = {
-        {"one line", "Received: from a.example (a [1.2.3.4]) by mx.example with SMTP\r\n\r\n",
-         {"a.example", "mx.example"}},
         {"folded", "Received: from a.example (a [1.2.3.4])\r\n\tby mx.example with ESMTP\r\n\r\n",
          {"a.example", "mx.example"}},
-        {"two headers in order",
-         "Received: from b by c\nSubject: x\nReceived: from d\n by e\n\n",
+        {"two headers in order", "Received: from b by c\nSubject: x\nReceived: from d\n by e\n\n",
          {"b", "c", "d", "e"}},
         {"any case", "Received: FROM Host1 BY Host2\n\n", {"Host1", "Host2"}},
         {"header name is case-sensitive", "received: from a by b\n\n", {}},
@@ -71,4 +69,20 @@ TEST(ReceivedHosts, LongWordsAndManyHeaders)
     EXPECT_EQ(hosts_of(many + "\n").size(), 128u);   // the record keeps 128
 }
 
+TEST(CRuleScanGetAFInfo, WarnsOfAnEmptyValueInRawMode)
+{
+    BaseTempDir dir;
+    std::string af = dir.write("AFI1", "S  \nSlater\n");
+    CRuleScan scan;
+    BaseLogCapture capture;
+    std::string value = "old", raw = "old";
+    EXPECT_TRUE(scan.GetAFInfo('S', af.c_str(), value, false));
+    EXPECT_TRUE(capture.lines().empty());
+    EXPECT_TRUE(scan.GetAFInfo('S', af.c_str(), raw, true));
+    EXPECT_EQ(value + raw, "");
+    EXPECT_EQ(capture.lines(),
+              (std::vector<std::string>{"GetAFInfo(): Warning! S command have no value."}));
+}
+
 } // namespace
+

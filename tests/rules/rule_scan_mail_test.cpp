@@ -1,60 +1,56 @@
 // CRuleScan::Scan on whole mails: direction, relay hosts, the specialized
-// filter's picks, first match in file order and the vendor trigger.
+// filter's picks, first match in file order and the vendor trigger; and over
+// files its caller holds open (as the plug-in's pipeline does), the same
+// text, text file, attachments and hosts as the walk over the paths.
 #include "rules/rule_scan.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdio>
 #include <memory>
+#include <random>
 #include <string>
 #include <vector>
 
+#include "base/file_util.h"
+#include "mail/mail_info.h"
+#include "mail/mime_walk.h"
+#include "rules/file_handle.h"
+#include "rules/received_hosts.h"
 #include "sfilter/sfrule_file.h"
+#include "support/plugin_mail_corpus.h"
 #include "support/rules_fixtures.h"
 
 namespace {
 
 // A mail with a text part and two base64 attachments.
 const char kMessage[] =
-    "Received: from relay.example.org (relay [192.0.2.7])\r\n"
-    "\tby mx.example.net with ESMTP id 42\r\n"
-    "From: alice@example.org\r\n"
-    "To: bob@example.net\r\n"
-    "Subject: quarterly figures\r\n"
-    "MIME-Version: 1.0\r\n"
-    "Content-Type: multipart/mixed; boundary=\"XYZ\"\r\n"
-    "\r\n"
-    "--XYZ\r\n"
-    "Content-Type: text/plain\r\n"
-    "\r\n"
-    "see attached\r\n"
-    "--XYZ\r\n"
-    "Content-Type: application/octet-stream; name=\"setup.exe\"\r\n"
-    "Content-Transfer-Encoding: base64\r\n"
-    "\r\n"
-    "TVqQAAMAAAAEAAAA\r\n"
-    "--XYZ\r\n"
-    "Content-Type: application/pdf; name=\"figures.pdf\"\r\n"
-    "Content-Transfer-Encoding: base64\r\n"
-    "\r\n"
-    "JVBERi0xLjQK\r\n"
-    "--XYZ--\r\n";
+    "Received: from relay.example.org (relay [192.0.2.7])\r\n\tby mx.example.net with ESMTP id 42\r\n"
+    "From: alice@example.org\r\nTo: bob@example.net\r\nSubject: quarterly figures\r\n"
+    "MIME-Version: 1.0\r\nContent-Type: multipart/mixed; boundary=\"XYZ\"\r\n\r\n"
+    "--XYZ\r\nContent-Type: text/plain\r\n\r\nsee attached\r\n"
+    "--XYZ\r\nContent-Type: application/octet-stream; name=\"setup.exe\"\r\n"
+    "Content-Transfer-Encoding: base64\r\n\r\nTVqQAAMAAAAEAAAA\r\n"
+    "--XYZ\r\nContent-Type: application/pdf; name=\"figures.pdf\"\r\n"
+    "Content-Transfer-Encoding: base64\r\n\r\nJVBERi0xLjQK\r\n--XYZ--\r\n";
 
 class ScanFixture : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        af = dir.file("AFI0001");
-        df = dir.file("DFI0001");
-        WriteFile(af, "Falice@example.org\nTbob@example.net\nSquarterly figures\n"
-                             "Oalice@example.org\nDbob@example.net\n");
-        WriteFile(df, kMessage);
+        af = dir.write("AFI0001", "Falice@example.org\nTbob@example.net\nSquarterly figures\n"
+                                  "Oalice@example.org\nDbob@example.net\n");
+        df = dir.write("DFI0001", kMessage);
         text.reset(new MEMBUF());
     }
 
     bool Load(const std::string &rules)
     {
-        WriteFile(dir.file("spamrule.txt"), rules);
-        return scan.Initialize(dir.file("spamrule.txt").c_str());
+        return scan.Initialize(dir.write("spamrule.txt", rules).c_str());
     }
 
     bool Run(const std::string &afPath, Replace_Stru *replace = nullptr)
@@ -62,10 +58,10 @@ protected:
         info.reset(new CMailInfo);
         info->ParseAFInfo(afPath.c_str(), true);
         return scan.Scan(afPath.c_str(), df.c_str(), name, sentence, action, trigger, *info,
-                         text.get(), dir.file("text.txt").c_str(), replace);
+                         text.get(), dir.path("text.txt").c_str(), replace);
     }
 
-    RulesTempDir dir;
+    BaseTempDir dir;
     std::string af, df;
     CRuleScan scan;
     std::unique_ptr<MEMBUF> text;
@@ -78,20 +74,18 @@ TEST_F(ScanFixture, EmptyRuleListTouchesOnlyTheTriggerAndAMissingMessageNothing)
 {
     ASSERT_TRUE(Load(""));
     EXPECT_FALSE(Run(af));
-    EXPECT_EQ(name, "untouched");
-    EXPECT_EQ(action, "untouched");
+    EXPECT_EQ(name + action, "untoucheduntouched");
     EXPECT_EQ(trigger, TRIGGER_ADMIN);
     ASSERT_EQ(info->m_nDomainCount, 2);
-    EXPECT_STREQ(info->m_pDomain[0], "relay.example.org");
-    EXPECT_STREQ(info->m_pDomain[1], "mx.example.net");
+    EXPECT_EQ(std::string(info->m_pDomain[0]) + " " + info->m_pDomain[1],
+              "relay.example.org mx.example.net");
     EXPECT_EQ(info->m_nAttachCount, 2);
 
     ASSERT_TRUE(Load("all\\C\\SIZE>-1\\DEL\n"));
-    df = dir.file("missing");
+    df = dir.path("missing");
     trigger = TRIGGER_VENDOR;
     EXPECT_FALSE(Run(af));
-    EXPECT_EQ(trigger, TRIGGER_VENDOR);
-    EXPECT_EQ(name, "untouched");
+    EXPECT_EQ(name + (trigger == TRIGGER_VENDOR ? " vendor" : ""), "untouched vendor");
 }
 
 TEST_F(ScanFixture, FirstMatchInFileOrderWithDirectionAndTrigger)
@@ -115,14 +109,14 @@ TEST_F(ScanFixture, FirstMatchInFileOrderWithDirectionAndTrigger)
     for (const Row &row : rows) {
         SCOPED_TRACE(row.what);
         CRuleScan fresh;
-        WriteFile(dir.file("spamrule.txt"), row.rules);
-        ASSERT_TRUE(fresh.Initialize(dir.file("spamrule.txt").c_str()));
+        WriteFile(dir.path("spamrule.txt"), row.rules);
+        ASSERT_TRUE(fresh.Initialize(dir.path("spamrule.txt").c_str()));
         if (!row.vendor.empty()) {
-            WriteFile(dir.file("vendor.txt"), row.vendor);
-            ASSERT_TRUE(fresh.LoadImportRuleFile(dir.file("vendor.txt").c_str()));
+            WriteFile(dir.path("vendor.txt"), row.vendor);
+            ASSERT_TRUE(fresh.LoadImportRuleFile(dir.path("vendor.txt").c_str()));
         }
-        std::string afPath = row.outbound ? dir.file("AFO0001") : af;
-        WriteFile(dir.file("AFO0001"), ReadFile(af));
+        std::string afPath = row.outbound ? dir.path("AFO0001") : af;
+        WriteFile(dir.path("AFO0001"), ReadFile(af));
         CMailInfo mail;
         mail.ParseAFInfo(afPath.c_str(), true);
         mail.m_nMailSize = 100;
@@ -132,8 +126,7 @@ TEST_F(ScanFixture, FirstMatchInFileOrderWithDirectionAndTrigger)
                              nullptr),
                   row.matched);
         EXPECT_EQ(mail.m_nDirection, row.outbound ? 1 : 0);
-        EXPECT_EQ(n, row.name);
-        EXPECT_EQ(a, row.action);
+        EXPECT_EQ(n + "|" + a, std::string(row.name) + "|" + row.action);
         EXPECT_EQ(t, row.trigger);
     }
 }
@@ -145,8 +138,8 @@ TEST_F(ScanFixture, SpecializedFilterTakesAttachmentsAwayFromRules)
     content.attach = "*.exe";
     content.includeText = "INCLUDE";
     c_special_filter_savor savor;
-    ASSERT_TRUE(savor.SaveRuleFile({content}, dir.file("SFRule.txt").c_str()));
-    scan.LoadSFilterSetting(dir.file("SFRule.txt").c_str(), nullptr);
+    ASSERT_TRUE(savor.SaveRuleFile({content}, dir.path("SFRule.txt").c_str()));
+    scan.LoadSFilterSetting(dir.path("SFRule.txt").c_str(), nullptr);
     ASSERT_TRUE(Load("exe\\C\\ATTACH=\".exe\"\\DEL\npdf\\C\\ATTACH=\".pdf\"\\QUAR\n"));
 
     Replace_Stru replace;
@@ -156,11 +149,9 @@ TEST_F(ScanFixture, SpecializedFilterTakesAttachmentsAwayFromRules)
     EXPECT_STREQ(replace.entries[0]->m_szName, "setup.exe");
     EXPECT_EQ(info->m_bChecked[0], 1);
     EXPECT_EQ(info->m_bChecked[1], 0);
-    const std::string message = kMessage;
-    EXPECT_EQ(replace.entries[0]->m_nStart, info->m_pAttach[0]->m_nStart);
-    EXPECT_LT(replace.entries[0]->m_nStart, replace.entries[0]->m_nEnd);
-    EXPECT_NE(message.substr(replace.entries[0]->m_nStart,
-                             replace.entries[0]->m_nEnd - replace.entries[0]->m_nStart)
+    const Attach_Stru &taken = *replace.entries[0];
+    EXPECT_EQ(taken.m_nStart, info->m_pAttach[0]->m_nStart);
+    EXPECT_NE(std::string(kMessage + taken.m_nStart, kMessage + std::max(taken.m_nStart, taken.m_nEnd))
                   .find("TVqQAAMAAAAEAAAA"),
               std::string::npos);
 
@@ -171,22 +162,90 @@ TEST_F(ScanFixture, SpecializedFilterTakesAttachmentsAwayFromRules)
 TEST_F(ScanFixture, SuspendedRulesAndActionCodes)
 {
     ASSERT_TRUE(Load("a\\C\\SIZE>-1\\DELETE\nb\\C\\SIZE>-1\\ARCH\n"));
-    scan.GetExpression(0)->SetSuspended(1);
-    ACT_TYPE code = ACT_QUAR;
-    CMailInfo mail;
-    EXPECT_TRUE(scan.Scan(af.c_str(), df.c_str(), name, sentence, code, trigger, mail, text.get(),
-                          nullptr, nullptr));
-    EXPECT_EQ(name, "b");
-    EXPECT_EQ(sentence, "SIZE>-1");
-    EXPECT_EQ(code, ACT_ARCH);
+    for (int suspended : {1, 0}) {
+        scan.GetExpression(0)->SetSuspended(suspended);
+        ACT_TYPE code = ACT_QUAR;
+        CMailInfo mail;
+        EXPECT_TRUE(scan.Scan(af.c_str(), df.c_str(), name, sentence, code, trigger, mail,
+                              text.get(), nullptr, nullptr));
+        EXPECT_EQ(name + sentence, suspended ? "bSIZE>-1" : "aSIZE>-1");
+        EXPECT_EQ(code, suspended ? ACT_ARCH : ACT_QUAR);   // "DELETE" is no exact action text
+    }
+}
 
-    scan.GetExpression(0)->SetSuspended(0);
-    code = ACT_QUAR;
-    CMailInfo again;
-    EXPECT_TRUE(scan.Scan(af.c_str(), df.c_str(), name, sentence, code, trigger, again,
-                          text.get(), nullptr, nullptr));
-    EXPECT_EQ(name, "a");
-    EXPECT_EQ(code, ACT_QUAR);   // "DELETE" is no exact action text
+// What a walk leaves behind, in a form that compares.
+std::string Picture(const MEMBUF &text, const std::string &textFile, const CMailInfo &info)
+{
+    std::string out = "memory=" + std::to_string(text.m_bInMemory) + "\n";
+    if (text.m_bInMemory)
+        out += "text=" + std::string(text.m_szData, static_cast<size_t>(text.m_nLength)) + "\n";
+    out += "file=" + textFile + "\n";
+    for (int i = 0; i < info.m_nDomainCount; ++i)
+        out += "host=" + std::string(info.m_pDomain[i]) + "\n";
+    for (int i = 0; i < info.m_nAttachCount; ++i) {
+        const Attach_Stru &a = *info.m_pAttach[i];
+        out += "attach=" + std::string(a.m_szName) + "|" + a.m_szContentType + "|" +
+               std::to_string(a.m_nStart) + "-" + std::to_string(a.m_nEnd) + "|" +
+               std::to_string(a.m_nEncoding) + "\n";
+    }
+    return out;
+}
+
+TEST(RuleScanOpenFiles, GivesWhatTheWalkOverThePathsGives)
+{
+    BaseTempDir dir;
+    WriteFile(dir.path("spamrule.txt"), "");
+    CRuleScan scan;
+    ASSERT_TRUE(scan.Initialize(dir.path("spamrule.txt").c_str()));
+    const std::string af = dir.path("AFI7");
+    WriteFile(af, "Fa@partner.example\nTb@corp.example\n");
+
+    std::vector<std::string> mails = {"Subject: no MIME, no end of line"};
+    for (const PluginCorpusMail &mail : PluginCorpus(27, 11))
+        mails.push_back(mail.text);
+    std::mt19937 random(3);
+    const std::string big = PluginProse(random, 1700);   // past the 99999 bytes held in memory
+    mails.push_back(PluginPlainMail({}, big));
+    mails.push_back(
+        PluginMultipartMail({}, big, {{"a.exe", "application/x", PluginBinaryBytes(5000, 1)}}).text);
+    for (size_t m = 0; m < mails.size(); ++m) {
+        SCOPED_TRACE("mail " + std::to_string(m));
+        const std::string df = dir.path("DFI7");
+        WriteFile(df, mails[m]);
+
+        std::unique_ptr<MEMBUF> pathText(new MEMBUF{});
+        CMailInfo byPath;
+        {
+            RuleFilePtr message = OpenRuleFile(df.c_str(), "rb");
+            CollectReceivedHosts(message.get(), byPath);
+        }
+        ASSERT_TRUE(GetAttachmentInfo(df.c_str(), pathText.get(), dir.path("path.txt").c_str(),
+                                      &byPath));
+        const std::string expected =
+            Picture(*pathText, ReadFile(dir.path("path.txt")), byPath);
+
+        char textPath[OV_MAX_PATH];
+        const int fd = CreateTempFile(dir.path("").c_str(), "DFI", ".tmp", textPath);
+        ASSERT_GE(fd, 0);
+        ASSERT_EQ(1, pwrite(fd, "\n", 1, 0));   // as the pipeline's probe may leave it
+        ASSERT_EQ(0, ftruncate(fd, 0));
+        RuleFilePtr text(fdopen(fd, "w+b"));
+        RuleFilePtr message = OpenRuleFile(df.c_str(), "rb");
+        ScanFiles files;
+        files.af = af.c_str(), files.df = df.c_str(), files.message = message.get();
+        files.messageSize = static_cast<long>(mails[m].size());
+        files.text = text.get(), files.textPath = textPath;
+        std::unique_ptr<MEMBUF> openText(new MEMBUF{});
+        CMailInfo byFiles;
+        std::string name, rule;
+        ACT_TYPE action = ACT_QUAR;
+        TriggerType trigger = TRIGGER_ADMIN;
+        EXPECT_FALSE(scan.Scan(files, name, rule, action, trigger, byFiles, openText.get(),
+                               nullptr));
+        EXPECT_EQ(expected, Picture(*openText, ReadFile(textPath), byFiles));
+        std::remove(textPath);
+    }
 }
 
 } // namespace
+

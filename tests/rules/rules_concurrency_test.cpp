@@ -17,23 +17,21 @@ namespace {
 
 TEST(RulesConcurrency, ScansWhileReloading)
 {
-    RulesTempDir dir;
-    const std::string af = dir.file("AFI0001"), df = dir.file("DFI0001");
-    WriteFile(af, "Sfigures\nOa@example.org\n");
-    WriteFile(df, kRulesExeMail);
-    const std::string first = dir.file("first.txt"), second = dir.file("second.txt");
-    WriteFile(first, "a\\C\\DOM=\"mx.example.net\"\\QUAR\n");
-    WriteFile(second, "b\\C\\SIZE>-1\\DEL\nc\\C\\SIZE>-1\\DEL\n");
-    WriteFile(dir.file("vendor.txt"), "v\\C\\SIZE>-1\\DEL\n");
+    BaseTempDir dir;
+    const std::string af = dir.write("AFI0001", "Sfigures\nOa@example.org\n");
+    const std::string df = dir.write("DFI0001", kRulesExeMail);
+    const std::string first = dir.write("first.txt", "a\\C\\DOM=\"mx.example.net\"\\QUAR\n");
+    const std::string second = dir.write("second.txt", "b\\C\\SIZE>-1\\DEL\nc\\C\\SIZE>-1\\DEL\n");
+    const std::string vendor = dir.write("vendor.txt", "v\\C\\SIZE>-1\\DEL\n");
     tagSFRuleContent content;
     content.name = "exe";
     content.attach = "*.exe";
     c_special_filter_savor savor;
-    ASSERT_TRUE(savor.SaveRuleFile({content}, dir.file("SFRule.txt").c_str()));
+    ASSERT_TRUE(savor.SaveRuleFile({content}, dir.path("SFRule.txt").c_str()));
 
     CRuleScan scan;
     ASSERT_TRUE(scan.Initialize(first.c_str()));
-    scan.LoadSFilterSetting(dir.file("SFRule.txt").c_str(), nullptr);
+    scan.LoadSFilterSetting(dir.path("SFRule.txt").c_str(), nullptr);
 
     std::atomic<bool> stop{false};
     std::atomic<int> unexpected{0};
@@ -42,7 +40,7 @@ TEST(RulesConcurrency, ScansWhileReloading)
     for (int r = 0; r < 4; ++r) {
         readers.emplace_back([&, r] {
             std::unique_ptr<MEMBUF> text(new MEMBUF());
-            const std::string textFile = dir.file("text" + std::to_string(r));
+            const std::string textFile = dir.path("text" + std::to_string(r));
             for (int i = 0; i < 60 || !stop.load(); ++i) {
                 CMailInfo info;
                 info.ParseAFInfo(af.c_str(), true);
@@ -63,8 +61,8 @@ TEST(RulesConcurrency, ScansWhileReloading)
     }
     for (int round = 0; round < 40; ++round) {
         ASSERT_TRUE(scan.LoadRuleFile(round % 2 ? first.c_str() : second.c_str()));
-        ASSERT_TRUE(scan.LoadImportRuleFile(dir.file("vendor.txt").c_str()));
-        scan.LoadSFilterSetting(dir.file("SFRule.txt").c_str(), nullptr);
+        ASSERT_TRUE(scan.LoadImportRuleFile(vendor.c_str()));
+        scan.LoadSFilterSetting(dir.path("SFRule.txt").c_str(), nullptr);
     }
     stop = true;
     for (std::thread &reader : readers)

@@ -1,43 +1,25 @@
-// The specialized filter: file-name pattern tables, header lists, user
-// groups with include/exclude, directions and the attachment verdict.
+// The specialized filter: file-name patterns, header lists, user groups with
+// include/exclude, directions and the attachment verdict; the wildcard
+// matching of header values and file names it uses.
 #include "sfilter/sfilter.h"
 
 #include <gtest/gtest.h>
 
+#include <iterator>
+#include <random>
 #include <string>
 
 #include "base/config_file.h"
 #include "sfilter/filter_config.h"
 #include "sfilter/sfrule_file.h"
+#include "sfilter/wildcard.h"
 #include "support/rules_fixtures.h"
 
 namespace {
 
-TEST(SFilterPattern, ParseTable)
-{
-    // The pattern as "[*]head[*tail][*]|[*]ext[*]" with the stars it found.
-    const std::pair<const char *, const char *> rows[] = {
-        {"*", "*|*"}, {"*.exe", "*|*exe"}, {"setup.exe", "setup|exe"}, {"setup.*", "setup|*"},
-        {"setup.e*", "setup|e*"}, {"setup.*x*", "setup|*x*"}, {"re*me.txt", "re*me|txt"},
-        {"*re*me*.txt", "*re*me*|*txt*"}, {"a*b*c.d", "a*b*c|d"}, {"read*", "read*|*"},
-        {"noext", "noext|"}, {"a.b.c", "a.b|c"},
-        {"x.abcdefghijklmnopqrstuvwxyz0123456789", "x|abcdefghijklmnopqrstuvwxyz012345"},   // cut at 32
-    };
-    for (const auto &row : rows) {
-        CSFRule rule;
-        rule.AddFilename(row.first);
-        const Filename_Stru &p = rule.filenames.at(0);
-        EXPECT_EQ(std::string(p.headStar ? "*" : "") + p.head + (*p.tail ? "*" : "") + p.tail +
-                      (p.tailStar ? "*" : "") + "|" + (p.extHeadStar ? "*" : "") + p.ext +
-                      (p.extTailStar ? "*" : ""),
-                  row.second);
-        EXPECT_STREQ(p.text, row.first);
-    }
-}
-
 TEST(SFilterPattern, CheckFileNameTable)
 {
-    struct Row {
+    const struct {
         const char *pattern, *base, *ext;
         int expected;
     } rows[] = {
@@ -57,11 +39,11 @@ TEST(SFilterPattern, CheckFileNameTable)
         {"*ab*ba*.txt", "aba", "txt", 0},      // base shorter than head and tail
         {"*re*me*.txt", "reme", "txt", 1},     // base exactly as long
     };
-    for (const Row &row : rows) {
-        SCOPED_TRACE(std::string(row.pattern) + " / " + row.base + "." + row.ext);
+    for (const auto &row : rows) {
         CSFRule rule;
         rule.AddFilename(row.pattern);
-        EXPECT_EQ(CSFilter::CheckFileName(&rule.filenames[0], row.base, row.ext), row.expected);
+        EXPECT_EQ(CSFilter::CheckFileName(&rule.filenames[0], row.base, row.ext), row.expected)
+            << row.pattern << " / " << row.base << "." << row.ext;
     }
     EXPECT_EQ(CSFilter::CheckFileName(nullptr, "a", "b"), 0);
 }
@@ -80,44 +62,18 @@ TEST(SFilterPattern, ListsAreCutLoweredAndSplit)
     EXPECT_STREQ(rule.filenames[1].text, "b");   // the list is read up to 512 characters
 }
 
-TEST(SFilterUsers, CheckHeaderListTable)
-{
-    struct Row {
-        const char *field, *entry;
-        bool caseSensitive, exact, expected;
-    } rows[] = {
-        {"Bob@X.com", "bob@x.com", false, true, true},
-        {"Bob@X.com", "bob@x.com", true, true, false}, {"Bob@X.com", "Bob@X.com", true, true, true},
-        {"a@y, bob@x.com ", "bob@x.com", false, true, true},
-        {"bob@x.com", "*@x.com", false, true, false},      // exact: a star never matches
-        {"bob@x.com", "*@x.com", false, false, true},
-        {"bob@x.com", "x.com", false, false, true},        // pieces are unanchored
-        {"bob@x.com", "x.com", false, true, false}, {"", "x", false, false, false},
-        {nullptr, "x", false, false, false}, {"x", nullptr, false, false, false},
-    };
-    for (const Row &row : rows) {
-        SCOPED_TRACE(std::string(row.field ? row.field : "(null)") + " ~ " +
-                     (row.entry ? row.entry : "(null)"));
-        EXPECT_EQ(CSFilter::CheckHeaderList(row.field, row.entry, row.caseSensitive, row.exact),
-                  row.expected);
-    }
-}
-
 tagSFRuleContent make_rule(const char *name, const char *attach, const char *mime = "",
                            const char *include = "INCLUDE", MAIL_TYPE type = MAIL_BOTH)
 {
     tagSFRuleContent content;
-    content.name = name;
-    content.attach = attach;
-    content.mime = mime;
-    content.includeText = include;
-    content.mailType = type;
+    content.name = name, content.attach = attach, content.mime = mime;
+    content.includeText = include, content.mailType = type;
     return content;
 }
 
 TEST(SFilterVerdict, RulesAndAttachmentsTable)
 {
-    struct Row {
+    struct {
         const char *what;
         tagSFRuleContent rule;
         const char *attachName, *attachType;
@@ -139,7 +95,7 @@ TEST(SFilterVerdict, RulesAndAttachmentsTable)
         {"exclude without users", make_rule("r", "*", "all", "exclude"), "a", "t/t", {}, 0, false, "a"},
         {"no patterns", make_rule("r", ""), "a.exe", "t/t", {}, 0, false, "a.exe"},
     };
-    for (Row &row : rows) {
+    for (auto &row : rows) {
         SCOPED_TRACE(row.what);
         CSFilter filter;
         filter.AddRule(row.rule);
@@ -155,12 +111,10 @@ TEST(SFilterVerdict, RulesAndAttachmentsTable)
 
 TEST(SFilterVerdict, UserGroupsWithIncludeAndExclude)
 {
-    struct Row {
-        const char *what;
-        const char *fromList, *toList;
+    const struct {
+        const char *what, *fromList, *toList;
         bool fromCase, fromExact;
-        const char *include;
-        const char *from, *to;
+        const char *include, *from, *to;
         bool expected;
     } rows[] = {
         {"sender in list", "boss@corp, *@spam.org", "", false, false, "INCLUDE", "x@Spam.org", "me", true},
@@ -171,9 +125,11 @@ TEST(SFilterVerdict, UserGroupsWithIncludeAndExclude)
         {"both lists hold", "boss@corp", "ann@corp", false, false, "INCLUDE", "boss@corp", "bob@corp, ann@corp", true},
         {"case-sensitive flag", "Boss@corp", "", true, false, "INCLUDE", "boss@corp", "", false},
         {"exact flag with star", "*@corp", "", false, true, "INCLUDE", "boss@corp", "", false},
+        {"pieces unanchored", "corp", "", false, false, "INCLUDE", "a@x, boss@corp ", "", true},
+        {"exact whole entry", "corp", "", false, true, "INCLUDE", "a@x, boss@corp ", "", false},
         {"missing header", "boss@corp", "", false, false, "INCLUDE", nullptr, nullptr, false},
     };
-    for (const Row &row : rows) {
+    for (const auto &row : rows) {
         SCOPED_TRACE(row.what);
         tagSFRuleContent content = make_rule("r", "*.exe", "", row.include);
         content.from = row.fromList;
@@ -191,9 +147,9 @@ TEST(SFilterVerdict, UserGroupsWithIncludeAndExclude)
 
 TEST(SFilterVerdict, FirstApplyingRuleAndSkipSpecialChars)
 {
-    RulesTempDir dir;
-    WriteFile(dir.file("contscan.ini"), "[Specialized Filtering]\nSkipSpecialChars=1\n");
-    ConfigFile config(dir.file("contscan.ini").c_str(), 0);
+    BaseTempDir dir;
+    WriteFile(dir.path("contscan.ini"), "[Specialized Filtering]\nSkipSpecialChars=1\n");
+    ConfigFile config(dir.path("contscan.ini").c_str(), 0);
     ConfigFile *current = &config;
     SetFilterConfigSource(&current);
 
@@ -218,26 +174,94 @@ TEST(SFilterVerdict, FirstApplyingRuleAndSkipSpecialChars)
 
 TEST(SFilterLoad, LoadsRulesFromFileAndReplacesThem)
 {
-    RulesTempDir dir;
-    std::vector<tagSFRuleContent> rules = {make_rule("one", "*.exe"),
-                                           make_rule("two", "*.com", "", "EXCLUDE")};
+    BaseTempDir dir;
+    std::vector<tagSFRuleContent> rules = {make_rule("one", "*.exe"), make_rule("two", "*.com", "", "EXCLUDE")};
     rules[1].from = " a@x , ,b@y";
-    c_special_filter_savor savor;
-    ASSERT_TRUE(savor.SaveRuleFile(rules, dir.file("SFRule.txt").c_str()));
-
+    ASSERT_TRUE(c_special_filter_savor().SaveRuleFile(rules, dir.path("SFRule.txt").c_str()));
     CSFilter filter;
     filter.AddRule(make_rule("stale", "*"));
-    EXPECT_EQ(filter.LoadSFRule(dir.file("SFRule.txt").c_str()), 1);
+    EXPECT_EQ(filter.LoadSFRule(dir.path("SFRule.txt").c_str()), 1);
     ASSERT_EQ(filter.GetCount(), 2);
     const CSFRule *second = filter.GetHead()->next;
-    EXPECT_EQ(second->name, "two");
-    EXPECT_FALSE(second->include);
+    EXPECT_EQ(second->name + (second->include ? " include" : " exclude"), "two exclude");
     ASSERT_NE(second->fromList.m_pHead, nullptr);
-    EXPECT_STREQ(second->fromList.m_pHead->m_pszAddress, "a@x");
-    EXPECT_STREQ(second->fromList.m_pTail->m_pszAddress, "b@y");
-
-    EXPECT_EQ(filter.LoadSFRule(dir.file("missing").c_str()), 1);
+    EXPECT_EQ(std::string(second->fromList.m_pHead->m_pszAddress) + "|" + second->fromList.m_pTail->m_pszAddress, "a@x|b@y");
+    EXPECT_EQ(filter.LoadSFRule(dir.path("missing").c_str()), 1);
     EXPECT_EQ(filter.GetCount(), 0);
 }
 
+struct Row {
+    const char *text;
+    const char *pattern;
+    bool expected;
+};
+
+TEST(WildCardStringCompare, PiecesMustOccurInOrder)
+{
+    const Row rows[] = {
+        {"hello", "", true}, {"", "*", true}, {"", "a", false},
+        {"xxabcxx", "abc", true},         // no "*": a substring test
+        {"zzabbbcz", "a*c", true}, {"abcabc", "c*a", true}, {"abc", "c*a", false},
+        {"a?c", "?", true},               // "?" is literal here
+        {"abc", "?", false}, {"abc", "a**c", true}, {"abc", "*c*", true},
+        {"aba", "ab*ba", false},          // pieces may not overlap
+        {"ababa", "ab*ba", true},
+        {"Offer", "offer", false},        // case is the caller's business
+        {"abc", "abcd", false}, {"cba", "a*b*c", false},
+    };
+    for (const Row &row : rows)
+        EXPECT_EQ(WildCardStringCompare(row.text, row.pattern), row.expected)
+            << "text \"" << row.text << "\" pattern \"" << row.pattern << "\"";
+    EXPECT_FALSE(WildCardStringCompare(nullptr, "a"));
+    EXPECT_FALSE(WildCardStringCompare("a", nullptr));
+}
+
+// The glob taken literally: at a "*" try the rest at every position.
+bool ReferenceGlob(const char *name, const char *pattern)
+{
+    for (;; ++name, ++pattern) {
+        if (*pattern == '*') {
+            if (pattern[1] == '\0')
+                return true;
+            for (const char *from = name; *from != '\0'; ++from)
+                if (ReferenceGlob(from, pattern + 1))
+                    return true;
+            return ReferenceGlob(name + std::char_traits<char>::length(name), pattern + 1);
+        }
+        if (*pattern == '?') {
+            if (*name == '\0')
+                return false;
+            continue;
+        }
+        if (*pattern != *name)
+            return false;
+        if (*name == '\0')
+            return true;
+    }
+}
+
+TEST(WildCardFilenameCompare, AgreesWithTheLiteralDefinition)
+{
+    std::mt19937 random(12345);
+    auto make = [&](const char *alphabet, int maxLength) {
+        std::string text;
+        int length = static_cast<int>(random() % static_cast<unsigned>(maxLength + 1));
+        size_t size = std::char_traits<char>::length(alphabet);
+        for (int i = 0; i < length; ++i)
+            text += alphabet[random() % size];
+        return text;
+    };
+    // what the random names leave out: case, and many stars that never match
+    EXPECT_FALSE(WildCardFilenameCompare("Readme", "readme"));
+    EXPECT_FALSE(WildCardFilenameCompare(std::string(84, 'a').c_str(), "*a*a*a*a*a*a*a*a*a*a*a*a*b"));
+    for (int i = 0; i < 20000; ++i) {
+        std::string name = make("ab.", 8);
+        std::string pattern = make("ab.*?", 6);
+        ASSERT_EQ(WildCardFilenameCompare(name.c_str(), pattern.c_str()),
+                  ReferenceGlob(name.c_str(), pattern.c_str()))
+            << "name \"" << name << "\" pattern \"" << pattern << "\"";
+    }
+}
+
 } // namespace
+

@@ -15,24 +15,24 @@ namespace {
 
 TEST(SFRuleFileConcurrency, SharedLoaderAndSavor)
 {
-    RulesTempDir dir;
+    BaseTempDir dir;
     std::vector<tagSFRuleContent> rules(20);
     for (size_t i = 0; i < rules.size(); ++i) {
         rules[i].name = "rule" + std::to_string(i);
         rules[i].attach = "*.exe";
     }
     c_special_filter_savor savor;
-    ASSERT_TRUE(savor.SaveRuleFile(rules, dir.file("shared.txt").c_str()));
+    ASSERT_TRUE(savor.SaveRuleFile(rules, dir.path("shared.txt").c_str()));
 
     c_special_filter_loader loader;
     std::atomic<int> wrong{0};
     std::vector<std::thread> threads;
     for (int t = 0; t < 4; ++t) {
         threads.emplace_back([&, t] {
-            const std::string own = dir.file("own" + std::to_string(t));
+            const std::string own = dir.path("own" + std::to_string(t));
             for (int i = 0; i < 30; ++i) {
                 std::vector<tagSFRuleContent> loaded;
-                loader.LoadRuleFile(loaded, dir.file("shared.txt").c_str());
+                loader.LoadRuleFile(loaded, dir.path("shared.txt").c_str());
                 if (loaded.size() != rules.size() || loaded.back().name != "rule19")
                     ++wrong;
                 if (!savor.SaveRuleFile(loaded, own.c_str()))

@@ -7,78 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "sfilter/sfrule_item.h"
 #include "support/rules_fixtures.h"
 
 namespace {
-
-TEST(SFRuleItem, GetTokenTable)
-{
-    struct Row {
-        const char *line;
-        const char *key;
-        bool found;
-        const char *value;
-    } rows[] = {
-        {"<A>x</A>", "A", true, "x"}, {"<A> \t x y \r\n</A>", "A", true, "x y"},
-        {"<A></A>", "A", true, ""}, {"<A>   </A>", "A", true, ""}, {"<A>x", "A", false, ""},
-        {"</A><A>x", "A", false, ""},          // closing tag before the opening one
-        {"<A</A>>", "A", false, ""}, {"<RULE NAME>r</RULE NAME>", "RULE NAME", true, "r"},
-        {"<RTO>r</RTO>", "TO", false, ""},     // "<RTO>" is not "<TO>"
-        {"<a>x</a>", "A", false, ""},          // keys are exact
-        {"<A>1</A><A>2</A>", "A", true, "1"},
-    };
-    for (const Row &row : rows) {
-        SCOPED_TRACE(row.line);
-        std::string value = "old";
-        EXPECT_EQ(get_token(row.line, row.key, value), row.found);
-        EXPECT_EQ(value, row.value);
-    }
-    bool flag = true;
-    EXPECT_FALSE(read_bool("<I>Yes</I>", "I", flag));
-    EXPECT_FALSE(flag);
-    EXPECT_TRUE(read_bool("<I> yes </I>", "I", flag));
-    EXPECT_TRUE(flag);
-    std::string line = "x";
-    token_assembly(line, "K", "v");
-    EXPECT_EQ(line, "x<K>v</K>");
-}
-
-TEST(SFRuleLoader, ParseLineTable)
-{
-    struct Row {
-        const char *line;
-        bool ok;
-        const char *name;
-        MAIL_TYPE type;
-        const char *from;
-        bool fromI, fromS;
-    } rows[] = {
-        {"<RULE NAME>r</RULE NAME><MAIL TYPE>A</MAIL TYPE>", true, "r", MAIL_INBOUND, "", false, false},
-        {"<MAIL TYPE>B</MAIL TYPE><RULE NAME> r </RULE NAME>", true, "r", MAIL_OUTBOUND, "", false, false},
-        {"<RULE NAME>r</RULE NAME><MAIL TYPE>Cx</MAIL TYPE>", true, "r", MAIL_BOTH, "", false, false},
-        {"<RULE NAME>r</RULE NAME>", false, "", MAIL_BOTH, "", false, false},
-        {"<RULE NAME></RULE NAME><MAIL TYPE>A</MAIL TYPE>", false, "", MAIL_BOTH, "", false, false},
-        {"<RULE NAME>r</RULE NAME><MAIL TYPE> </MAIL TYPE>", false, "", MAIL_BOTH, "", false, false},
-        {"<RULE NAME>r</RULE NAME><MAIL TYPE>A</MAIL TYPE><FROM><NAME>a, b</NAME><I>yes</I></FROM>",
-         true, "r", MAIL_INBOUND, "a, b", true, false},
-        {"<FROM><S>yes</S><NAME>x</NAME></FROM><RULE NAME>r</RULE NAME><MAIL TYPE>B</MAIL TYPE>",
-         true, "r", MAIL_OUTBOUND, "x", false, true},
-        {"", false, "", MAIL_BOTH, "", false, false},
-    };
-    for (const Row &row : rows) {
-        SCOPED_TRACE(row.line);
-        tagSFRuleContent rule;
-        ASSERT_EQ(c_special_filter_loader::parse_line(row.line, rule), row.ok);
-        if (!row.ok)
-            continue;
-        EXPECT_EQ(rule.name, row.name);
-        EXPECT_EQ(rule.mailType, row.type);
-        EXPECT_EQ(rule.from, row.from);
-        EXPECT_EQ(rule.matchAttr.caseSensitive(SF_LIST_FROM), row.fromI);
-        EXPECT_EQ(rule.matchAttr.exact(SF_LIST_FROM), row.fromS);
-    }
-}
 
 tagSFRuleContent sample_rule(int n)
 {
@@ -104,14 +35,14 @@ tagSFRuleContent sample_rule(int n)
 
 TEST(SFRuleFile, SaveThenLoadKeepsEverythingButEnable)
 {
-    RulesTempDir dir;
+    BaseTempDir dir;
     std::vector<tagSFRuleContent> saved;
     for (int n = 0; n < 6; ++n)
         saved.push_back(sample_rule(n));
     c_special_filter_savor savor;
-    ASSERT_TRUE(savor.SaveRuleFile(saved, dir.file("SFRule.txt").c_str()));
+    ASSERT_TRUE(savor.SaveRuleFile(saved, dir.path("SFRule.txt").c_str()));
 
-    std::string text = ReadFile(dir.file("SFRule.txt"));
+    std::string text = ReadFile(dir.path("SFRule.txt"));
     const std::string comment =
         "; Written by Orvane Unix Configuration Standard v3.8 2002 ZeltoWorks\r\n";
     EXPECT_EQ(text.substr(0, comment.size()), comment);
@@ -119,7 +50,7 @@ TEST(SFRuleFile, SaveThenLoadKeepsEverythingButEnable)
 
     std::vector<tagSFRuleContent> loaded(3);
     c_special_filter_loader loader;
-    loader.LoadRuleFile(loaded, dir.file("SFRule.txt").c_str());
+    loader.LoadRuleFile(loaded, dir.path("SFRule.txt").c_str());
     ASSERT_EQ(loaded.size(), saved.size());
     for (size_t i = 0; i < saved.size(); ++i) {
         EXPECT_TRUE(loaded[i].enabled) << i;   // "ENABLE" is not read back
@@ -157,27 +88,24 @@ TEST(SFRuleFile, WriterLineLayout)
 
 TEST(SFRuleFile, LoaderDropsBadLinesAndMissingFiles)
 {
-    RulesTempDir dir;
-    WriteFile(dir.file("rules.txt"),
-                     "; comment <RULE NAME>c</RULE NAME><MAIL TYPE>A</MAIL TYPE>\r\n"
-                     "<RULE NAME>first</RULE NAME><MAIL TYPE>A</MAIL TYPE>\r\n"
-                     "\r\n"
-                     "<RULE NAME>no type</RULE NAME>\n"
-                     "garbage </RULE NAME><RULE NAME>\n"
-                     "<MAIL TYPE>C</MAIL TYPE><RULE NAME>last</RULE NAME>");
+    BaseTempDir dir;
+    WriteFile(dir.path("rules.txt"), "; comment <RULE NAME>c</RULE NAME><MAIL TYPE>A</MAIL TYPE>\r\n"
+                                     "<RULE NAME> first </RULE NAME><MAIL TYPE>A</MAIL TYPE>\r\n\r\n"
+                                     "<RULE NAME>no type</RULE NAME>\ngarbage </RULE NAME><RULE NAME>\n"
+                                     "<RULE NAME></RULE NAME><MAIL TYPE>A</MAIL TYPE>\n"
+                                     "<RULE NAME>blank type</RULE NAME><MAIL TYPE> </MAIL TYPE>\n"
+                                     "<MAIL TYPE>Cx</MAIL TYPE><RULE NAME>last</RULE NAME>");
     std::vector<tagSFRuleContent> rules;
     c_special_filter_loader loader;
-    loader.LoadRuleFile(rules, dir.file("rules.txt").c_str());
+    loader.LoadRuleFile(rules, dir.path("rules.txt").c_str());
     ASSERT_EQ(rules.size(), 2u);
-    EXPECT_EQ(rules[0].name, "first");
-    EXPECT_EQ(rules[1].name, "last");
+    EXPECT_EQ(rules[0].name + "|" + rules[1].name, "first|last");
+    EXPECT_EQ(rules[0].mailType * 10 + rules[1].mailType, MAIL_INBOUND * 10 + MAIL_BOTH);
 
-    loader.LoadRuleFile(rules, dir.file("missing.txt").c_str());
-    EXPECT_TRUE(rules.empty());
-    loader.LoadRuleFile(rules, nullptr);
+    loader.LoadRuleFile(rules, dir.path("missing.txt").c_str());
     EXPECT_TRUE(rules.empty());
     c_special_filter_savor savor;
-    EXPECT_FALSE(savor.SaveRuleFile(rules, dir.file("no/dir/x.txt").c_str()));
+    EXPECT_FALSE(savor.SaveRuleFile(rules, dir.path("no/dir/x.txt").c_str()));
 }
 
 } // namespace

@@ -1,13 +1,12 @@
-// Captures debug-log lines in memory for tests.
+// Captures debug-log lines (without prolog) in memory for tests.
 //
-//   BaseLogCapture capture;              // ovux_log -> capture for this scope
-//   ... code that writes ovux_log->start() << ... << Orvane::endl ...
+//   BaseLogCapture capture;   // ovux_log -> capture for this scope
 //   EXPECT_EQ(capture.lines(), (std::vector<std::string>{"INC: num(0) => (1)"}));
 //
-// Lines are kept without a prolog. wait_for() lets a test block, bounded,
-// until another thread has written a given line.
+// wait_for() blocks, bounded, until another thread has written a given line.
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
@@ -28,16 +27,12 @@ public:
         return m_lines;
     }
 
-    // True once `line` has been written, false after `timeout` without it.
-    bool wait_for(const std::string &line,
-                  std::chrono::milliseconds timeout = std::chrono::seconds(10))
+    // True once `line` has been written, false after 10 s without it.
+    bool wait_for(const std::string &line)
     {
         std::unique_lock<std::mutex> guard(m_linesMutex);
-        return m_written.wait_for(guard, timeout, [&] {
-            for (const std::string &written : m_lines)
-                if (written == line)
-                    return true;
-            return false;
+        return m_written.wait_for(guard, std::chrono::seconds(10), [&] {
+            return std::find(m_lines.begin(), m_lines.end(), line) != m_lines.end();
         });
     }
 

@@ -51,8 +51,7 @@ inline std::vector<std::string> SplitLines(const std::string &text)
     return lines;
 }
 
-// Regular files below a directory (recursively, hidden ones too), sorted;
-// none when it does not exist.
+// Regular files below a directory (recursively, hidden ones too), sorted.
 inline std::vector<std::string> FilesBelow(const std::string &dir)
 {
     std::vector<std::string> found;
@@ -91,8 +90,7 @@ public:
         return path(name);
     }
     bool empty() const { return std::filesystem::is_empty(m_dir); }
-    // Regular files below `relative` (recursively), as paths relative to the
-    // directory, sorted.
+    // Regular files below `relative`, relative to the directory, sorted.
     std::vector<std::string> files(const std::string &relative = "") const
     {
         std::vector<std::string> found = FilesBelow(path(relative));

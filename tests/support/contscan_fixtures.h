@@ -1,11 +1,8 @@
 // Test helpers for the keyword content scan.
 //
-//   PatternTree tree({"he", "she", "hers"});       // one keyword record each
-//   std::vector<int> hits = tree.SearchText("ushers", false, false);
-//   // hits holds pattern numbers in the order of the match records
-//
-//   std::string file = PolicyFileText({"shPolicy", "pe=t", "whfree", "wdmoney"});
-//   // "CsConfig.dat2\tshPolicy\tpe=t\twhfree\twdmoney\t"
+//   PatternTree tree({"he", "she", "hers"});   // one keyword record each
+//   std::vector<int> hits = tree.SearchText("ushers", false, false);   // pattern numbers
+//   std::string file = PolicyFileText({"shPolicy", "whfree"});   // "CsConfig.dat2\tshPolicy\twhfree\t"
 #pragma once
 
 #include <algorithm>
@@ -13,6 +10,7 @@
 #include <cstring>
 #include <deque>
 #include <memory>
+#include <numeric>
 #include <string>
 #include <vector>
 
@@ -30,13 +28,10 @@ public:
     {
         m_tree->m_nDenseLimit = denseLimit;
         std::vector<size_t> order(m_patterns.size());
-        for (size_t i = 0; i < order.size(); ++i)
-            order[i] = i;
-        if (inOrder) {
-            std::stable_sort(order.begin(), order.end(), [this](size_t a, size_t b) {
-                return std::strcmp(m_patterns[a].c_str(), m_patterns[b].c_str()) < 0;
-            });
-        }
+        std::iota(order.begin(), order.end(), 0);
+        if (inOrder)
+            std::stable_sort(order.begin(), order.end(),
+                             [this](size_t a, size_t b) { return m_patterns[a] < m_patterns[b]; });
         for (size_t i : order)
             AddPatternToKeywordTree(m_tree.get(), m_patterns[i].c_str(), nullptr, &m_list,
                                     &m_keywords[i]);
@@ -48,8 +43,7 @@ public:
     bool built() const { return m_built; }
     KEYWORDTREE *tree() { return m_tree.get(); }
 
-    // Scans text in memory mode (the file must exist: one is made in a
-    // scratch directory). *result receives the search's return value.
+    // Scans text in memory mode (an empty file must exist); *result gets the return value.
     std::vector<int> SearchText(const std::string &text, bool caseSensitive, bool exactMatch,
                                 int *result = nullptr, std::string *lowered = nullptr)
     {
@@ -58,20 +52,17 @@ public:
         std::memcpy(membuf->m_szData, text.data(),
                     std::min(text.size(), sizeof membuf->m_szData - 1));
         membuf->m_nLength = static_cast<int32_t>(text.size());
-        std::string path = m_dir.write("empty.txt", "");
-        std::vector<int> hits =
-            Search(membuf.get(), path.c_str(), caseSensitive, exactMatch, result);
+        std::vector<int> hits = Search(membuf.get(), m_dir.write("empty.txt", "").c_str(),
+                                       caseSensitive, exactMatch, result);
         if (lowered)
             *lowered = membuf->m_szData;
         return hits;
     }
 
-    // Scans text in file mode.
     std::vector<int> SearchFile(const std::string &text, bool caseSensitive, bool exactMatch,
                                 int *result = nullptr)
     {
-        std::string path = m_dir.write("text.txt", text);
-        return Search(nullptr, path.c_str(), caseSensitive, exactMatch, result);
+        return Search(nullptr, m_dir.write("text.txt", text).c_str(), caseSensitive, exactMatch, result);
     }
 
     std::vector<int> Search(MEMBUF *membuf, const char *path, bool caseSensitive, bool exactMatch,
@@ -89,15 +80,6 @@ public:
         return hits;
     }
 
-    // The patterns of a hit list, for readable failures.
-    std::vector<std::string> Names(const std::vector<int> &hits) const
-    {
-        std::vector<std::string> names;
-        for (int hit : hits)
-            names.push_back(hit >= 0 ? m_patterns[hit] : "?");
-        return names;
-    }
-
 private:
     struct TreeDeleter {
         void operator()(KEYWORDTREE *tree) const { FreeKeywordTree(tree); }
@@ -105,10 +87,9 @@ private:
 
     int IndexOf(const void *keyword) const
     {
-        for (size_t i = 0; i < m_keywords.size(); ++i) {
+        for (size_t i = 0; i < m_keywords.size(); ++i)
             if (&m_keywords[i] == keyword)
                 return static_cast<int>(i);
-        }
         return -1;
     }
 

@@ -1,9 +1,11 @@
-// A plain keyword search that yields the match records the automaton is
-// expected to give, for checking it: every keyword is tried at every place
-// of every line. Patterns are numbered by their place in the list.
+// A plain keyword search giving the match records the automaton should give:
+// every keyword tried at every place of every line, patterns numbered by place.
 //
 //   NaiveSearch naive({"he", "she"}, /*exactMatch=*/false, /*caseSensitive=*/false);
 //   std::vector<int> hits = naive.File(text);      // or naive.Memory(text)
+//
+// Lines (file mode) are scanned in pieces as the search reads them; at a cut,
+// the carried bytes are as many as the longest keyword prefix ending there, plus one.
 #pragma once
 
 #include <algorithm>
@@ -11,10 +13,6 @@
 #include <string>
 #include <vector>
 
-// The records the search is expected to give, found the slow way. Lines
-// (file mode) are scanned in pieces as the search reads them; at a cut, the
-// carried bytes are as many as the longest keyword prefix ending there, plus
-// one.
 class NaiveSearch {
 public:
     NaiveSearch(const std::vector<std::string> &patterns, bool exactMatch,

@@ -1,5 +1,5 @@
-// Fixtures of the rule-filter and specialized-filter tests: a scratch
-// directory and the mail records the filters read.
+// Fixtures of the rule-filter and specialized-filter tests: the mail records
+// the filters read.
 #pragma once
 
 #include <initializer_list>
@@ -7,11 +7,6 @@
 
 #include "mail/mail_info.h"
 #include "support/base_temp_dir.h"
-
-struct RulesTempDir : BaseTempDir {
-    const std::string &path() const { return dir(); }
-    std::string file(const std::string &name) const { return BaseTempDir::path(name); }
-};
 
 // Adds an attachment with the given contained (TNEF) names; returns its index.
 inline int rules_add_attach(CMailInfo &info, std::string name, std::string type,
