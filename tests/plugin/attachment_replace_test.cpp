@@ -44,8 +44,8 @@ std::string Replaced(const PluginMessage &mail, const std::vector<size_t> &which
     return out + mail.text.substr(from);
 }
 
-// The part header names the host's ISO-2022 charset; a Japanese text written
-// in the host's EUC-JP is converted to ISO-2022-JP.
+// Only the picked parts are replaced. The part header names the host's
+// ISO-2022 charset; a Japanese text in the host's EUC-JP becomes ISO-2022-JP.
 TEST_F(PluginReplaceTest, RewritesTheMessageByteForByte)
 {
     const std::string japanese = u8"添付ファイルは削除されました。";
@@ -65,7 +65,9 @@ TEST_F(PluginReplaceTest, RewritesTheMessageByteForByte)
         {"zh_CN.GB2312", kDefaultText, kDefaultText, header("iso-2022-cn")},
         {"zh_TW.Big5", kDefaultText, kDefaultText, header("iso-2022-cn-ext")},
     };
-    const PluginMessage message = PluginMultipartMail({}, "See the installer.", {Exe()});
+    const PluginAttachment pdf{"report.pdf", "application/pdf", PluginBinaryBytes(5000, 3)};
+    const PluginMessage message =
+        PluginMultipartMail({}, "Two programs and a report.", {Exe("a.exe"), pdf, Exe("b.exe")});
     for (const Row &row : rows) {
         SCOPED_TRACE(row.language + (" " + row.text));
         PluginInstallation local;
@@ -76,49 +78,25 @@ TEST_F(PluginReplaceTest, RewritesTheMessageByteForByte)
         EXPECT_EQ(0, RunOnce(local, mail, &result));
         EXPECT_EQ(4, result.action);
         EXPECT_EQ(0, result.blocked);
-        EXPECT_EQ(Replaced(message, {0}, {Block(Exe(), row.written, row.header)}),
+        EXPECT_EQ(Replaced(message, {0, 2},
+                           {Block(Exe("a.exe"), row.written, row.header),
+                            Block(Exe("b.exe"), row.written, row.header)}),
                   ReadFile(mail.df));
         EXPECT_EQ(std::vector<std::string>{}, local.Files("tempdir"));
         EXPECT_EQ(std::vector<std::string>{}, local.Files("Quarantine")); // Quarantine=no
+        // One event-log record per removed attachment.
+        const std::vector<PluginEvent> events = PluginEvents(local.EventLog());
+        ASSERT_EQ(4u, events.size()) << local.EventLog(); // with the start and the stop
+        for (const char *name : {"a.exe", "b.exe"}) {
+            const PluginEvent &event = events[name[0] == 'a' ? 1 : 2];
+            EXPECT_EQ("CONTENT MANAGEMENT: An attachment file in the message has been removed by "
+                      "Content Management!",
+                      event.text);
+            EXPECT_EQ(std::string("Inbound\\Attachment Removal (Replaced with text)\\") + name +
+                          "\\alice@partner.example\\" + mail.df,
+                      event.record);
+        }
     }
-}
-
-TEST_F(PluginReplaceTest, ReplacesOnlyThePickedParts)
-{
-    const PluginAttachment pdf{"report.pdf", "application/pdf", PluginBinaryBytes(5000, 3)};
-    const PluginMessage message =
-        PluginMultipartMail({}, "Two programs and a report.", {Exe("a.exe"), pdf, Exe("b.exe")});
-    PluginSpoolMail mail = install.AddMail(message.text);
-    Start();
-    EXPECT_EQ(PluginVerdict(0, 4), Verdict(mail));
-    EXPECT_EQ(Replaced(message, {0, 2}, {Block(Exe("a.exe")), Block(Exe("b.exe"))}),
-              ReadFile(mail.df));
-    // One event-log record per removed attachment.
-    const std::vector<PluginEvent> events = PluginEvents(install.EventLog());
-    ASSERT_EQ(3u, events.size()) << install.EventLog();
-    for (int i = 0; i < 2; ++i) {
-        EXPECT_EQ("CONTENT MANAGEMENT: An attachment file in the message has been removed by "
-                  "Content Management!",
-                  events[1 + i].text);
-        EXPECT_EQ(std::string("Inbound\\Attachment Removal (Replaced with text)\\") +
-                      (i == 0 ? "a.exe" : "b.exe") + "\\alice@partner.example\\" + mail.df,
-                  events[1 + i].record);
-    }
-}
-
-// A uuencoded block inside a plain body is an attachment too.
-TEST_F(PluginReplaceTest, ReplacesAUuencodedBlock)
-{
-    const std::string before =
-        "Return-Path: <alice@partner.example>\r\nFrom: alice@partner.example\r\n"
-        "To: bob@corp.example\r\nSubject: tool\r\n\r\nHere it is:\r\n\r\n";
-    const std::string block = "begin 644 tool.exe\r\n"
-                              "M35J0``,````$````__\\``+@`````````0```````````````````````````\r\n"
-                              "`\r\nend\r\n";
-    PluginSpoolMail mail = install.AddMail(before + block + "\r\nBye.\r\n");
-    Start();
-    EXPECT_EQ(PluginVerdict(0, 4), Verdict(mail));
-    EXPECT_EQ(before + Block({"tool.exe", "UUEncoded", ""}) + "\r\nBye.\r\n", ReadFile(mail.df));
 }
 
 // RemoveAttachment holds "yes", in that case; IOMail names the direction.
@@ -145,36 +123,6 @@ TEST_F(PluginReplaceTest, SwitchAndDirectionDecide)
         PluginSpoolMail mail = local.AddMail(message.text, {}, row.outbound);
         EXPECT_EQ(row.replaced ? PluginVerdict(0, 4) : PluginVerdict(2, 1), VerdictOnce(local, mail));
         EXPECT_EQ(row.replaced, ReadFile(mail.df) != message.text);
-    }
-}
-
-// A mail that loses its attachment and is then blocked by a rule: the copy
-// kept is the rewritten mail; archiving keeps the "replaced" action code.
-TEST_F(PluginReplaceTest, RuleActionsAfterTheReplacement)
-{
-    struct Row {
-        const char *action;
-        int code;
-        const char *tree;
-    } rows[] = {{"ARCH", 4, "Archive/Anti-Spam/Offers"},
-                {"QUAR", 2, "Quarantine/Anti-Spam/Offers"},
-                {"DEL", 1, ""}};
-    const PluginMessage message = PluginMultipartMail(PluginJunkHeaders(), "installer", {Exe()});
-    const std::string rewritten = Replaced(message, {0}, {Block(Exe())});
-    for (const Row &row : rows) {
-        SCOPED_TRACE(row.action);
-        PluginInstallation local;
-        local.WriteRules({std::string("Offers\\C\\SUBJ=IS\"*free offer*\"\\") + row.action});
-        PluginSpoolMail mail = local.AddMail(message.text);
-        ZWMailResult result{};
-        EXPECT_EQ(2, RunOnce(local, mail, &result));
-        EXPECT_EQ(row.code, result.action);
-        EXPECT_EQ(1, result.blocked);
-        EXPECT_EQ(rewritten, ReadFile(mail.df));
-        const std::vector<std::string> copies = local.Files(*row.tree ? row.tree : "Quarantine");
-        ASSERT_EQ(*row.tree ? 1u : 0u, copies.size());
-        for (const std::string &copy : copies)
-            EXPECT_EQ(rewritten, ReadFile(local.Path(copy)));
     }
 }
 

@@ -1,25 +1,33 @@
-// Faults around one mail: missing or empty envelope and data files, bad call
-// records, a data file that vanishes or changes size while the mail is
-// processed, and update or cleanup arriving while mails are in progress
-// (copy directories and full disks: fault_report_test.cpp). Each gives a
-// result code or an event-log line, never a crash, and the host's mail is
-// never destroyed by the plug-in.
-#include <atomic>
-#include <chrono>
+// Faults around one mail, made real: missing or empty envelope and data
+// files, bad call records, a data file that changes under the mail, a plain
+// file where a directory should be, directories removed between mails, a
+// full tmpfs, a queue that refuses or is missing. Each gives a result code,
+// the fault in the report of OVEmailPluginProcessReport and an event-log
+// line; the data file is unchanged unless the rewrite completed and no
+// partial copy is left.
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cstdio>
 #include <cstring>
-#include <future>
+#include <random>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "support/plugin_host_fixture.h"
 #include "support/plugin_mail_corpus.h"
+#include "support/small_tmpfs.h"
 
 namespace {
 
 using PluginFaultTest = PluginTest;
+
+std::string Executable()
+{
+    return PluginMultipartMail({}, "x", {{"a.exe", "application/octet-stream", "MZ"}}).text;
+}
 
 TEST_F(PluginFaultTest, MissingOrEmptyFilesAreRefused)
 {
@@ -119,50 +127,198 @@ TEST_F(PluginFaultTest, DataFileChangingUnderTheMail)
     EXPECT_EQ(std::vector<std::string>{}, install.Files("tempdir"));
 }
 
-// Update and cleanup wait for the mail in progress (held in the queue
-// function), which finishes with its verdict under the settings it started
-// with.
-TEST_F(PluginFaultTest, UpdateAndCleanupWaitForMailsInProgress)
+// The report names the copy and the rule or policy that acted. With a plain
+// file where the copy directories should be, it has the copy fault instead,
+// the mail stays as it was and nobody is told of the attachment.
+TEST_F(PluginFaultTest, ReportNamesTheCopyOrItsFault)
 {
-    install.Set("Confidential", "WarningSender", "yes");
-    for (const std::string stop : {"update", "cleanup"}) {
-        SCOPED_TRACE(stop);
+    const std::string blocker = install.root() + "/not-a-directory";
+    WriteFile(blocker, "x");
+    install.Set("Specialized Filtering",
+                {{"Quarantine", "yes"}, {"WarnAdmin", "yes"}, {"Admin", "postmaster@corp.example"}});
+    install.WriteRules({"Offers\\C\\SUBJ=IS\"*free offer*\"\\QUAR"});
+    struct Row {
+        std::string message;
+        int code, action, blockedAction;
+        std::string trigger, copyDir; // copyDir: under the program directory, "" for none
+    } rows[] = {
+        {PluginPlainMail({}, "hi"), 0, 0, 0, "", ""},
+        {PluginPlainMail(PluginJunkHeaders(), "hi"), 2, 2, 2, "Offers",
+         "Quarantine/Anti-Spam/Offers/A"},
+        {PluginPlainMail({}, PluginSecretBody()), 0, 2, 2, "Confidential",
+         "Quarantine/Confidential/A"},
+        {Executable(), 0, 4, 0, "Attachment Removal", "Quarantine/A"},
+    };
+    for (const bool blocked : {false, true}) {
+        if (blocked)
+            install.Set("Advanced Options",
+                        {{"QuarantineDirectory", blocker}, {"ArchiveDirectory", blocker}});
         Start();
-        std::promise<void> inside, release;
-        std::shared_future<void> released = release.get_future().share();
-        PluginQueue::SetHook([&](const PluginQueuedMail &) {
-            inside.set_value();
-            released.wait();
-        });
-        PluginVerdict verdict;
-        std::thread worker(
-            [&] { verdict = Verdict(install.AddMail(PluginPlainMail({}, PluginSecretBody()))); });
-        inside.get_future().wait();
-
-        install.Set("Confidential", "Action", "Delete");
-        std::atomic<bool> stopped{false};
-        int stopCode = -100;
-        std::thread stopper([&] {
-            stopCode = stop == "update" ? plugin().Command("update") : plugin().Cleanup();
-            stopped = true;
-        });
-        std::this_thread::sleep_for(std::chrono::milliseconds(200));
-        EXPECT_FALSE(stopped);
-        release.set_value();
-        worker.join();
-        stopper.join();
-        PluginQueue::SetHook(nullptr);
-        EXPECT_EQ(0, stopCode);
-        EXPECT_EQ(PluginVerdict(0, 2), verdict); // quarantined, as when it began
-        const PluginSpoolMail next = install.AddMail(PluginPlainMail({}, PluginSecretBody()));
-        if (stop == "update") {
-            EXPECT_EQ(PluginVerdict(0, 1), Verdict(next));
-            EXPECT_EQ(0, plugin().Cleanup());
-        } else {
-            EXPECT_EQ(-9, Run(next));
+        for (const Row &row : rows) {
+            SCOPED_TRACE(row.trigger + (blocked ? " blocked" : ""));
+            PluginSpoolMail mail = install.AddMail(row.message);
+            ZWMailResult result{};
+            OVMailReport report;
+            std::memset(&report, 0x55, sizeof report); // cleared by the call
+            EXPECT_EQ(row.code, Run(mail, &result, &report));
+            EXPECT_EQ(blocked ? row.blockedAction : row.action, result.action);
+            EXPECT_EQ(blocked && !row.copyDir.empty() ? OV_FAULT_COPY : 0u, report.faults);
+            EXPECT_EQ(row.trigger, report.trigger);
+            const std::string copy = report.copy_path;
+            if (blocked || row.copyDir.empty()) {
+                EXPECT_EQ("", copy);
+                EXPECT_EQ(row.message, ReadFile(mail.df));
+                EXPECT_EQ(blocked && !row.copyDir.empty(),
+                          HasEvent(install, "CopyFile(" + mail.df + "," + blocker + "/"));
+            } else {
+                EXPECT_EQ(0u, copy.rfind(install.Path(row.copyDir), 0)) << copy;
+                EXPECT_EQ(row.message, ReadFile(copy)); // the mail as it came
+                // The classic entry point gives the same verdict.
+                EXPECT_EQ(PluginVerdict(row.code, row.action), Verdict(install.AddMail(row.message)));
+            }
         }
-        install.Set("Confidential", "Action", "Quarantine");
+        EXPECT_EQ(0, plugin().Cleanup());
+        EXPECT_EQ(blocked, PluginQueue::Take().empty());
     }
+    EXPECT_TRUE(HasEvent(install, "CONTENT MANAGEMENT ERROR: attachments of "));
+    EXPECT_EQ("x", ReadFile(blocker));
+}
+
+// Directories removed between mails are made again; a plain file in the
+// temporary directory's place stops the keyword scan and the rewrite (the
+// rule filter needs no work file), and both say so.
+TEST_F(PluginFaultTest, DirectoriesRemovedBetweenMails)
+{
+    install.Set("Specialized Filtering", {{"WarnAdmin", "yes"}, {"Admin", "postmaster@corp.example"}});
+    Start();
+    ZWMailResult result{};
+    OVMailReport report{};
+    const std::string secret = PluginPlainMail({}, PluginSecretBody());
+    EXPECT_EQ(0, Run(install.AddMail(secret), &result, &report));
+    ASSERT_EQ(0u, report.faults);
+    const std::string temp = install.Path("tempdir");
+    ASSERT_EQ(0, std::system(("rm -rf '" + install.Path("Quarantine") + "' '" + temp + "'").c_str()));
+    EXPECT_EQ(0, Run(install.AddMail(secret), &result, &report));
+    EXPECT_EQ(0u, report.faults);
+    EXPECT_EQ(2, result.action);
+    EXPECT_TRUE(FileExists(report.copy_path));
+
+    ASSERT_EQ(0, std::system(("rm -rf '" + temp + "'").c_str()));
+    WriteFile(temp, "x");
+    const bool strayBefore = FileExists("temp.txt"); // nothing falls back to the working directory
+    EXPECT_EQ(0, Run(install.AddMail(secret), &result, &report));
+    EXPECT_EQ(OV_FAULT_TEMP, report.faults);
+    EXPECT_EQ(0, result.action);
+    EXPECT_TRUE(HasEvent(install, "CONTENT MANAGEMENT ERROR: GetTempFileName(" + temp +
+                                      ") fail! ErrCode(20)"))
+        << install.EventLog();
+    EXPECT_EQ(PluginVerdict(2, 1), Verdict(install.AddMail(PluginPlainMail(PluginJunkHeaders(), "hi"))));
+    PluginSpoolMail exe = install.AddMail(Executable());
+    EXPECT_EQ(PluginVerdict(0, 0), Verdict(exe));
+    EXPECT_EQ(Executable(), ReadFile(exe.df));
+    EXPECT_TRUE(HasEvent(install, "CONTENT MANAGEMENT ERROR: ReplaceFileBlock(" + exe.df + ") fail!"));
+    EXPECT_FALSE(HasEvent(install, "CONTENT MANAGEMENT: An attachment file"));
+    EXPECT_EQ("x", ReadFile(temp));
+    EXPECT_EQ(strayBefore, FileExists("temp.txt"));
+}
+
+TEST_F(PluginFaultTest, FullDisks)
+{
+    SmallTmpfs disk(256 * 1024);
+    if (!disk.mounted())
+        GTEST_SKIP() << disk.reason();
+    const std::string temp = disk.dir() + "/temp", spool = disk.dir() + "/spool";
+    for (const std::string &dir : {temp, disk.dir() + "/q", spool})
+        ASSERT_EQ(0, mkdir(dir.c_str(), 0755));
+    install.Set("Advanced Options", "QuarantineDirectory", disk.dir() + "/q");
+    std::mt19937 random(7);
+    // a mail whose quarantine copy fits only in part
+    const std::string big = PluginPlainMail({}, PluginProse(random, 1500) + PluginSecretBody());
+    const std::string exe = PluginMultipartMail(
+        {}, "x", {{"a.exe", "application/octet-stream", PluginBinaryBytes(30000, 3)}}).text;
+    struct Row {
+        const char *label;
+        bool tempOnDisk, spoolOnDisk;
+        std::string message;
+        uint32_t faults;
+        std::string event;
+    } rows[] = {
+        {"temporary directory full", true, false, exe, OV_FAULT_TEMP | OV_FAULT_REPLACE,
+         "CONTENT MANAGEMENT ERROR: ReplaceFileBlock("},
+        {"spool full under the rewrite", false, true, exe, OV_FAULT_REPLACE,
+         "CONTENT MANAGEMENT ERROR: ReplaceFileBlock("},
+        {"quarantine full half way", false, false, big, OV_FAULT_COPY, "CopyFile("},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.label);
+        install.Set("Advanced Options", "TempDir", row.tempOnDisk ? temp : install.Path("tempdir"));
+        PluginSpoolMail mail = install.AddMail(row.message);
+        if (row.spoolOnDisk) {
+            PluginSpoolMail moved{spool + "/AFI1", spool + "/DFI1"};
+            WriteFile(moved.af, ReadFile(mail.af));
+            WriteFile(moved.df, row.message);
+            mail = moved;
+        }
+        Start();
+        disk.Fill(row.message == big ? 16384 : 0);
+        ZWMailResult result{};
+        OVMailReport report{};
+        Run(mail, &result, &report);
+        EXPECT_EQ(row.faults, report.faults);
+        EXPECT_TRUE(row.message == ReadFile(mail.df)); // unchanged, byte for byte
+        EXPECT_STREQ("", report.copy_path);
+        std::vector<std::string> left = FilesBelow(disk.dir());
+        left.erase(std::remove(left.begin(), left.end(), disk.dir() + "/.filler"), left.end());
+        EXPECT_EQ(row.spoolOnDisk ? 2u : 0u, left.size()) << ::testing::PrintToString(left);
+        EXPECT_TRUE(HasEvent(install, row.event)) << install.EventLog();
+        EXPECT_EQ(0, plugin().Cleanup());
+        std::remove((disk.dir() + "/.filler").c_str());
+        for (const std::string &file : left)
+            std::remove(file.c_str());
+    }
+}
+
+int RefuseQueue(ZWEnqueRecord *record)
+{
+    if (record && record->path)
+        std::remove(record->path);
+    return -1;
+}
+
+// A queue that refuses is a fault; a host without a queue wants no
+// notifications: the mail is handled all the same and no file is left.
+TEST_F(PluginFaultTest, NotificationThatIsNotQueued)
+{
+    install.Set("Content Filter", "DebugLog", "yes")
+        .Set("Confidential", "WarningSender", "yes")
+        .Set("Specialized Filtering", {{"WarnAdmin", "yes"}, {"Admin", "postmaster@corp.example"}});
+    Start();
+    const std::string secret = PluginPlainMail({}, PluginSecretBody());
+    ZWHostCall call = PluginCall(install.AddMail(secret).af, &RefuseQueue);
+    ZWMailResult result{};
+    OVMailReport report{};
+    EXPECT_EQ(0, plugin().ProcessReport(&call, &result, &report));
+    EXPECT_EQ(2, result.action);
+    EXPECT_EQ(OV_FAULT_NOTIFY, report.faults);
+    EXPECT_TRUE(FileExists(report.copy_path));
+    EXPECT_TRUE(HasEvent(
+        install, "CONTENT MANAGEMENT ERROR: notification to alice@partner.example not queued!"))
+        << install.EventLog();
+
+    const std::pair<std::string, int> rows[] = {{secret, 2}, {Executable(), 4}};
+    for (const auto &row : rows) {
+        call = PluginCall(install.AddMail(row.first).af, nullptr);
+        EXPECT_EQ(0, plugin().ProcessReport(&call, &result, &report));
+        EXPECT_EQ(row.second, result.action);
+        EXPECT_EQ(0u, report.faults);
+    }
+    EXPECT_EQ(0u, PluginQueue::Take().size());
+    EXPECT_EQ(std::vector<std::string>{}, install.Files("tempdir"));
+    EXPECT_NE(std::string::npos, install.DebugLog().find(
+                                     "ZWEmailPluginProcess: SendNotification pointer Enque_Mail is NULL!!"));
+    // The next host call brings a queue function again.
+    EXPECT_EQ(0, Run(install.AddMail(secret)));
+    EXPECT_EQ(1u, PluginQueue::Take().size());
 }
 
 } // namespace

@@ -1,8 +1,10 @@
 // The plug-in under several host threads at once (run under ThreadSanitizer
 // in CI): mails of every kind processed in parallel while another thread
-// reloads the settings over and over, and a Cleanup arriving while mails are
-// still coming in.
+// reloads the settings over and over, a Cleanup arriving while mails are
+// still coming in, and update and cleanup waiting for a mail held inside.
 #include <atomic>
+#include <chrono>
+#include <future>
 #include <map>
 #include <string>
 #include <thread>
@@ -79,7 +81,7 @@ TEST_F(PluginConcurrencyTest, MailsGetTheirVerdictsWhileSettingsReload)
 // keeps to mails of its own, as a host never hands one mail to two threads.
 TEST_F(PluginConcurrencyTest, CleanupWhileMailsKeepComing)
 {
-    install.Set("Content Filter", "DebugLog", "yes");
+    install.Set("Content Filter", "DebugLog", "always yes"); // holds "yes"
     std::vector<PluginSpoolMail> mails;
     for (const PluginCorpusMail &mail : PluginCorpus(30, 4))
         mails.push_back(install.AddMail(mail.text));
@@ -114,6 +116,52 @@ TEST_F(PluginConcurrencyTest, CleanupWhileMailsKeepComing)
     EXPECT_EQ(0, lateSuccesses.load());
     EXPECT_NE(std::string::npos, install.DebugLog().find("ZWEmailPluginCleanup: OK!!"));
     EXPECT_EQ(std::vector<std::string>{}, install.Files("tempdir"));
+}
+
+// Update and cleanup wait for the mail in progress (held in the queue
+// function), which finishes with its verdict under the settings it started
+// with.
+TEST_F(PluginConcurrencyTest, UpdateAndCleanupWaitForMailsInProgress)
+{
+    install.Set("Confidential", "WarningSender", "yes");
+    for (const std::string stop : {"update", "cleanup"}) {
+        SCOPED_TRACE(stop);
+        Start();
+        std::promise<void> inside, release;
+        std::shared_future<void> released = release.get_future().share();
+        PluginQueue::SetHook([&](const PluginQueuedMail &) {
+            inside.set_value();
+            released.wait();
+        });
+        PluginVerdict verdict;
+        std::thread worker(
+            [&] { verdict = Verdict(install.AddMail(PluginPlainMail({}, PluginSecretBody()))); });
+        inside.get_future().wait();
+
+        install.Set("Confidential", "Action", "Delete");
+        std::atomic<bool> stopped{false};
+        int stopCode = -100;
+        std::thread stopper([&] {
+            stopCode = stop == "update" ? plugin().Command("update") : plugin().Cleanup();
+            stopped = true;
+        });
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        EXPECT_FALSE(stopped);
+        release.set_value();
+        worker.join();
+        stopper.join();
+        PluginQueue::SetHook(nullptr);
+        EXPECT_EQ(0, stopCode);
+        EXPECT_EQ(PluginVerdict(0, 2), verdict); // quarantined, as when it began
+        const PluginSpoolMail next = install.AddMail(PluginPlainMail({}, PluginSecretBody()));
+        if (stop == "update") {
+            EXPECT_EQ(PluginVerdict(0, 1), Verdict(next));
+            EXPECT_EQ(0, plugin().Cleanup());
+        } else {
+            EXPECT_EQ(-9, Run(next));
+        }
+        install.Set("Confidential", "Action", "Quarantine");
+    }
 }
 
 } // namespace

@@ -94,8 +94,6 @@ struct PluginQueuedMail {
     std::string from;
     std::vector<std::string> recipients;
     std::string text;
-    bool fileExisted = false, reservedNull = false;
-    int flag1 = -1, flag2 = -1;
 };
 
 // The process-wide capture behind the queue function. A hook, set until
@@ -112,11 +110,7 @@ public:
         for (char **to = record->recipients; to && *to; ++to)
             mail.recipients.push_back(*to);
         const std::string path = record->path ? record->path : "";
-        mail.fileExisted = !path.empty() && FileExists(path);
         mail.text = ReadFile(path);
-        mail.reservedNull = !record->reserved1 && !record->reserved2;
-        mail.flag1 = record->flag1;
-        mail.flag2 = record->flag2;
         std::remove(path.c_str());
         std::function<void(const PluginQueuedMail &)> hook;
         {
