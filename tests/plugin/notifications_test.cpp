@@ -1,7 +1,8 @@
 // Notification mails handed to the host's queue function: who gets which
 // warning for a policy match, a junk mail and a removed attachment, what the
-// queued mail says and carries, and that the host owns the queued file.
+// queued mail says, and that the host owns the queued file.
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -20,40 +21,80 @@ void ExpectContains(const std::string &text, const Texts &pieces, bool present =
         EXPECT_EQ(present, text.find(piece) != std::string::npos) << piece << "\nin:\n" << text;
 }
 
-TEST_F(PluginNotifyTest, PolicyWarnsSenderRecipientsAndUsers)
+// Admin lists skip empty items; the switches hold "yes" in that case; the
+// directions are "inbound", "outbound" or "both".
+TEST_F(PluginNotifyTest, WarningsGoWhereTheSettingsSay)
 {
-    install.Set("Confidential", {{"WarningSender", "yes"},
-                                 {"MessageSender", "Your mail was held."},
-                                 {"WarningRecipient", "yes"},
-                                 {"MessageRecipient", "A mail to you was held."},
-                                 {"WarningUser", "yes"},
-                                 {"User", "security@corp.example,audit@corp.example"},
-                                 {"MessageUser", "Please review."}});
+    const std::string secret = PluginPlainMail({}, PluginSecretBody());
+    const std::string junk = PluginPlainMail(PluginJunkHeaders(), "hi");
+    const std::string exe = PluginMultipartMail(
+        {}, "installer", {{"setup.exe", "application/octet-stream", PluginBinaryBytes(900, 5)}}).text;
+    const Texts sender = {"alice@partner.example"}, recipients = {"bob@corp.example", "carol@corp.example"},
+                admin = {"postmaster@corp.example"};
+    const Texts policy = {"Subject: Mail blocked (Confidential)\r\n",
+                          "Source mailbox: alice@partner.example\r\n",
+                          "Destination mailbox(es): bob@corp.example,carol@corp.example\r\n",
+                          "Policy: Confidential\r\n", "Action: Quarantine\r\n"};
+    const Texts spam = {"Subject: Mail blocked (Free offers)\r\n", "Policy: Free offers\r\n",
+                        "Rule: SUBJ=IS\"*free offer*\"\r\n", "Action: Delete\r\n"};
+    const Texts removal = {"Policy: Attachment Removal\r\n", "Attachment file name: setup.exe\r\n",
+                           "Action: Attachment Removal (Replaced with text)\r\n"};
+    const auto removing = [](const char *sender, const char *recipient, const char *admin) {
+        return std::vector<std::pair<std::string, std::string>>{
+            {"WarnSender", *sender ? "yes" : "no"}, {"IOSender", sender},
+            {"WarnRecipient", *recipient ? "yes" : "no"}, {"IORecipient", recipient},
+            {"WarnAdmin", "yes"}, {"IOAdmin", admin}, {"Admin", "postmaster@corp.example"}};
+    };
+    struct Row {
+        const char *section;
+        std::vector<std::pair<std::string, std::string>> keys;
+        std::string message;
+        bool outbound;
+        std::vector<Texts> mails; // the recipients of each queued mail, in order
+        Texts pieces, texts = {}; // texts: of each mail
+    } rows[] = {
+        {"Confidential",
+         {{"WarningSender", "yes"}, {"MessageSender", "To the sender."},
+          {"WarningRecipient", "yes"}, {"MessageRecipient", "To the recipients."},
+          {"WarningUser", "yes"}, {"User", "security@corp.example,audit@corp.example"},
+          {"MessageUser", "To the users."}},
+         secret, false, {sender, recipients, {"security@corp.example", "audit@corp.example"}}, policy,
+         {"To the sender.", "To the recipients.", "To the users."}},
+        {"Anti-Spam",
+         {{"WarningAdmin", "yes"}, {"Admin", ",alice@corp.example,,bob@corp.example,"},
+          {"MessageAdmin", "Junk was deleted."}},
+         junk, false, {{"alice@corp.example", "bob@corp.example"}}, spam, {"Junk was deleted."}},
+        {"Anti-Spam", {{"WarningAdmin", "yes"}, {"Admin", ""}}, junk, false, {}, {}},
+        {"Anti-Spam", {{"WarningAdmin", "no"}, {"Admin", "alice@corp.example"}}, junk, false, {}, {}},
+        {"Anti-Spam", {{"WarningAdmin", "YES"}, {"Admin", "alice@corp.example"}}, junk, false, {}, {}},
+        {"Specialized Filtering", removing("both", "both", "both"), exe, false,
+         {sender, recipients, admin}, removal},
+        {"Specialized Filtering", removing("inbound", "outbound", "both"), exe, false,
+         {sender, admin}, removal},
+        {"Specialized Filtering", removing("inbound", "outbound", "outbound"), exe, true,
+         {recipients, admin}, removal},
+        {"Specialized Filtering", removing("", "", "inbound"), exe, true, {}, {}},
+    };
     PluginEnvelope envelope;
-    envelope.recipients = {"bob@corp.example", "carol@corp.example"};
-    Start();
-    EXPECT_EQ(PluginVerdict(0, 2),
-              Verdict(install.AddMail(PluginPlainMail({}, PluginSecretBody()), envelope)));
-    const std::vector<PluginQueuedMail> queued = PluginQueue::Take();
-    ASSERT_EQ(3u, queued.size());
-    const std::pair<Texts, const char *> expected[] = {
-        {{"alice@partner.example"}, "Your mail was held."},
-        {{"bob@corp.example", "carol@corp.example"}, "A mail to you was held."},
-        {{"security@corp.example", "audit@corp.example"}, "Please review."}};
-    for (size_t i = 0; i < queued.size(); ++i) {
-        SCOPED_TRACE(i);
-        EXPECT_EQ("postmaster@corp.example", queued[i].from);
-        EXPECT_EQ(expected[i].first, queued[i].recipients);
-        ExpectContains(queued[i].text,
-                       {"From: postmaster@corp.example\r\n",
-                        "Subject: Mail blocked (Confidential)\r\n",
-                        "Source mailbox: alice@partner.example\r\n",
-                        "Destination mailbox(es): bob@corp.example,carol@corp.example\r\n",
-                        "Policy: Confidential\r\n", "Action: Quarantine\r\n", expected[i].second});
-        ExpectContains(queued[i].text, {"Rule: "}, false);
+    envelope.recipients = recipients;
+    for (const Row &row : rows) {
+        SCOPED_TRACE(std::string(row.section) + " " + ::testing::PrintToString(row.keys));
+        PluginInstallation local;
+        local.Set(row.section, row.keys);
+        RunOnce(local, local.AddMail(row.message, envelope, row.outbound));
+        const std::vector<PluginQueuedMail> queued = PluginQueue::Take();
+        ASSERT_EQ(row.mails.size(), queued.size());
+        for (size_t i = 0; i < queued.size(); ++i) {
+            EXPECT_EQ("postmaster@corp.example", queued[i].from);
+            EXPECT_EQ(row.mails[i], queued[i].recipients);
+            ExpectContains(queued[i].text, row.pieces);
+            if (i < row.texts.size())
+                ExpectContains(queued[i].text, {row.texts[i]});
+            EXPECT_EQ(row.message == junk, queued[i].text.find("Rule: ") != std::string::npos);
+        }
+        // The queued files belonged to the host, which removed them.
+        EXPECT_EQ(Texts{}, local.Files("tempdir"));
     }
-    // The queued files belonged to the host, which removed them; nothing else is left.
-    EXPECT_EQ(Texts{}, install.Files("tempdir"));
 }
 
 TEST_F(PluginNotifyTest, MatchedPoliciesShareOneWarningPerKind)
@@ -82,80 +123,11 @@ TEST_F(PluginNotifyTest, MatchedPoliciesShareOneWarningPerKind)
     ExpectContains(queued[1].text, {"From Confidential."});
 }
 
-TEST_F(PluginNotifyTest, JunkMailWarnsTheAntiSpamAdministrators)
-{
-    struct Row {
-        const char *warning, *admins;
-        Texts expected;
-    } rows[] = {
-        {"yes", ",alice@corp.example,,bob@corp.example,", {"alice@corp.example", "bob@corp.example"}},
-        {"yes", "", {}},
-        {"no", "alice@corp.example", {}},
-        {"YES", "alice@corp.example", {}},
-    };
-    for (const Row &row : rows) {
-        SCOPED_TRACE(std::string(row.warning) + " " + row.admins);
-        PluginInstallation local;
-        local.Set("Anti-Spam", {{"WarningAdmin", row.warning},
-                                {"Admin", row.admins},
-                                {"MessageAdmin", "Junk was deleted."}});
-        EXPECT_EQ(2, RunOnce(local, local.AddMail(PluginPlainMail(PluginJunkHeaders(), "hi"))));
-        const std::vector<PluginQueuedMail> queued = PluginQueue::Take();
-        ASSERT_EQ(row.expected.empty() ? 0u : 1u, queued.size());
-        if (queued.empty())
-            continue;
-        EXPECT_EQ(row.expected, queued[0].recipients);
-        ExpectContains(queued[0].text,
-                       {"Subject: Mail blocked (Free offers)\r\n", "Policy: Free offers\r\n",
-                        "Rule: SUBJ=IS\"*free offer*\"\r\n", "Action: Delete\r\n",
-                        "Junk was deleted."});
-    }
-}
-
-TEST_F(PluginNotifyTest, AttachmentRemovalWarnsByDirection)
-{
-    // IOSender ("" leaves WarnSender off), IORecipient, IOAdmin, direction, recipients in order.
-    struct Row {
-        const char *sender, *recipient, *admin;
-        bool outbound;
-        Texts expected;
-    } rows[] = {
-        {"both", "both", "both", false,
-         {"alice@partner.example", "bob@corp.example", "postmaster@corp.example"}},
-        {"inbound", "outbound", "both", false, {"alice@partner.example", "postmaster@corp.example"}},
-        {"inbound", "outbound", "outbound", true, {"bob@corp.example", "postmaster@corp.example"}},
-        {"", "", "inbound", true, {}},
-    };
-    const PluginMessage message = PluginMultipartMail(
-        {}, "installer", {{"setup.exe", "application/octet-stream", PluginBinaryBytes(900, 5)}});
-    for (const Row &row : rows) {
-        SCOPED_TRACE(std::string(row.sender) + "/" + row.recipient + "/" + row.admin +
-                     (row.outbound ? " out" : " in"));
-        PluginInstallation local;
-        local.Set("Specialized Filtering", {{"WarnSender", *row.sender ? "yes" : "no"},
-                                            {"IOSender", row.sender},
-                                            {"MessageSender", "To the sender."},
-                                            {"WarnRecipient", *row.recipient ? "yes" : "no"},
-                                            {"IORecipient", row.recipient},
-                                            {"WarnAdmin", "yes"},
-                                            {"IOAdmin", row.admin},
-                                            {"Admin", "postmaster@corp.example"}});
-        EXPECT_EQ(0, RunOnce(local, local.AddMail(message.text, {}, row.outbound)));
-        Texts got;
-        for (const PluginQueuedMail &queued : PluginQueue::Take()) {
-            got.insert(got.end(), queued.recipients.begin(), queued.recipients.end());
-            ExpectContains(queued.text,
-                           {"Policy: Attachment Removal\r\n", "Attachment file name: setup.exe\r\n",
-                            "Action: Attachment Removal (Replaced with text)\r\n"});
-        }
-        EXPECT_EQ(row.expected, got);
-    }
-}
-
 // NotificationAttachment is read by its prefix, in that case.
 TEST_F(PluginNotifyTest, NotificationCarriesWhatIsConfigured)
 {
-    struct Row {
+    const Texts none = {"Subject: Quarterly figures", "Numbers of", "Message"};
+    const struct {
         const char *setting;
         Texts present, absent;
     } rows[] = {
@@ -163,10 +135,10 @@ TEST_F(PluginNotifyTest, NotificationCarriesWhatIsConfigured)
         {"All", {"Content-Type: message/rfc822;", "Numbers of project orion"}, {"Message.txt"}},
         {"AllText", {"name=\"Message.txt\"", "Numbers of project orion"}, {"message/rfc822"}},
         {"AllTextPlease", {"name=\"Message.txt\""}, {"message/rfc822"}},
-        {"nothing", {}, {"Subject: Quarterly figures", "Numbers of", "Message"}},
-        {"all", {}, {"Subject: Quarterly figures", "Numbers of", "Message"}},
+        {"nothing", {}, none},
+        {"all", {}, none},
     };
-    for (const Row &row : rows) {
+    for (const auto &row : rows) {
         SCOPED_TRACE(row.setting);
         PluginInstallation local;
         local.Set("Advanced Options", "NotificationAttachment", row.setting)
