@@ -121,7 +121,10 @@ TEST_F(PluginReplaceTest, SwitchAndDirectionDecide)
                   {{"RemoveAttachment", row.remove}, {"IOMail", row.direction}});
         local.WriteRules({"Programs\\C\\ATTACH=I\".exe\"\\DEL"});
         PluginSpoolMail mail = local.AddMail(message.text, {}, row.outbound);
-        EXPECT_EQ(row.replaced ? PluginVerdict(0, 4) : PluginVerdict(2, 1), VerdictOnce(local, mail));
+        ZWMailResult result{};
+        const int code = RunOnce(local, mail, &result);
+        EXPECT_EQ(row.replaced ? PluginVerdict(0, 4) : PluginVerdict(2, 1),
+                  PluginVerdict(code, result.action));
         EXPECT_EQ(row.replaced, ReadFile(mail.df) != message.text);
     }
 }

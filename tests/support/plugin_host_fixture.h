@@ -101,6 +101,7 @@ struct PluginQueuedMail {
 // act while a mail is in progress.
 class PluginQueue {
 public:
+    using Hook = std::function<void(const PluginQueuedMail &)>;
     static int Enqueue(ZWEnqueRecord *record)
     {
         if (!record)
@@ -112,11 +113,11 @@ public:
         const std::string path = record->path ? record->path : "";
         mail.text = ReadFile(path);
         std::remove(path.c_str());
-        std::function<void(const PluginQueuedMail &)> hook;
+        Hook hook;
         {
-            std::lock_guard<std::mutex> guard(state().mutex);
-            state().mails.push_back(mail);
-            hook = state().hook;
+            std::lock_guard<std::mutex> guard(s_mutex);
+            s_mails.push_back(mail);
+            hook = s_hook;
         }
         if (hook)
             hook(mail);
@@ -125,26 +126,19 @@ public:
     // The mails queued since the last Take, in queue order.
     static std::vector<PluginQueuedMail> Take()
     {
-        std::lock_guard<std::mutex> guard(state().mutex);
-        return std::exchange(state().mails, {});
+        std::lock_guard<std::mutex> guard(s_mutex);
+        return std::exchange(s_mails, {});
     }
-    static void SetHook(std::function<void(const PluginQueuedMail &)> hook)
+    static void SetHook(Hook hook)
     {
-        std::lock_guard<std::mutex> guard(state().mutex);
-        state().hook = std::move(hook);
+        std::lock_guard<std::mutex> guard(s_mutex);
+        s_hook = std::move(hook);
     }
 
 private:
-    struct State {
-        std::mutex mutex;
-        std::vector<PluginQueuedMail> mails;
-        std::function<void(const PluginQueuedMail &)> hook;
-    };
-    static State &state()
-    {
-        static State queue;
-        return queue;
-    }
+    static inline std::mutex s_mutex;
+    static inline std::vector<PluginQueuedMail> s_mails;
+    static inline Hook s_hook;
 };
 
 // A host call record for the envelope file, queueing into PluginQueue.
@@ -234,19 +228,10 @@ protected:
     int RunOnce(const PluginInstallation &local, const PluginSpoolMail &mail,
                 ZWMailResult *result = nullptr)
     {
-        if (plugin().Initialize(local.root().c_str(), &info) != 0) {
-            ADD_FAILURE() << "Initialize failed on " << local.root();
-            return -100;
-        }
+        Start(&local);
         const int code = Run(mail, result);
         EXPECT_EQ(0, plugin().Cleanup());
         return code;
-    }
-    PluginVerdict VerdictOnce(const PluginInstallation &local, const PluginSpoolMail &mail)
-    {
-        ZWMailResult result{};
-        const int code = RunOnce(local, mail, &result);
-        return {code, result.action};
     }
     // True when an event of the installation's log begins with `prefix`.
     static bool HasEvent(const PluginInstallation &install, const std::string &prefix)
