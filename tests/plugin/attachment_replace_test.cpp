@@ -23,8 +23,8 @@ PluginAttachment Exe(const std::string &name = "setup.exe")
 }
 
 // What the rewrite puts in place of one attachment.
-std::string Block(const std::string &header, const PluginAttachment &attachment,
-                  const std::string &text)
+std::string Block(const PluginAttachment &attachment, const std::string &text = kDefaultText,
+                  const std::string &header = kPlainHeader)
 {
     return header + "[Filename: " + attachment.name + ", Content-Type: " + attachment.type +
            "]\r\n" + text + "\r\n\r\n";
@@ -44,28 +44,32 @@ std::string Replaced(const PluginMessage &mail, const std::vector<size_t> &which
     return out + mail.text.substr(from);
 }
 
+// Only the picked parts are replaced. The part header names the host's
+// ISO-2022 charset; a Japanese text in the host's EUC-JP becomes ISO-2022-JP.
 TEST_F(PluginReplaceTest, RewritesTheMessageByteForByte)
 {
+    const std::string japanese = u8"添付ファイルは削除されました。";
+    const auto header = [](const char *charset) {
+        return "Content-Type: text/plain; charset=\"" + std::string(charset) +
+               "\"\r\nContent-Transfer-Encoding: 7bit\r\n\r\n";
+    };
     struct Row {
         const char *language;
-        const char *text;
-        std::string header;
+        std::string text, written, header;
     } rows[] = {
-        {"C", kDefaultText, kPlainHeader},
-        {"en_US", "", kPlainHeader},
-        {"ja_JP.eucJP", kDefaultText,
-         "Content-Type: text/plain; charset=\"iso-2022-jp\"\r\nContent-Transfer-Encoding: "
-         "7bit\r\n\r\n"},
-        {"zh_CN.GB2312", kDefaultText,
-         "Content-Type: text/plain; charset=\"iso-2022-cn\"\r\nContent-Transfer-Encoding: "
-         "7bit\r\n\r\n"},
-        {"zh_TW.Big5", kDefaultText,
-         "Content-Type: text/plain; charset=\"iso-2022-cn-ext\"\r\nContent-Transfer-Encoding: "
-         "7bit\r\n\r\n"},
+        {"C", kDefaultText, kDefaultText, kPlainHeader},
+        {"en_US", "", "", kPlainHeader},
+        {"ja_JP.eucJP", kDefaultText, kDefaultText, header("iso-2022-jp")},
+        {"ja_JP.eucJP", PluginConvert(japanese, "EUC-JP"), PluginConvert(japanese, "ISO-2022-JP"),
+         header("iso-2022-jp")},
+        {"zh_CN.GB2312", kDefaultText, kDefaultText, header("iso-2022-cn")},
+        {"zh_TW.Big5", kDefaultText, kDefaultText, header("iso-2022-cn-ext")},
     };
-    const PluginMessage message = PluginMultipartMail({}, "See the installer.", {Exe()});
+    const PluginAttachment pdf{"report.pdf", "application/pdf", PluginBinaryBytes(5000, 3)};
+    const PluginMessage message =
+        PluginMultipartMail({}, "Two programs and a report.", {Exe("a.exe"), pdf, Exe("b.exe")});
     for (const Row &row : rows) {
-        SCOPED_TRACE(row.language);
+        SCOPED_TRACE(row.language + (" " + row.text));
         PluginInstallation local;
         local.Set("Content Filter", "HostLanguage", row.language)
             .Set("Specialized Filtering", "ReplaceText", row.text);
@@ -74,87 +78,34 @@ TEST_F(PluginReplaceTest, RewritesTheMessageByteForByte)
         EXPECT_EQ(0, RunOnce(local, mail, &result));
         EXPECT_EQ(4, result.action);
         EXPECT_EQ(0, result.blocked);
-        EXPECT_EQ(Replaced(message, {0}, {Block(row.header, Exe(), row.text)}), ReadFile(mail.df));
+        EXPECT_EQ(Replaced(message, {0, 2},
+                           {Block(Exe("a.exe"), row.written, row.header),
+                            Block(Exe("b.exe"), row.written, row.header)}),
+                  ReadFile(mail.df));
         EXPECT_EQ(std::vector<std::string>{}, local.Files("tempdir"));
         EXPECT_EQ(std::vector<std::string>{}, local.Files("Quarantine")); // Quarantine=no
+        // One event-log record per removed attachment.
+        const std::vector<PluginEvent> events = PluginEvents(local.EventLog());
+        ASSERT_EQ(4u, events.size()) << local.EventLog(); // with the start and the stop
+        for (const char *name : {"a.exe", "b.exe"}) {
+            const PluginEvent &event = events[name[0] == 'a' ? 1 : 2];
+            EXPECT_EQ("CONTENT MANAGEMENT: An attachment file in the message has been removed by "
+                      "Content Management!",
+                      event.text);
+            EXPECT_EQ(std::string("Inbound\\Attachment Removal (Replaced with text)\\") + name +
+                          "\\alice@partner.example\\" + mail.df,
+                      event.record);
+        }
     }
 }
 
-TEST_F(PluginReplaceTest, ReplacesOnlyThePickedParts)
-{
-    const PluginAttachment pdf{"report.pdf", "application/pdf", PluginBinaryBytes(5000, 3)};
-    const PluginMessage message =
-        PluginMultipartMail({}, "Two programs and a report.", {Exe("a.exe"), pdf, Exe("b.exe")});
-    PluginSpoolMail mail = install.AddMail(message.text);
-    Start();
-    ZWMailResult result{};
-    EXPECT_EQ(0, Run(mail, &result));
-    EXPECT_EQ(4, result.action);
-    EXPECT_EQ(Replaced(message, {0, 2},
-                       {Block(kPlainHeader, Exe("a.exe"), kDefaultText),
-                        Block(kPlainHeader, Exe("b.exe"), kDefaultText)}),
-              ReadFile(mail.df));
-
-    // One event-log record per removed attachment.
-    const std::vector<PluginEvent> events = PluginEvents(install.EventLog());
-    ASSERT_EQ(3u, events.size()) << install.EventLog();
-    for (int i = 0; i < 2; ++i) {
-        EXPECT_EQ("CONTENT MANAGEMENT: An attachment file in the message has been removed by "
-                  "Content Management!",
-                  events[1 + i].text);
-        EXPECT_EQ(std::string("Inbound\\Attachment Removal (Replaced with text)\\") +
-                      (i == 0 ? "a.exe" : "b.exe") + "\\alice@partner.example\\" + mail.df,
-                  events[1 + i].record);
-    }
-}
-
-// A uuencoded block inside a plain body is an attachment too.
-TEST_F(PluginReplaceTest, ReplacesAUuencodedBlock)
-{
-    const std::string before =
-        "Return-Path: <alice@partner.example>\r\nFrom: alice@partner.example\r\n"
-        "To: bob@corp.example\r\nSubject: tool\r\n\r\nHere it is:\r\n\r\n";
-    const std::string block = "begin 644 tool.exe\r\n"
-                              "M35J0``,````$````__\\``+@`````````0```````````````````````````\r\n"
-                              "`\r\nend\r\n";
-    const std::string after = "\r\nBye.\r\n";
-    PluginSpoolMail mail = install.AddMail(before + block + after);
-    Start();
-    ZWMailResult result{};
-    EXPECT_EQ(0, Run(mail, &result));
-    EXPECT_EQ(4, result.action);
-    EXPECT_EQ(before + kPlainHeader + "[Filename: tool.exe, Content-Type: UUEncoded]\r\n" +
-                  kDefaultText + "\r\n\r\n" + after,
-              ReadFile(mail.df));
-}
-
-TEST_F(PluginReplaceTest, ConvertsAJapaneseTextForAJapaneseHost)
-{
-    const std::string text = u8"添付ファイルは削除されました。";
-    install.Set("Content Filter", "HostLanguage", "ja_JP.eucJP")
-        .Set("Specialized Filtering", "ReplaceText", PluginConvert(text, "EUC-JP"));
-    const PluginMessage message = PluginMultipartMail({}, "installer", {Exe()});
-    PluginSpoolMail mail = install.AddMail(message.text);
-    Start();
-    EXPECT_EQ(0, Run(mail));
-    const std::string rewritten = ReadFile(mail.df);
-    const std::string bracket = "[Filename: setup.exe, Content-Type: application/octet-stream]\r\n";
-    const size_t at = rewritten.find(bracket);
-    ASSERT_NE(std::string::npos, at);
-    const size_t start = at + bracket.size();
-    const size_t end = rewritten.find("\r\n--", start);
-    const std::string inserted = rewritten.substr(start, end + 2 - start);
-    EXPECT_NE(std::string::npos, inserted.find("\x1b$B")) << "ISO-2022-JP expected";
-    EXPECT_EQ(text + "\r\n\r\n", PluginConvert(inserted, "UTF-8", "ISO-2022-JP"));
-}
-
+// RemoveAttachment holds "yes", in that case; IOMail names the direction.
+// Without removal the rule filter still sees the attachment.
 TEST_F(PluginReplaceTest, SwitchAndDirectionDecide)
 {
     struct Row {
-        const char *remove;
-        const char *direction;
-        bool outbound;
-        bool replaced;
+        const char *remove, *direction;
+        bool outbound, replaced;
     } rows[] = {
         {"no", "both", false, false},      {"yes", "both", true, true},
         {"yes", "outbound", false, false}, {"yes", "outbound", true, true},
@@ -168,62 +119,14 @@ TEST_F(PluginReplaceTest, SwitchAndDirectionDecide)
         PluginInstallation local;
         local.Set("Specialized Filtering",
                   {{"RemoveAttachment", row.remove}, {"IOMail", row.direction}});
+        local.WriteRules({"Programs\\C\\ATTACH=I\".exe\"\\DEL"});
         PluginSpoolMail mail = local.AddMail(message.text, {}, row.outbound);
         ZWMailResult result{};
-        EXPECT_EQ(0, RunOnce(local, mail, &result));
-        EXPECT_EQ(row.replaced ? 4 : 0, result.action);
+        const int code = RunOnce(local, mail, &result);
+        EXPECT_EQ(row.replaced ? PluginVerdict(0, 4) : PluginVerdict(2, 1),
+                  PluginVerdict(code, result.action));
         EXPECT_EQ(row.replaced, ReadFile(mail.df) != message.text);
-        // Without removal the rule filter still sees the attachment.
     }
-}
-
-// A mail that loses its attachment and is then blocked by a rule: the copy
-// kept is the rewritten mail; archiving keeps the "replaced" action code.
-TEST_F(PluginReplaceTest, RuleActionsAfterTheReplacement)
-{
-    struct Row {
-        const char *action;
-        int code;
-        const char *tree;
-    } rows[] = {{"ARCH", 4, "Archive/Anti-Spam/Offers"},
-                {"QUAR", 2, "Quarantine/Anti-Spam/Offers"},
-                {"DEL", 1, ""}};
-    PluginHeaders junk;
-    junk.subject = PluginJunkSubject();
-    const PluginMessage message = PluginMultipartMail(junk, "installer", {Exe()});
-    const std::string rewritten =
-        Replaced(message, {0}, {Block(kPlainHeader, Exe(), kDefaultText)});
-    for (const Row &row : rows) {
-        SCOPED_TRACE(row.action);
-        PluginInstallation local;
-        local.WriteRules({std::string("Offers\\C\\SUBJ=IS\"*free offer*\"\\") + row.action});
-        PluginSpoolMail mail = local.AddMail(message.text);
-        ZWMailResult result{};
-        EXPECT_EQ(2, RunOnce(local, mail, &result));
-        EXPECT_EQ(row.code, result.action);
-        EXPECT_EQ(1, result.blocked);
-        EXPECT_EQ(rewritten, ReadFile(mail.df));
-        if (*row.tree) {
-            const std::vector<std::string> copies = local.Files(row.tree);
-            ASSERT_EQ(1u, copies.size());
-            EXPECT_EQ(rewritten, ReadFile(local.Path(copies[0])));
-        }
-    }
-}
-
-// The attachment that the special filter took is no longer seen by rules.
-TEST_F(PluginReplaceTest, RulesNoLongerSeeARemovedAttachment)
-{
-    install.WriteRules({"Programs\\C\\ATTACH=I\".exe\"\\DEL"});
-    const PluginMessage message = PluginMultipartMail({}, "installer", {Exe()});
-    Start();
-    EXPECT_EQ(0, Run(install.AddMail(message.text)));
-    EXPECT_EQ(0, plugin().Cleanup());
-    install.Set("Specialized Filtering", "RemoveAttachment", "no");
-    Start();
-    ZWMailResult result{};
-    EXPECT_EQ(2, Run(install.AddMail(message.text), &result));
-    EXPECT_EQ(1, result.action);
 }
 
 } // namespace

@@ -1,62 +1,61 @@
-// Faults around one mail: missing or empty envelope and data files, bad call
-// records, a temporary directory that cannot be written (the copy
-// directories and full disks: fault_report_test.cpp), a
-// data file that vanishes or changes size while the mail is processed, and
-// update or cleanup arriving while mails are in progress. Each gives a result
-// code or an event-log line, never a crash, and the host's mail is never
-// destroyed by the plug-in.
-#include <unistd.h>
+// Faults around one mail, made real: missing or empty envelope and data
+// files, bad call records, a data file that changes under the mail, a plain
+// file where a directory should be, a full tmpfs, a queue that refuses or is
+// missing. Each gives a result code,
+// the fault in the report of OVEmailPluginProcessReport and an event-log
+// line; the data file is unchanged unless the rewrite completed and no
+// partial copy is left.
+#include <sys/stat.h>
 
-#include <atomic>
-#include <chrono>
-#include <condition_variable>
+#include <algorithm>
+#include <cstdio>
 #include <cstring>
-#include <mutex>
+#include <random>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "support/plugin_host_fixture.h"
 #include "support/plugin_mail_corpus.h"
+#include "support/small_tmpfs.h"
 
 namespace {
 
 using PluginFaultTest = PluginTest;
 
+std::string Executable()
+{
+    return PluginMultipartMail({}, "x", {{"a.exe", "application/octet-stream", "MZ"}}).text;
+}
+
 TEST_F(PluginFaultTest, MissingOrEmptyFilesAreRefused)
 {
-    const std::string missing = "No such file or directory";
-    const std::string empty = "File length=0";
+    const std::string missing = "No such file or directory", empty = "File length=0";
     struct Row {
-        const char *label;
-        bool af, afEmpty, df, dfEmpty;
-        std::string line; // with <AF> and <DF> standing for the paths
+        const char *af, *df; // "" missing, "0" empty, "ok"
+        std::string line;    // <AF> and <DF> stand for the paths
     } rows[] = {
-        {"no data file", true, false, false, false, "DF(<DF>): " + missing},
-        {"empty data file", true, false, true, true, "DF(<DF>): " + empty},
-        {"no envelope", false, false, true, false, "AF(<AF>): " + missing},
-        {"empty envelope", true, true, true, false, "AF(<AF>): " + empty},
-        {"neither", false, false, false, false, "AF(<AF>): " + missing + ", DF(<DF>): " + missing},
-        {"both empty", true, true, true, true, "AF(<AF>): " + empty + ", DF(<DF>): " + empty},
+        {"ok", "", "DF(<DF>): " + missing},
+        {"ok", "0", "DF(<DF>): " + empty},
+        {"", "ok", "AF(<AF>): " + missing},
+        {"0", "ok", "AF(<AF>): " + empty},
+        {"", "", "AF(<AF>): " + missing + ", DF(<DF>): " + missing},
+        {"0", "0", "AF(<AF>): " + empty + ", DF(<DF>): " + empty},
     };
     Start();
     for (const Row &row : rows) {
-        SCOPED_TRACE(row.label);
+        SCOPED_TRACE(row.line);
         PluginSpoolMail mail = install.AddMail(PluginPlainMail(PluginJunkHeaders(), "hi"));
-        if (!row.af || row.afEmpty)
-            row.af ? WriteFile(mail.af, "") : (void)std::remove(mail.af.c_str());
-        if (!row.df || row.dfEmpty)
-            row.df ? WriteFile(mail.df, "") : (void)std::remove(mail.df.c_str());
-        ZWMailResult result{};
-        EXPECT_EQ(-6, Run(mail, &result));
-        EXPECT_EQ(0, result.action);
         std::string line = "CONTENT MANAGEMENT ERROR: " + row.line;
-        for (size_t at; (at = line.find("<AF>")) != std::string::npos;)
-            line.replace(at, 4, mail.af);
-        for (size_t at; (at = line.find("<DF>")) != std::string::npos;)
-            line.replace(at, 4, mail.df);
+        for (const auto &file : {std::make_pair(row.af, mail.af), std::make_pair(row.df, mail.df)}) {
+            if (std::string(file.first) != "ok")
+                *file.first ? WriteFile(file.second, "") : (void)std::remove(file.second.c_str());
+            const std::string mark = file.second == mail.af ? "<AF>" : "<DF>";
+            if (line.find(mark) != std::string::npos)
+                line.replace(line.find(mark), 4, file.second);
+        }
+        EXPECT_EQ(PluginVerdict(-6, 0), Verdict(mail));
         EXPECT_EQ(line, PluginEvents(install.EventLog()).back().text);
     }
     // No filter ran: nothing blocked, nothing copied.
@@ -77,44 +76,11 @@ TEST_F(PluginFaultTest, BadCallRecordsAreRefused)
     // a directory, a one-letter name; then the plug-in still works.
     std::memset(call.af_path, 'A', sizeof call.af_path);
     EXPECT_EQ(-6, plugin().Process(&call, &result));
-    for (const std::string &path :
-         {std::string(""), install.SpoolDir(), install.SpoolDir() + "/A"}) {
+    for (const std::string &path : {std::string(""), install.SpoolDir(), install.SpoolDir() + "/A"}) {
         call = PluginCall(path);
         EXPECT_EQ(-6, plugin().Process(&call, &result)) << path;
     }
     EXPECT_EQ(0, Run(mail));
-}
-
-TEST_F(PluginFaultTest, UnwritableTemporaryDirectoryIsLogged)
-{
-    const std::string blocker = install.root() + "/temp-is-a-file";
-    WriteFile(blocker, "x");
-    install.Set("Advanced Options", "TempDir", blocker)
-        .Set("Specialized Filtering", {{"WarnAdmin", "yes"}, {"Admin", "postmaster@corp.example"}});
-    char cwd[4096];
-    ASSERT_NE(nullptr, getcwd(cwd, sizeof cwd));
-    const bool strayBefore = FileExists(std::string(cwd) + "/temp.txt");
-    Start();
-    ZWMailResult result{};
-    // The rule filter needs no temporary file.
-    EXPECT_EQ(2, Run(install.AddMail(PluginPlainMail(PluginJunkHeaders(), "hi")), &result));
-    EXPECT_EQ(1, result.action);
-    // An attachment cannot be cut out without a work file: the message stays
-    // as it was and the failure is logged.
-    const std::string message =
-        PluginMultipartMail({}, "x", {{"a.exe", "application/octet-stream", "MZ"}}).text;
-    PluginSpoolMail mail = install.AddMail(message);
-    EXPECT_EQ(0, Run(mail, &result));
-    EXPECT_EQ(0, result.action);
-    EXPECT_EQ(message, ReadFile(mail.df));
-    EXPECT_TRUE(
-        HasEvent(install, "CONTENT MANAGEMENT ERROR: ReplaceFileBlock(" + mail.df + ") fail!"))
-        << install.EventLog();
-    EXPECT_TRUE(HasEvent(install, "CONTENT MANAGEMENT ERROR: GetTempFileName(" + blocker))
-        << install.EventLog();
-    EXPECT_FALSE(HasEvent(install, "CONTENT MANAGEMENT: An attachment file"));
-    EXPECT_EQ(strayBefore, FileExists(std::string(cwd) + "/temp.txt"));
-    EXPECT_EQ("x", ReadFile(blocker));
 }
 
 // The host's queue function runs inside the mail's processing, so a hook in
@@ -152,9 +118,7 @@ TEST_F(PluginFaultTest, DataFileChangingUnderTheMail)
 
     PluginSpoolMail vanished = install.AddMail(message.text);
     PluginQueue::SetHook([&](const PluginQueuedMail &) { std::remove(vanished.df.c_str()); });
-    ZWMailResult result{};
-    EXPECT_EQ(2, Run(vanished, &result));
-    EXPECT_EQ(2, result.action);
+    EXPECT_EQ(PluginVerdict(2, 2), Verdict(vanished));
     EXPECT_FALSE(FileExists(vanished.df)); // not recreated half-written
     EXPECT_TRUE(
         HasEvent(install, "CONTENT MANAGEMENT ERROR: ReplaceFileBlock(" + vanished.df + ") fail!"));
@@ -163,77 +127,150 @@ TEST_F(PluginFaultTest, DataFileChangingUnderTheMail)
     EXPECT_EQ(std::vector<std::string>{}, install.Files("tempdir"));
 }
 
-// Holds one mail inside the plug-in (in the queue function) until released.
-class MailGate {
-public:
-    void Hold(const PluginQueuedMail &)
-    {
-        std::unique_lock<std::mutex> lock(m_mutex);
-        m_inside = true;
-        m_changed.notify_all();
-        m_changed.wait(lock, [this] { return m_released; });
+// The report names the copy and the rule or policy that acted. With a plain
+// file where the copy directories should be, it has the copy fault instead,
+// the mail stays as it was and nobody is told of the attachment.
+TEST_F(PluginFaultTest, ReportNamesTheCopyOrItsFault)
+{
+    const std::string blocker = install.root() + "/not-a-directory";
+    WriteFile(blocker, "x");
+    install.Set("Specialized Filtering",
+                {{"Quarantine", "yes"}, {"WarnAdmin", "yes"}, {"Admin", "postmaster@corp.example"}});
+    install.WriteRules({"Offers\\C\\SUBJ=IS\"*free offer*\"\\QUAR"});
+    struct Row {
+        std::string message;
+        int code, action, blockedAction;
+        std::string trigger, copyDir; // copyDir: under the program directory, "" for none
+    } rows[] = {
+        {PluginPlainMail({}, "hi"), 0, 0, 0, "", ""},
+        {PluginPlainMail(PluginJunkHeaders(), "hi"), 2, 2, 2, "Offers",
+         "Quarantine/Anti-Spam/Offers/A"},
+        {PluginPlainMail({}, PluginSecretBody()), 0, 2, 2, "Confidential",
+         "Quarantine/Confidential/A"},
+        {Executable(), 0, 4, 0, "Attachment Removal", "Quarantine/A"},
+    };
+    for (const bool blocked : {false, true}) {
+        if (blocked)
+            install.Set("Advanced Options",
+                        {{"QuarantineDirectory", blocker}, {"ArchiveDirectory", blocker}});
+        Start();
+        for (const Row &row : rows) {
+            SCOPED_TRACE(row.trigger + (blocked ? " blocked" : ""));
+            PluginSpoolMail mail = install.AddMail(row.message);
+            ZWMailResult result{};
+            OVMailReport report;
+            std::memset(&report, 0x55, sizeof report); // cleared by the call
+            EXPECT_EQ(row.code, Run(mail, &result, &report));
+            EXPECT_EQ(blocked ? row.blockedAction : row.action, result.action);
+            EXPECT_EQ(blocked && !row.copyDir.empty() ? OV_FAULT_COPY : 0u, report.faults);
+            EXPECT_EQ(row.trigger, report.trigger);
+            const std::string copy = report.copy_path;
+            if (blocked || row.copyDir.empty()) {
+                EXPECT_EQ("", copy);
+                EXPECT_EQ(row.message, ReadFile(mail.df));
+                EXPECT_EQ(blocked && !row.copyDir.empty(),
+                          HasEvent(install, "CopyFile(" + mail.df + "," + blocker + "/"));
+            } else {
+                EXPECT_EQ(0u, copy.rfind(install.Path(row.copyDir), 0)) << copy;
+                EXPECT_EQ(row.message, ReadFile(copy)); // the mail as it came
+                // The classic entry point gives the same verdict.
+                EXPECT_EQ(PluginVerdict(row.code, row.action), Verdict(install.AddMail(row.message)));
+            }
+        }
+        EXPECT_EQ(0, plugin().Cleanup());
+        EXPECT_EQ(blocked, PluginQueue::Take().empty());
     }
-    void WaitInside()
-    {
-        std::unique_lock<std::mutex> lock(m_mutex);
-        m_changed.wait(lock, [this] { return m_inside; });
-    }
-    void Release()
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        m_released = true;
-        m_changed.notify_all();
-    }
+    EXPECT_TRUE(HasEvent(install, "CONTENT MANAGEMENT ERROR: attachments of "));
+    EXPECT_EQ("x", ReadFile(blocker));
+}
 
-private:
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    bool m_inside = false;
-    bool m_released = false;
-};
+TEST_F(PluginFaultTest, FullDisks)
+{
+    SmallTmpfs disk(256 * 1024);
+    if (!disk.mounted())
+        GTEST_SKIP() << disk.reason();
+    const std::string temp = disk.dir() + "/temp", spool = disk.dir() + "/spool";
+    for (const std::string &dir : {temp, disk.dir() + "/q", spool})
+        ASSERT_EQ(0, mkdir(dir.c_str(), 0755));
+    install.Set("Advanced Options", "QuarantineDirectory", disk.dir() + "/q");
+    std::mt19937 random(7);
+    // a mail whose quarantine copy fits only in part
+    const std::string big = PluginPlainMail({}, PluginProse(random, 1500) + PluginSecretBody());
+    const std::string exe = PluginMultipartMail(
+        {}, "x", {{"a.exe", "application/octet-stream", PluginBinaryBytes(30000, 3)}}).text;
+    struct Row {
+        const char *label;
+        bool tempOnDisk, spoolOnDisk;
+        std::string message;
+        uint32_t faults;
+        std::string event;
+    } rows[] = {
+        {"temporary directory full", true, false, exe, OV_FAULT_TEMP | OV_FAULT_REPLACE,
+         "CONTENT MANAGEMENT ERROR: ReplaceFileBlock("},
+        {"spool full under the rewrite", false, true, exe, OV_FAULT_REPLACE,
+         "CONTENT MANAGEMENT ERROR: ReplaceFileBlock("},
+        {"quarantine full half way", false, false, big, OV_FAULT_COPY, "CopyFile("},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.label);
+        install.Set("Advanced Options", "TempDir", row.tempOnDisk ? temp : install.Path("tempdir"));
+        PluginSpoolMail mail = install.AddMail(row.message);
+        if (row.spoolOnDisk) {
+            PluginSpoolMail moved{spool + "/AFI1", spool + "/DFI1"};
+            WriteFile(moved.af, ReadFile(mail.af));
+            WriteFile(moved.df, row.message);
+            mail = moved;
+        }
+        Start();
+        disk.Fill(row.message == big ? 16384 : 0);
+        ZWMailResult result{};
+        OVMailReport report{};
+        Run(mail, &result, &report);
+        EXPECT_EQ(row.faults, report.faults);
+        EXPECT_TRUE(row.message == ReadFile(mail.df)); // unchanged, byte for byte
+        EXPECT_STREQ("", report.copy_path);
+        std::vector<std::string> left = FilesBelow(disk.dir());
+        left.erase(std::remove(left.begin(), left.end(), disk.dir() + "/.filler"), left.end());
+        EXPECT_EQ(row.spoolOnDisk ? 2u : 0u, left.size()) << ::testing::PrintToString(left);
+        EXPECT_TRUE(HasEvent(install, row.event)) << install.EventLog();
+        EXPECT_EQ(0, plugin().Cleanup());
+        std::remove((disk.dir() + "/.filler").c_str());
+        for (const std::string &file : left)
+            std::remove(file.c_str());
+    }
+}
 
-// Update and cleanup wait for the mail in progress, which finishes with its
-// verdict under the settings it started with.
-TEST_F(PluginFaultTest, UpdateAndCleanupWaitForMailsInProgress)
+int RefuseQueue(ZWEnqueRecord *record)
+{
+    if (record && record->path)
+        std::remove(record->path);
+    return -1;
+}
+
+// A queue that refuses is a fault; a host without a queue wants no
+// notifications: the mail is handled all the same and no file is left.
+TEST_F(PluginFaultTest, NotificationThatIsNotQueued)
 {
     install.Set("Confidential", "WarningSender", "yes");
-    for (const char *stop : {"update", "cleanup"}) {
-        SCOPED_TRACE(stop);
-        Start();
-        MailGate gate;
-        PluginQueue::SetHook([&](const PluginQueuedMail &mail) { gate.Hold(mail); });
-        PluginSpoolMail mail = install.AddMail(PluginPlainMail({}, PluginSecretBody()));
-        ZWMailResult result{};
-        int code = -100;
-        std::thread worker([&] { code = Run(mail, &result); });
-        gate.WaitInside();
+    Start();
+    const std::string secret = PluginPlainMail({}, PluginSecretBody());
+    ZWHostCall call = PluginCall(install.AddMail(secret).af, &RefuseQueue);
+    ZWMailResult result{};
+    OVMailReport report{};
+    EXPECT_EQ(0, plugin().ProcessReport(&call, &result, &report));
+    EXPECT_EQ(2, result.action);
+    EXPECT_EQ(OV_FAULT_NOTIFY, report.faults);
+    EXPECT_TRUE(FileExists(report.copy_path));
+    EXPECT_TRUE(HasEvent(
+        install, "CONTENT MANAGEMENT ERROR: notification to alice@partner.example not queued!"))
+        << install.EventLog();
 
-        install.Set("Confidential", "Action", "Delete");
-        std::atomic<bool> stopped{false};
-        int stopCode = -100;
-        std::thread stopper([&] {
-            stopCode =
-                std::string(stop) == "update" ? plugin().Command("update") : plugin().Cleanup();
-            stopped = true;
-        });
-        std::this_thread::sleep_for(std::chrono::milliseconds(200));
-        EXPECT_FALSE(stopped);
-        gate.Release();
-        worker.join();
-        stopper.join();
-        PluginQueue::SetHook(nullptr);
-        EXPECT_EQ(0, stopCode);
-        EXPECT_EQ(0, code);
-        EXPECT_EQ(2, result.action); // quarantined, as the settings said when it began
-        if (std::string(stop) == "update") {
-            EXPECT_EQ(0, Run(install.AddMail(PluginPlainMail({}, PluginSecretBody())), &result));
-            EXPECT_EQ(1, result.action);
-            EXPECT_EQ(0, plugin().Cleanup());
-        } else {
-            EXPECT_EQ(-9, Run(install.AddMail(PluginPlainMail({}, PluginSecretBody()))));
-        }
-        install.Set("Confidential", "Action", "Quarantine");
-    }
+    call = PluginCall(install.AddMail(secret).af, nullptr);
+    EXPECT_EQ(0, plugin().ProcessReport(&call, &result, &report));
+    EXPECT_EQ(0u, report.faults);
+    EXPECT_EQ(2, result.action);
+    EXPECT_EQ(0u, PluginQueue::Take().size());
+    EXPECT_EQ(std::vector<std::string>{}, install.Files("tempdir"));
 }
 
 } // namespace

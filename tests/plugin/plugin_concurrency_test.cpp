@@ -1,8 +1,10 @@
 // The plug-in under several host threads at once (run under ThreadSanitizer
 // in CI): mails of every kind processed in parallel while another thread
-// reloads the settings over and over, and a Cleanup arriving while mails are
-// still coming in. Every mail gets the verdict its kind calls for.
+// reloads the settings over and over, a Cleanup arriving while mails are
+// still coming in, and update and cleanup waiting for a mail held inside.
 #include <atomic>
+#include <chrono>
+#include <future>
 #include <map>
 #include <string>
 #include <thread>
@@ -17,29 +19,6 @@ namespace {
 
 using PluginConcurrencyTest = PluginTest;
 
-struct Outcome {
-    int code = -100;
-    ZWMailResult result{};
-};
-
-// Result code and action code that each kind of corpus mail must get from
-// the default installation.
-std::pair<int, int> Expected(PluginCorpusMail::Kind kind)
-{
-    switch (kind) {
-    case PluginCorpusMail::kExecutable:
-        return {0, 4};
-    case PluginCorpusMail::kJapanese:
-        return {0, 3};
-    case PluginCorpusMail::kJunk:
-        return {2, 1};
-    case PluginCorpusMail::kConfidential:
-        return {0, 2};
-    default:
-        return {0, 0};
-    }
-}
-
 TEST_F(PluginConcurrencyTest, MailsGetTheirVerdictsWhileSettingsReload)
 {
     install.Set("Confidential", "WarningSender", "yes")
@@ -48,12 +27,17 @@ TEST_F(PluginConcurrencyTest, MailsGetTheirVerdictsWhileSettingsReload)
     std::vector<PluginSpoolMail> mails;
     for (size_t i = 0; i < corpus.size(); ++i)
         mails.push_back(install.AddMail(corpus[i].text, {}, i % 4 == 3));
+    // Result code and action code of each kind of mail.
+    const std::map<int, PluginVerdict> expected = {{PluginCorpusMail::kExecutable, {0, 4}},
+                                                   {PluginCorpusMail::kJapanese, {0, 3}},
+                                                   {PluginCorpusMail::kJunk, {2, 1}},
+                                                   {PluginCorpusMail::kConfidential, {0, 2}}};
     Start();
 
-    std::vector<Outcome> outcomes(mails.size());
+    std::vector<ZWMailResult> results(mails.size());
+    std::vector<int> codes(mails.size(), -100);
     std::atomic<size_t> next{0};
-    std::atomic<int> working{3};
-    std::atomic<int> updates{0}, failedUpdates{0};
+    std::atomic<int> working{3}, updates{0}, failedUpdates{0};
     std::thread updater([&] {
         do {
             (plugin().Command("update") == 0 ? updates : failedUpdates)++;
@@ -65,7 +49,7 @@ TEST_F(PluginConcurrencyTest, MailsGetTheirVerdictsWhileSettingsReload)
         workers.emplace_back([&] {
             for (size_t i; (i = next++) < mails.size();) {
                 ZWHostCall call = PluginCall(mails[i].af);
-                outcomes[i].code = plugin().Process(&call, &outcomes[i].result);
+                codes[i] = plugin().Process(&call, &results[i]);
             }
             --working;
         });
@@ -77,38 +61,35 @@ TEST_F(PluginConcurrencyTest, MailsGetTheirVerdictsWhileSettingsReload)
 
     EXPECT_GE(updates.load(), 1);
     EXPECT_EQ(0, failedUpdates.load());
-    std::map<int, int> warnings; // expected notifications
+    std::map<int, size_t> kinds;
     for (size_t i = 0; i < mails.size(); ++i) {
-        const std::pair<int, int> expected = Expected(corpus[i].kind);
-        EXPECT_EQ(expected.first, outcomes[i].code) << "mail " << i;
-        EXPECT_EQ(expected.second, outcomes[i].result.action) << "mail " << i;
-        EXPECT_EQ(expected.first == 2 ? 1 : 0, outcomes[i].result.blocked) << "mail " << i;
-        warnings[corpus[i].kind]++;
+        const auto found = expected.find(corpus[i].kind);
+        const PluginVerdict verdict = found == expected.end() ? PluginVerdict(0, 0) : found->second;
+        EXPECT_EQ(verdict, PluginVerdict(codes[i], results[i].action)) << "mail " << i;
+        EXPECT_EQ(verdict.first == 2 ? 1 : 0, results[i].blocked) << "mail " << i;
+        kinds[corpus[i].kind]++;
     }
-    EXPECT_EQ(static_cast<size_t>(warnings[PluginCorpusMail::kConfidential] +
-                                  warnings[PluginCorpusMail::kJunk]),
+    EXPECT_EQ(kinds[PluginCorpusMail::kConfidential] + kinds[PluginCorpusMail::kJunk],
               PluginQueue::Take().size());
     EXPECT_EQ(std::vector<std::string>{}, install.Files("tempdir"));
-    EXPECT_EQ(static_cast<size_t>(warnings[PluginCorpusMail::kConfidential]),
+    EXPECT_EQ(kinds[PluginCorpusMail::kConfidential],
               install.Files("Quarantine/Confidential").size());
 }
 
 // Cleanup waits for the mails inside; calls made after it returned are
-// refused with -9; nothing crashes while the objects go away.
+// refused with -9; nothing crashes while the objects go away. Each thread
+// keeps to mails of its own, as a host never hands one mail to two threads.
 TEST_F(PluginConcurrencyTest, CleanupWhileMailsKeepComing)
 {
-    install.Set("Content Filter", "DebugLog", "yes");
-    const std::vector<PluginCorpusMail> corpus = PluginCorpus(30, 4);
+    install.Set("Content Filter", "DebugLog", "always yes"); // holds "yes"
     std::vector<PluginSpoolMail> mails;
-    for (const PluginCorpusMail &mail : corpus)
+    for (const PluginCorpusMail &mail : PluginCorpus(30, 4))
         mails.push_back(install.AddMail(mail.text));
     Start();
 
     std::atomic<bool> stopped{false};
     std::atomic<int> processed{0}, badCodes{0}, lateSuccesses{0};
     std::vector<std::thread> workers;
-    // Each thread keeps to mails of its own, as a host never hands one mail
-    // to two threads: a mail whose attachment is replaced is rewritten in place.
     const size_t threads = 3;
     for (size_t t = 0; t < threads; ++t) {
         workers.emplace_back([&, t] {
@@ -118,10 +99,8 @@ TEST_F(PluginConcurrencyTest, CleanupWhileMailsKeepComing)
                 ZWMailResult result{};
                 const int code = plugin().Process(&call, &result);
                 ++processed;
-                if (code != 0 && code != 2 && code != -9)
-                    ++badCodes;
-                if (afterStop && code != -9)
-                    ++lateSuccesses;
+                badCodes += code != 0 && code != 2 && code != -9;
+                lateSuccesses += afterStop && code != -9;
                 if (afterStop && code == -9)
                     return;
             }
@@ -137,6 +116,52 @@ TEST_F(PluginConcurrencyTest, CleanupWhileMailsKeepComing)
     EXPECT_EQ(0, lateSuccesses.load());
     EXPECT_NE(std::string::npos, install.DebugLog().find("ZWEmailPluginCleanup: OK!!"));
     EXPECT_EQ(std::vector<std::string>{}, install.Files("tempdir"));
+}
+
+// Update and cleanup wait for the mail in progress (held in the queue
+// function), which finishes with its verdict under the settings it started
+// with.
+TEST_F(PluginConcurrencyTest, UpdateAndCleanupWaitForMailsInProgress)
+{
+    install.Set("Confidential", "WarningSender", "yes");
+    for (const std::string stop : {"update", "cleanup"}) {
+        SCOPED_TRACE(stop);
+        Start();
+        std::promise<void> inside, release;
+        std::shared_future<void> released = release.get_future().share();
+        PluginQueue::SetHook([&](const PluginQueuedMail &) {
+            inside.set_value();
+            released.wait();
+        });
+        PluginVerdict verdict;
+        std::thread worker(
+            [&] { verdict = Verdict(install.AddMail(PluginPlainMail({}, PluginSecretBody()))); });
+        inside.get_future().wait();
+
+        install.Set("Confidential", "Action", "Delete");
+        std::atomic<bool> stopped{false};
+        int stopCode = -100;
+        std::thread stopper([&] {
+            stopCode = stop == "update" ? plugin().Command("update") : plugin().Cleanup();
+            stopped = true;
+        });
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        EXPECT_FALSE(stopped);
+        release.set_value();
+        worker.join();
+        stopper.join();
+        PluginQueue::SetHook(nullptr);
+        EXPECT_EQ(0, stopCode);
+        EXPECT_EQ(PluginVerdict(0, 2), verdict); // quarantined, as when it began
+        const PluginSpoolMail next = install.AddMail(PluginPlainMail({}, PluginSecretBody()));
+        if (stop == "update") {
+            EXPECT_EQ(PluginVerdict(0, 1), Verdict(next));
+            EXPECT_EQ(0, plugin().Cleanup());
+        } else {
+            EXPECT_EQ(-9, Run(next));
+        }
+        install.Set("Confidential", "Action", "Quarantine");
+    }
 }
 
 } // namespace

@@ -15,7 +15,6 @@ namespace {
 
 using PluginRuleSourceTest = PluginTest;
 
-// Seals one rule line into spamrule/<name> (with the rule filter's own sealer).
 void WriteSealed(const PluginInstallation &install, const std::string &name,
                  const std::string &line)
 {
@@ -30,9 +29,8 @@ TEST_F(PluginRuleSourceTest, VendorSourcesAndTheirAction)
         const char *label;
         std::string ruleFile;
         const char *version;
-        const char *vendorAction; // null: no key (Quarantine)
-        const char *adminRule;    // null: none
-        int action;               // 0: the mail passes
+        const char *vendorAction, *adminRule; // null: no key (Quarantine), none
+        int action;                           // 0: the mail passes
         const char *name;
     } rows[] = {
         {"sealed, default action", "Zelto$RF", "1", nullptr, nullptr, 2, "Sealed lottery"},
@@ -66,17 +64,16 @@ TEST_F(PluginRuleSourceTest, VendorSourcesAndTheirAction)
             local.Set("Anti-Spam(Vendor)", "Action", row.vendorAction);
         if (row.adminRule)
             local.WriteRules({row.adminRule});
-        ASSERT_EQ(0, plugin().Initialize(local.root().c_str(), &info));
+        Start(&local);
         for (int pass = 0; pass < 2; ++pass) { // the second after an update
             SCOPED_TRACE(pass);
             ZWMailResult result{};
             EXPECT_EQ(row.action ? 2 : 0,
                       Run(local.AddMail(PluginPlainMail(lottery, "hi")), &result));
             EXPECT_EQ(row.action, result.action);
-            const std::vector<PluginEvent> events = PluginEvents(local.EventLog());
             if (row.action) {
-                EXPECT_NE(std::string::npos,
-                          events.back().record.find("\\" + std::string(row.name) + "\\"));
+                EXPECT_NE(std::string::npos, PluginEvents(local.EventLog()).back().record.find(
+                                                 "\\" + std::string(row.name) + "\\"));
             }
             ASSERT_EQ(0, plugin().Command("update"));
         }

@@ -1,19 +1,8 @@
 // The test host of the plug-in's end-to-end tests: libov.so loaded with
 // dlopen and driven only through its exported entry points, a queue function
 // that captures the notification mails, and a runner for checks that must
-// happen in a child process (a plug-in left wedged, another user id).
-//
-//   PluginLibrary &plugin = SharedPluginLibrary();   // OV_LIBOV_PATH, loaded once
-//   ZWHostInfo info{};
-//   plugin.Initialize(root.c_str(), &info);
-//   ZWHostCall call = PluginCall(mail.af);           // queues into PluginQueue
-//   ZWMailResult result;
-//   int rc = plugin.Process(&call, &result);
-//   std::vector<PluginQueuedMail> mails = PluginQueue::Take();
-//   plugin.Cleanup();
-//
-// The plug-in keeps process-wide state, so each test starts and stops it
-// within itself (PluginTest does the stop in TearDown).
+// happen in a child process (a plug-in left wedged, another user id). The
+// plug-in keeps process-wide state: each test starts and stops it itself.
 #pragma once
 
 #include <dlfcn.h>
@@ -28,6 +17,7 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -72,7 +62,7 @@ public:
     int (*Process)(ZWHostCall *, ZWMailResult *) = nullptr;
     int (*ProcessReport)(ZWHostCall *, ZWMailResult *, OVMailReport *) = nullptr;
     int (*Cleanup)() = nullptr;
-    int (*Update)() = nullptr; // exported as _Z19ZWEmailPluginUpdatev
+    int (*Update)() = nullptr; // exported under its C++ name only
     int (*Command)(const char *) = nullptr;
     const char *(*Version)() = nullptr;
     const char *(*BuildDate)() = nullptr;
@@ -103,18 +93,15 @@ inline PluginLibrary &SharedPluginLibrary()
 struct PluginQueuedMail {
     std::string from;
     std::vector<std::string> recipients;
-    std::string path;
-    bool fileExisted = false;
     std::string text;
-    bool reservedNull = false;
-    int flag1 = -1;
-    int flag2 = -1;
 };
 
-// The process-wide capture behind the queue function.
+// The process-wide capture behind the queue function. A hook, set until
+// cleared, runs inside the plug-in's call after each capture: it lets a test
+// act while a mail is in progress.
 class PluginQueue {
 public:
-    // The function to put into ZWHostCall::enque_mail.
+    using Hook = std::function<void(const PluginQueuedMail &)>;
     static int Enqueue(ZWEnqueRecord *record)
     {
         if (!record)
@@ -123,19 +110,14 @@ public:
         mail.from = record->from ? record->from : "";
         for (char **to = record->recipients; to && *to; ++to)
             mail.recipients.push_back(*to);
-        mail.path = record->path ? record->path : "";
-        mail.fileExisted = !mail.path.empty() && FileExists(mail.path);
-        mail.text = ReadFile(mail.path);
-        mail.reservedNull = !record->reserved1 && !record->reserved2;
-        mail.flag1 = record->flag1;
-        mail.flag2 = record->flag2;
-        if (!mail.path.empty())
-            std::remove(mail.path.c_str()); // the host owns the queued file
-        std::function<void(const PluginQueuedMail &)> hook;
+        const std::string path = record->path ? record->path : "";
+        mail.text = ReadFile(path);
+        std::remove(path.c_str());
+        Hook hook;
         {
-            std::lock_guard<std::mutex> guard(state().mutex);
-            state().mails.push_back(mail);
-            hook = state().hook;
+            std::lock_guard<std::mutex> guard(s_mutex);
+            s_mails.push_back(mail);
+            hook = s_hook;
         }
         if (hook)
             hook(mail);
@@ -144,30 +126,19 @@ public:
     // The mails queued since the last Take, in queue order.
     static std::vector<PluginQueuedMail> Take()
     {
-        std::vector<PluginQueuedMail> mails;
-        std::lock_guard<std::mutex> guard(state().mutex);
-        mails.swap(state().mails);
-        return mails;
+        std::lock_guard<std::mutex> guard(s_mutex);
+        return std::exchange(s_mails, {});
     }
-    // Runs inside the plug-in's call, after the mail was captured, until
-    // cleared (null): lets a test act while a mail is in progress.
-    static void SetHook(std::function<void(const PluginQueuedMail &)> hook)
+    static void SetHook(Hook hook)
     {
-        std::lock_guard<std::mutex> guard(state().mutex);
-        state().hook = std::move(hook);
+        std::lock_guard<std::mutex> guard(s_mutex);
+        s_hook = std::move(hook);
     }
 
 private:
-    struct State {
-        std::mutex mutex;
-        std::vector<PluginQueuedMail> mails;
-        std::function<void(const PluginQueuedMail &)> hook;
-    };
-    static State &state()
-    {
-        static State queue;
-        return queue;
-    }
+    static inline std::mutex s_mutex;
+    static inline std::vector<PluginQueuedMail> s_mails;
+    static inline Hook s_hook;
 };
 
 // A host call record for the envelope file, queueing into PluginQueue.
@@ -206,6 +177,9 @@ inline int PluginRunInChild(const std::function<int()> &body, int timeoutSeconds
 }
 
 #ifdef OV_LIBOV_PATH
+// Result code and action code of one mail.
+using PluginVerdict = std::pair<int, int>;
+
 // The fixture of the end-to-end tests: its own installation, the shared
 // library, and a stop of the plug-in after each test.
 class PluginTest : public ::testing::Test {
@@ -225,9 +199,11 @@ protected:
 
     static PluginLibrary &plugin() { return SharedPluginLibrary(); }
 
-    // Initialize on the installation; fails the test unless it returns 0.
-    void Start() { ASSERT_EQ(0, plugin().Initialize(install.root().c_str(), &info)); }
-
+    // Initialize on an installation; fails the test unless it returns 0.
+    void Start(const PluginInstallation *on = nullptr)
+    {
+        ASSERT_EQ(0, plugin().Initialize((on ? *on : install).root().c_str(), &info));
+    }
     // Processes one mail; the result record goes to *result when given.
     int Run(const PluginSpoolMail &mail, ZWMailResult *result = nullptr)
     {
@@ -241,15 +217,18 @@ protected:
         ZWHostCall call = PluginCall(mail.af);
         return plugin().ProcessReport(&call, result, report);
     }
+    PluginVerdict Verdict(const PluginSpoolMail &mail)
+    {
+        ZWMailResult result{};
+        const int code = Run(mail, &result);
+        return {code, result.action};
+    }
     // Starts the plug-in on another installation, processes one mail there
     // and stops it again.
     int RunOnce(const PluginInstallation &local, const PluginSpoolMail &mail,
                 ZWMailResult *result = nullptr)
     {
-        if (plugin().Initialize(local.root().c_str(), &info) != 0) {
-            ADD_FAILURE() << "Initialize failed on " << local.root();
-            return -100;
-        }
+        Start(&local);
         const int code = Run(mail, result);
         EXPECT_EQ(0, plugin().Cleanup());
         return code;

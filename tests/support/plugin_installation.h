@@ -1,15 +1,7 @@
 // A complete plug-in installation in a scratch directory, for the plug-in's
-// end-to-end tests: <root>/Plug-Ins/OV/ with contscan.ini, CsConfig.dat,
-// spamrule/spamrule.txt and spamrule/SFRule.txt, and a spool directory
-// <root>/spool for the mails' AF/DF pairs. Everything goes when the object
-// goes.
-//
-//   PluginInstallation install;                 // the default settings below
-//   install.Set("Junk words", "Action", "Delete");   // rewrites contscan.ini
-//   PluginSpoolMail mail = install.AddMail(PluginPlainMail({}, "hello"));
-//   ... ZWEmailPluginInitialize(install.root().c_str(), &info) ...
-//   install.EventLog();                          // today's pwall.log text
-//
+// end-to-end tests: <root>/Plug-Ins/OV/ with contscan.ini (the keys of `ini`),
+// CsConfig.dat, spamrule/spamrule.txt and spamrule/SFRule.txt, and a spool
+// <root>/spool for the mails' AF/DF pairs. Everything goes with the object.
 // The default installation:
 //   rule "Free offers"      SUBJ=IS"*free offer*"          -> DEL
 //   rule "Big mails"        SIZE>3000000                   -> QUAR
@@ -36,11 +28,6 @@ struct PluginIni {
     PluginIni &Set(const std::string &section, const std::string &key, const std::string &value)
     {
         sections[section][key] = value;
-        return *this;
-    }
-    PluginIni &Remove(const std::string &section, const std::string &key)
-    {
-        sections[section].erase(key);
         return *this;
     }
     std::string Text() const
@@ -98,11 +85,9 @@ public:
             {"Free offers\\C\\SUBJ=IS\"*free offer*\"\\DEL", "Big mails\\C\\SIZE>3000000\\QUAR"});
         std::string rule =
             "<ENABLE>yes</ENABLE><RULE NAME>Executables</RULE NAME><MAIL TYPE>C</MAIL TYPE>";
-        for (const char *item : {"FROM", "TO", "RTO", "CC", "MIME", "ATTACH", "ATTR"})
-            rule += std::string("<") + item + "><NAME>" +
-                    (item == std::string("ATTACH") ? "*.exe"
-                     : item == std::string("ATTR") ? "INCLUDE"
-                                                   : "") +
+        for (std::string item : {"FROM", "TO", "RTO", "CC", "MIME", "ATTACH", "ATTR"})
+            rule += "<" + item + "><NAME>" +
+                    (item == "ATTACH" ? "*.exe" : item == "ATTR" ? "INCLUDE" : "") +
                     "</NAME><I></I><S></S></" + item + ">";
         WriteFile(Path("spamrule/SFRule.txt"),
                   "; Written by Orvane Unix Configuration Standard v3.8 2002 ZeltoWorks\r\n" +
@@ -114,7 +99,7 @@ public:
     std::string Path(const std::string &relative) const { return ProgramDir() + relative; }
     std::string SpoolDir() const { return root() + "/spool"; }
 
-    PluginIni ini; // contscan.ini as WriteIni writes it
+    PluginIni ini;
     void WriteIni() const { WriteFile(Path("contscan.ini"), ini.Text()); }
     // Sets keys of contscan.ini and writes the file.
     PluginInstallation &Set(const std::string &section, const std::string &key,
@@ -189,8 +174,7 @@ public:
     {
         return ReadFile(ProgramDir() + "Debug-" + std::to_string(getpid()) + ".log");
     }
-    // Regular files below a directory of the installation, as paths relative
-    // to the program directory, sorted.
+    // Regular files below a directory, relative to the program directory, sorted.
     std::vector<std::string> Files(const std::string &relativeDir) const
     {
         std::vector<std::string> files = m_root.files("Plug-Ins/OV/" + relativeDir);

@@ -1,15 +1,7 @@
 // Realistic mails for the plug-in's end-to-end tests and its benchmark:
 // plain mails, multipart mails with base64 attachments (with the byte range
-// of each attachment part, as a gateway's MIME walk sees it), Japanese mails
-// in ISO-2022-JP, and a seeded, mixed corpus of them.
-//
-//   PluginMessage mail = PluginMultipartMail(headers, "Hello", {{"a.exe", "application/octet-stream", bytes}});
-//   mail.text;                  // the RFC 822 text, CR LF line ends
-//   mail.attachmentRanges[0];   // [after the part's boundary line, next boundary line)
-//
-//   std::vector<PluginCorpusMail> corpus = PluginCorpus(300, 7);
-//
-// Header-only, so that bench/ can use it without the test support library.
+// of each attachment part), Japanese mails in ISO-2022-JP, and a seeded,
+// mixed corpus of them. Header-only, so that bench/ can use it too.
 #pragma once
 
 #include <cstdint>
@@ -33,10 +25,8 @@ struct PluginAttachment {
 };
 
 struct PluginMessage {
-    std::string text;
-    // Byte range of each attachment part: from just after its opening
-    // boundary line (its part headers included) to the start of the next
-    // boundary line.
+    std::string text; // CR LF line ends
+    // Each attachment part: [after its boundary line, the next boundary line)
     std::vector<std::pair<size_t, size_t>> attachmentRanges;
 };
 
@@ -159,8 +149,7 @@ struct PluginCorpusMail {
     std::string text;
 };
 
-// Subjects, words and names that the test installation's rules and policies
-// react to (see the installation in plugin_installation.h).
+// What the test installation's rules and policies react to.
 inline const char *PluginJunkSubject() { return "FREE OFFER just for you"; }
 inline const char *PluginConfidentialWord() { return "project orion"; }
 inline std::string PluginSecretBody() { return std::string("Numbers of ") + PluginConfidentialWord() + ".\r\n"; }
@@ -171,8 +160,7 @@ inline PluginHeaders PluginJunkHeaders()
     return headers;
 }
 
-// `count` mails of all kinds, mostly plain and with attachments, the same
-// for the same seed.
+// `count` mails of all kinds, the same for the same seed.
 inline std::vector<PluginCorpusMail> PluginCorpus(size_t count, uint32_t seed)
 {
     std::mt19937 random(seed);

@@ -1,13 +1,7 @@
 // A small tmpfs mounted on a fresh directory, for tests that need a real
 // full disk: Fill() writes a filler file until the file system refuses a
-// byte, then gives `spare` bytes back. Only root can mount; without the
-// right the object says why (reason()) and the test skips.
-//
-//   SmallTmpfs disk(256 * 1024);
-//   if (!disk.mounted()) GTEST_SKIP() << disk.reason();
-//   disk.Fill(8192);   // about two pages left
-//
-// Unmounted (lazily) and removed when the object goes.
+// byte, then gives `spare` bytes back. Only root can mount; otherwise
+// mounted() is false and reason() says why. Unmounted when the object goes.
 #pragma once
 
 #include <fcntl.h>
