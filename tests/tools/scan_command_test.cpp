@@ -3,7 +3,6 @@
 // naming what went wrong (exit status 1), and no spool left when stopped.
 #include <csignal>
 
-#include "support/small_tmpfs.h"
 #include "tools/ovctl_cases.h"
 
 namespace
@@ -79,20 +78,6 @@ TEST(ScanCommand, NamesTheFaultsOfEachMail)
             << run.output;
         EXPECT_EQ(faulted, run.output.find(", 1 faulted\n") != std::string::npos) << run.output;
     }
-}
-
-TEST(ScanCommand, AFullOutboxIsANotifyFault)
-{
-    SmallTmpfs outbox(64 * 1024);
-    if (!outbox.mounted())
-        GTEST_SKIP() << outbox.reason();
-    outbox.Fill(0);
-    ExampleRoot install;
-    OvctlRun run = run_ovctl({"scan", "--root", install.root(), "--outbox", outbox.dir(),
-                              example_mail("02-invoice-exe.eml")});
-    EXPECT_EQ(1, run.status);
-    EXPECT_NE(std::string::npos, run.output.find("\tpass\treplaced\tinvoice.exe\tnotify\n"))
-        << run.output;
 }
 
 // A scan stopped by SIGTERM removes its spool before it ends.
