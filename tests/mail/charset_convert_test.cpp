@@ -1,6 +1,5 @@
-// The detector and the conversions around the edges of the repertoire:
-// half-width katakana, JIS X 0212, bytes that are no character, broken
-// ISO-2022, encoded words and the host language's EUC.
+// The detector and conversions at the edges: half-width katakana, JIS X 0212,
+// bad bytes, broken ISO-2022, encoded words and the host language's EUC.
 #include <gtest/gtest.h>
 
 #include <string>

@@ -1,13 +1,10 @@
-// CDecodeMaster: the strict Base64 variant, uuencode and XXencode lines, and
-// whole-file decoding line by line.
+// CDecodeMaster: the strict Base64 variant and uuencode and XXencode lines.
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <stdexcept>
 #include <string>
 
 #include "mail/decode_master.h"
-#include "support/base_temp_dir.h"
 #include "support/mail_codec_fixtures.h"
 #include "uu_lines.h"
 
@@ -53,34 +50,6 @@ TEST(DecodeMaster, UuAndXxLines)
     char text[] = "line\r\n\r\nXYZ";
     EXPECT_EQ(CDecodeMaster::TrimCRLF(text, 8), 4);
     EXPECT_STREQ(text, "line");
-}
-
-TEST(DecodeMaster, DecodesFilesLineByLine)
-{
-    BaseTempDir dir;
-    CDecodeMaster dm;
-    const std::string out = dir.path("out.bin");
-    const struct {
-        CDecodeMaster::DECODETYPE type;
-        std::string input, output;
-    } rows[] = {
-        {CDecodeMaster::BASE64, "QUJD\r\n\r\nREVG  \nQQ==\n", "ABCDEFA"},
-        {static_cast<CDecodeMaster::DECODETYPE>(7), "QUJD\n", "ABC"},   // other types: Base64
-        // Each line alone: line ends go, soft breaks are consumed by the trim.
-        {CDecodeMaster::QPRINT, "a=3Db=\r\nc\r\nd =\n", "a=bcd "},
-        {CDecodeMaster::QPRINT, "=4\n1\nok\n", "1ok"},                // a broken escape line fails alone
-        {CDecodeMaster::UUENCODE,
-         UuLine("hello ") + "\n`\nend\n", "hello "},
-    };
-    for (const auto &r : rows) {
-        const std::string in = dir.write("in.txt", r.input);
-        EXPECT_TRUE(dm.Do_Decode(in.c_str(), out.c_str(), r.type));
-        EXPECT_EQ(ReadFile(out), r.output) << r.input;
-    }
-    EXPECT_TRUE(dm.Do_Base64Decode(dir.path("missing").c_str(), out.c_str()));
-    EXPECT_EQ(ReadFile(out), "");
-    EXPECT_THROW(dm.Do_QPDecode(dir.path("in.txt").c_str(), dir.path("no/such/dir").c_str()),
-                 std::runtime_error);
 }
 
 } // namespace

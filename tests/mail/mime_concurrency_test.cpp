@@ -1,6 +1,5 @@
-// Mail threads walk mails, list TNEF names and convert text at once: every
-// walk keeps its own state, the temporary files of one never meet another's,
-// and each thread gets what one thread alone gets.
+// Threads walk mails, list TNEF names and convert text at once, each getting
+// what one thread alone gets, their temporary files never meeting.
 #include <functional>
 #include <memory>
 #include <string>

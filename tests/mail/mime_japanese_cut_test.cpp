@@ -1,10 +1,6 @@
-// Japanese body text that base64 and quoted-printable lines cut anywhere:
-// the text the walk hands to the keyword scan does not depend on where the
-// encoded lines end, even when a line ends inside an ISO-2022 escape
-// sequence or right after a Shift_JIS or EUC-JP lead byte, whatever the
-// detector makes of the piece alone.
+// Japanese body text whose base64 and quoted-printable lines end anywhere
+// (inside an escape, after a lead byte) gives the same walk text.
 #include <memory>
-#include <random>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -39,15 +35,14 @@ std::string BodyText(const std::string &charset, const std::string &encoding,
 
 std::string Euc(const char *utf8) { return PluginConvert(utf8, "EUC-JP"); }
 
-// One line, encoded whole and then cut in two at every byte; the cut lines
-// give exactly the text of the whole one.
-void ExpectEveryCutGivesTheWholeText(const JapaneseCode &code, const std::string &euc, bool hasKeyword)
+// One line encoded whole, then cut in two at every byte.
+void ExpectEveryCutGivesTheWholeText(const JapaneseCode &code, const std::string &euc)
 {
     SCOPED_TRACE(code.charset);
     std::string line = JapaneseIn(code.iconvName, euc);
     std::string base64 = BodyText(code.charset, "base64", Base64Line(line) + "\r\n");
     EXPECT_EQ(WithoutLineBreaks(base64), WithoutLineBreaks(euc));
-    EXPECT_EQ(base64.find(kKeyword) != std::string::npos, hasKeyword);
+    EXPECT_NE(base64.find(kKeyword), std::string::npos);
     for (size_t cut = 1; cut < line.size(); ++cut) {
         std::string body =
             Base64Line(line.substr(0, cut)) + "\r\n" + Base64Line(line.substr(cut)) + "\r\n";
@@ -68,25 +63,19 @@ TEST(JapaneseBodyCut, EveryCutOfALineGivesTheWholeLine)
 {
     const char *const lines[] = {
         u8"会議は明日の午後三時です。see you、よろしく\r\n",
-        u8"会議",
         u8"鰻丼と鮪の刺身、鱈の煮付けを会議室で\r\n", // Shift_JIS lead bytes from 0xE0
     };
     for (const JapaneseCode &code : kJapaneseCodes)
         for (const char *line : lines)
-            ExpectEveryCutGivesTheWholeText(code, Euc(line), true);
+            ExpectEveryCutGivesTheWholeText(code, Euc(line));
     for (const JapaneseCode &code : {kJapaneseCodes[1], kJapaneseCodes[2]}) // no ISO-2022-JP kana
-        ExpectEveryCutGivesTheWholeText(code, Euc(u8"ｶｲｷﾞ会議ｶﾅ\r\n"), true);
-    std::mt19937 random(15);
-    for (int round = 0; round < 2; ++round)
-        for (const JapaneseCode &code : kJapaneseCodes)
-            ExpectEveryCutGivesTheWholeText(code, RandomJapaneseText(random, 1), false);
+        ExpectEveryCutGivesTheWholeText(code, Euc(u8"ｶｲｷﾞ会議ｶﾅ\r\n"));
 }
 
 TEST(JapaneseBodyCut, LinesLongerThanTheWalkHoldsStayWhole)
 {
     // The walk decodes such a line in pieces; the prefix moves their ends over
-    // every byte of the escapes and characters, and after 4090 ASCII bytes a
-    // piece of ASCII alone meets the first escape or lead byte.
+    // every byte, and after 4090 ASCII bytes an ASCII piece meets an escape.
     std::string unit = Euc(u8"会議の資料 abc、");
     std::string mixed;
     while (mixed.size() < 6000)

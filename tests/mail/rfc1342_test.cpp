@@ -1,5 +1,5 @@
-// Encoded words: the recogniser, rfc1342_decode (the header decoder with its
-// fixed rules), decode_str (RFC 2047 runs) and encode_str (header words).
+// Encoded words: rfc1342_decode (the header decoder with its fixed rules),
+// decode_str (RFC 2047 runs) and encode_str (header words).
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -13,30 +13,6 @@ namespace {
 const std::string kJisA = "\x1B$B$\"\x1B(B";   // HIRAGANA A in ISO-2022-JP
 const std::string kEucA = "\xA4\xA2";
 const std::string kWordA = "=?ISO-2022-JP?B?GyRCJCIbKEI=?=";
-
-TEST(IsRfc1342, Table)
-{
-    const std::string charset151(151, 'c');
-    const struct {
-        std::string text;
-        int form;
-        std::string charset, encoded;
-    } rows[] = {
-        {kWordA + " tail", 1, "ISO-2022-JP", "GyRCJCIbKEI="},
-        {"=?x-y?q?a=3Db?=", 2, "x-y", "a=3Db"},
-        {"=?utf-8*ja?B?\?=", 1, "utf-8*ja", ""},          // empty encoded text
-        {"=?" + charset151 + "?B?QQ==?=", 1, charset151, "QQ=="},
-        {"=?" + charset151 + "c?B?QQ==?=", 0, "", ""},
-        {"=?iso.8859-1?Q?x?=", 0, "", ""}, {"=?a b?B?x?=", 0, "", ""}, {"=??B?x?=", 0, "", ""},
-        {"=?x?C?x?=", 0, "", ""},          {"=?x?B?a b?=", 0, "", ""}, {"=?x?B?abc", 0, "", ""},
-    };
-    for (const auto &r : rows) {
-        char charset[152] = "", encoded[152] = "";
-        EXPECT_EQ(is_rfc1342(r.text.c_str(), charset, encoded), r.form) << r.text;
-        EXPECT_EQ(charset, r.charset) << r.text;
-        EXPECT_EQ(encoded, r.encoded) << r.text;
-    }
-}
 
 TEST(Rfc1342Decode, Table)
 {
@@ -110,32 +86,6 @@ TEST(EncodeStr, RunsAndWords)
     };
     for (const auto &r : rows)
         EXPECT_EQ(TakeText(encode_str(r.in.c_str())), r.out) << r.in;
-}
-
-TEST(EncodeStr, LongRunsSplitIntoCompleteWords)
-{
-    // 60 kanji and a blank in the middle, in EUC-JP, made ISO-2022-JP.
-    std::string euc;
-    for (int i = 0; i < 60; ++i)
-        euc += std::string{char(0xB0 + i / 20), char(0xA1 + i % 90)} + (i == 30 ? " " : "");
-    const std::string header =
-        TakeText(encode_str(("Subject " + TakeText(toJIS(euc.c_str(), CHARSET_EUC))).c_str()));
-    ASSERT_EQ(header.rfind("Subject =?ISO-2022-JP?B?", 0), 0u) << header;
-    std::string joined, part;
-    size_t words = 0;
-    for (size_t at = header.find("=?"), end = 0; at != std::string::npos; at = header.find("=?", end)) {
-        end = header.find("?=", at + 16);
-        ASSERT_NE(end, std::string::npos);
-        EXPECT_LE(end + 2 - at, 75u);
-        // Every word is a complete ISO-2022-JP text of its own.
-        const std::string word = header.substr(at, end + 2 - at);
-        ASSERT_TRUE((Oracle{"ISO-2022-JP", "EUC-JP"}(TakeText(decode_str(word.c_str())), &part))) << word;
-        joined += part;
-        ++words;
-    }
-    EXPECT_GE(words, 3u);
-    EXPECT_EQ(joined, euc);
-    EXPECT_NE(header.find("?=\r\n =?"), std::string::npos);
 }
 
 } // namespace

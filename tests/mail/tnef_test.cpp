@@ -1,7 +1,5 @@
-// The TNEF decoder: attachment names, embedded messages, damaged streams,
-// saving, and the exported functions' settings. Every stream is built with the
-// test writer and decoded whole from a file through OVCMDecodeTNEF and from a
-// reader that hands out one byte per read.
+// The TNEF decoder: names, embedded messages, damaged streams and saving;
+// each stream decoded whole from a file and from a reader of one byte a read.
 #include <algorithm>
 #include <functional>
 #include <string>
@@ -70,7 +68,6 @@ std::string Stream(const std::function<void(TnefWriter &)> &build)
     return writer.bytes();
 }
 
-// A stream of one attachment with the given title, data and properties.
 std::string One(const std::string &title, const std::string *data, const MapiPropsWriter &props)
 {
     return Stream([&](TnefWriter &w) { w.Attachment(title, data, props); });
@@ -78,8 +75,7 @@ std::string One(const std::string &title, const std::string *data, const MapiPro
 
 MapiPropsWriter P() { return {}; }
 
-// A stream whose single attachment holds the next stream as an embedded
-// message, `levels` streams in all; the innermost holds "deep.txt".
+// `levels` streams, each embedding the next; the innermost holds "deep.txt".
 std::string NestedStream(int levels, int level = 1)
 {
     TnefWriter writer;
@@ -92,7 +88,6 @@ std::string NestedStream(int levels, int level = 1)
     return writer.bytes();
 }
 
-// The names of a stream whose attachment embeds `inner` as a message.
 std::string Embedding(const std::string &inner, const std::string &name, bool asObject = true)
 {
     MapiPropsWriter props;
@@ -121,8 +116,6 @@ TEST(TnefDecoder, AttachmentNamesAsSendersWriteThem)
     auto titled = [&](const MapiPropsWriter &props) { return One("TITLE", &data, props); };
     auto untitled = [&](const MapiPropsWriter &props) { return One("", &data, props); };
     const std::vector<Row> rows = {
-        {"two files in order", Stream([&](TnefWriter &w) { w.File("a.txt", data).File("b.txt", ""); }),
-         {"a.txt", "b.txt"}},
         {"long name first", titled(P().String8(0x3001, "D").String8(0x3704, "S~1.TXT").String8(0x3707, "l.txt")),
          {"l.txt"}},
         {"then the short name", titled(P().String8(0x3001, "Display").String8(0x3704, "S.TXT")), {"S.TXT"}},
@@ -137,9 +130,7 @@ TEST(TnefDecoder, AttachmentNamesAsSendersWriteThem)
          {"seen.txt"}},
         {"every value shape before the name",
          untitled(P().Fixed(0x0002, 0x1000, std::string("\1\0", 2))
-                      .Fixed(0x000B, 0x1001, std::string("\1\0", 2))
                       .Fixed(0x0005, 0x1002, std::string(8, 'd'))
-                      .Fixed(0x0040, 0x3007, std::string(8, 't'))
                       .Fixed(0x0048, 0x1003, std::string(16, 'g'))
                       .MultiFixed(0x0003, 0x1004, {"1111", "2222", "3333"})
                       .MultiFixed(0x0002, 0x1005, {std::string("\7\0", 2)})
@@ -169,7 +160,6 @@ TEST(TnefDecoder, AttachmentNamesAsSendersWriteThem)
          {"inner1.txt", "inner2.txt", "Fw.msg", "after.txt"}},
         {"winmail.dat attached as binary data", Embedding(inner.bytes(), "winmail.dat", false),
          {"inner1.txt", "inner2.txt", "winmail.dat", "after.txt"}},
-        {"a damaged embedded stream", Embedding(inner.bytes().substr(0, 20), "m.msg"), {"m.msg", "after.txt"}},
         {"record cut short: the walk ends at the last whole record", Stream([&](TnefWriter &w) {
              w.File("whole.txt", data).LyingAttribute(2, attAttachData, 0xFFFFFFF0u, "short");
          }),

@@ -1,9 +1,6 @@
-// Compares the run-wise loops of the converters and decoders with their
-// byte-at-a-time forms on one text (the ISO-2022 reader into Shift_JIS and
-// EUC on a Japanese and a Chinese host, kana kept and widened; the detector;
-// the quoted-printable decoder): what differs first, "" when nothing.
-//
-//   EXPECT_EQ(ByteLoopDifference(text), "");
+// The run-wise loops (detector, ISO-2022 reader in every host setting,
+// quoted-printable decoder) against their byte-at-a-time forms on one text:
+// what differs first, "" when nothing.
 #pragma once
 
 #include <cstdlib>

@@ -1,6 +1,5 @@
-// glibc iconv of a whole text, closing the shift state at the end: the
-// independent converter the tests compare the system's own code against.
-// Header-only, so that bench/ can use it too.
+// glibc iconv of a whole text, closing the shift state: the independent
+// converter tests and benchmarks compare against.
 #pragma once
 
 #include <iconv.h>

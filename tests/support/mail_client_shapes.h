@@ -1,8 +1,5 @@
-// Mails whose MIME parameters a careless reader takes differently from a
-// mail client, each with what the reference client library sees in it: the
-// attachments (name and type) and whether the structure reads two ways.
-//
-//   for (const MailClientShape &shape : MailClientShapes()) ...
+// Mails whose MIME parameters a careless reader takes differently from a mail
+// client, each with the attachments a client sees and the ambiguity bits.
 #pragma once
 
 #include <string>
@@ -46,7 +43,6 @@ inline std::vector<MailClientShape> MailClientShapes()
     const std::string exe =
         MailClientExePart("Content-Type: application/octet-stream; name=\"evil.exe\"\n");
     const std::string longBoundary(80, 'L');
-    const std::string hugeBoundary(600, 'h');
     const std::string longWord =
         "eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4"
         "eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4eHh4"
@@ -77,13 +73,6 @@ inline std::vector<MailClientShape> MailClientShapes()
              exe + "--real--\n",
          {evil},
          MIME_AMBIGUOUS_BOUNDARIES},
-        {"boundary= inside another parameter's value",
-         MailClientHead(
-             "Content-Type: multipart/mixed; x-note=\"boundary=fake\"; boundary=\"real\"\n\n"
-             "--fake\n\n--real\n") +
-             exe + "--real--\n",
-         {evil},
-         0},
         {"RFC 2231 boundary",
          MailClientHead("Content-Type: multipart/mixed; boundary*=us-ascii'en'real\n\n--real\n") +
              exe + "--real--\n",
@@ -93,12 +82,6 @@ inline std::vector<MailClientShape> MailClientShapes()
          MailClientHead("Content-Type: multipart/mixed; boundary=\"" + longBoundary + "\"\n\n--" +
                         longBoundary + "\n") +
              exe + "--" + longBoundary + "--\n",
-         {evil},
-         MIME_AMBIGUOUS_LONG_BOUNDARY},
-        {"boundary of 600 characters",
-         MailClientHead("Content-Type: multipart/mixed; boundary=\"" + hugeBoundary + "\"\n\n--" +
-                        hugeBoundary + "\n") +
-             exe + "--" + hugeBoundary + "--\n",
          {evil},
          MIME_AMBIGUOUS_LONG_BOUNDARY},
         {"part with two Content-Type headers",
@@ -112,24 +95,16 @@ inline std::vector<MailClientShape> MailClientShapes()
               "Content-Disposition: attachment; filename*=utf-8''evil%2Eexe\n",
               "Content-Type: application/octet-stream\n"
               "Content-Disposition: attachment;\n filename*0*=utf-8''ev;\n filename*1=il1.exe\n",
-              "Content-Type: application/octet-stream; name*0=\"ev\"; name*1=\"il2.exe\"\n",
               "Content-Type: application/octet-stream;\n"
-              " name*=iso-2022-jp''%1B%24B%25F%259%25H%1B%28B.exe\n",
-              "Content-Type: application/octet-stream;\n name*=shift_jis''%83e%83X%83g2.exe\n"}),
+              " name*=iso-2022-jp''%1B%24B%25F%259%25H%1B%28B.exe\n"}),
          {evil,
           {"evil1.exe", "application/octet-stream"},
-          {"evil2.exe", "application/octet-stream"},
-          {"\xa5\xc6\xa5\xb9\xa5\xc8.exe", "application/octet-stream"},
-          {"\xa5\xc6\xa5\xb9\xa5\xc8" "2.exe", "application/octet-stream"}},
+          {"\xa5\xc6\xa5\xb9\xa5\xc8.exe", "application/octet-stream"}},
          0},
         {"quoted names",
          MailClientMixed({"Content-Type: application/octet-stream; name=\"ev\\\\il\\\"3.exe\"\n",
-                          "Content-Type: application/octet-stream; x-name=\"harmless.txt\"; "
-                          "name=\"evil4.exe\"\n",
-                          "Content-Type: application/octet-stream; name=\"a;b.exe\"\n"}),
-         {{"ev\\il\"3.exe", "application/octet-stream"},
-          {"evil4.exe", "application/octet-stream"},
-          {"a;b.exe", "application/octet-stream"}},
+                          "Content-Type: application/octet-stream; x-name=\"a.txt\"; name=\"evil4.exe\"\n"}),
+         {{"ev\\il\"3.exe", "application/octet-stream"}, {"evil4.exe", "application/octet-stream"}},
          0},
         {"filename of the first Content-Disposition wins",
          MailClientMixed({"Content-Type: application/octet-stream; name=\"c.txt\"\n"

@@ -1,6 +1,5 @@
-// Helpers of the transfer-codec and character-set tests: glibc iconv as an
-// independent oracle, owners for the malloc'ed results, and a guard that
-// sets the host language for one test.
+// Codec and charset test helpers: iconv as an oracle, owners of malloc'ed
+// results, and a guard setting the host language.
 #pragma once
 
 #include <cstdlib>

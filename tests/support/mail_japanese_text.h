@@ -1,12 +1,7 @@
-// Japanese mail bodies for the tests of body decoding: random EUC-JP lines
-// (the walk's own code), turned into other codes by glibc's iconv, and
-// transfer encodings that put a line break wherever a test asks.
-//
-//   std::string sjis = JapaneseIn("SHIFT_JIS", RandomJapaneseText(random, 12));
-//   std::string mail = JapaneseMail("shift_jis", "base64", Base64Body(sjis));
+// Japanese mail bodies: random EUC-JP lines, other codes through iconv, and
+// transfer encodings with line breaks where a test asks.
 #pragma once
 
-#include <algorithm>
 #include <cstdlib>
 #include <random>
 #include <stdexcept>
@@ -16,18 +11,16 @@
 #include "mail/transfer_codecs.h"
 #include "support/mail_codec_fixtures.h"
 
-// The text with every CR and LF removed.
-inline std::string WithoutLineBreaks(std::string text)
+inline std::string WithoutLineBreaks(const std::string &text)
 {
-    text.erase(
-        std::remove_if(text.begin(), text.end(), [](char c) { return c == '\r' || c == '\n'; }),
-        text.end());
-    return text;
+    std::string out;
+    for (char c : text)
+        out += c == '\r' || c == '\n' ? "" : std::string(1, c);
+    return out;
 }
 
-// Lines of EUC-JP text, each ending in CR LF and holding hiragana, with
-// katakana, punctuation, ASCII words and kanji of both JIS levels (so that
-// Shift_JIS lead bytes of both ranges, 0x81-0x9F and 0xE0-0xEF, occur).
+// Lines of EUC-JP text ending in CR LF: kana, punctuation, ASCII words and
+// kanji of both JIS levels (Shift_JIS lead bytes of both ranges).
 inline std::string RandomJapaneseText(std::mt19937 &random, int lines)
 {
     auto pick = [&random](int low, int high) {
@@ -69,8 +62,7 @@ inline std::string RandomJapaneseText(std::mt19937 &random, int lines)
     return text;
 }
 
-// The EUC-JP text in the iconv code `code` ("ISO-2022-JP", "SHIFT_JIS",
-// "EUC-JP"); throws when iconv cannot convert it.
+// The EUC-JP text in the iconv code `code`; throws when iconv cannot.
 inline std::string JapaneseIn(const char *code, const std::string &euc)
 {
     Oracle convert{"EUC-JP", code};
@@ -80,7 +72,6 @@ inline std::string JapaneseIn(const char *code, const std::string &euc)
     return out;
 }
 
-// Base64 of bytes on one line (no line break at all).
 inline std::string Base64Line(const std::string &bytes)
 {
     int length = 0;
@@ -98,8 +89,7 @@ inline std::string Base64Body(const std::string &bytes)
     return body;
 }
 
-// Quoted-printable of bytes as one line per CR LF line of the text, without
-// soft breaks; printable ASCII but "=" stays, everything else is "=XX".
+// Quoted-printable without soft breaks: only printable ASCII but "=" stays.
 inline std::string QpLines(const std::string &bytes)
 {
     std::string out;
@@ -117,8 +107,7 @@ inline std::string QpLines(const std::string &bytes)
     return out;
 }
 
-// Quoted-printable as mailers write it: soft breaks keep lines at 75
-// characters.
+// Quoted-printable as mailers write it (lines of 75 with soft breaks).
 inline std::string QpBody(const std::string &bytes)
 {
     int length = 0;
@@ -126,8 +115,7 @@ inline std::string QpBody(const std::string &bytes)
     return TakeBytes(encoded, length);
 }
 
-// The places in a quoted-printable line where a soft break may go (not
-// inside an "=XX"), from 0 to the length before its CR LF.
+// Where a soft break may go in a quoted-printable line (not inside "=XX").
 inline std::vector<size_t> QpCutPlaces(const std::string &line)
 {
     std::vector<size_t> places;
@@ -138,7 +126,6 @@ inline std::vector<size_t> QpCutPlaces(const std::string &line)
     return places;
 }
 
-// A single-part text mail with that charset and transfer encoding.
 inline std::string JapaneseMail(const std::string &charset, const std::string &encoding,
                                 const std::string &body)
 {
@@ -147,7 +134,7 @@ inline std::string JapaneseMail(const std::string &charset, const std::string &e
            charset + "\r\nContent-Transfer-Encoding: " + encoding + "\r\n\r\n" + body;
 }
 
-// The three codes of Japanese mail: iconv's name and the MIME charset.
+// iconv's name and the MIME charset of each Japanese code.
 struct JapaneseCode {
     const char *iconvName, *charset;
 };

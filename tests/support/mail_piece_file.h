@@ -1,10 +1,5 @@
-// A read-only FILE over bytes in memory that hands out at most `piece`
-// bytes per read call, so that a decoder reading it sees the input arrive in
-// pieces (one byte at a time with piece 1). Seeking works as on a file.
-//
-//   FILE *file = OpenPieceFile(bytes, 1);   // null on failure
-//   ... decode from file ...
-//   std::fclose(file);
+// A read-only, seekable FILE over bytes in memory that hands out at most
+// `piece` bytes per read call (null on failure; close with fclose).
 #pragma once
 
 #include <sys/types.h>

@@ -1,20 +1,12 @@
 // Builders of TNEF streams and MAPI property lists for tests, written as a
-// sender writes them: little-endian, each value padded to four bytes, a value
-// count before multi-valued and variable-size values, a correct checksum
-// after every attribute.
-//
-//   MapiPropsWriter props;
-//   props.String8(0x3707, "report.pdf").Long(0x0E20, 1234);
-//   TnefWriter tnef;
-//   tnef.Attachment("REPORT.PDF", &data, props);
-//   std::string stream = tnef.bytes();
+// sender writes them: little-endian, values padded to four bytes, counts
+// before variable-size values, a correct checksum after every attribute.
 #pragma once
 
 #include <cstdint>
 #include <string>
 #include <vector>
 
-// Little-endian integer of `size` bytes.
 inline std::string TnefLe(uint32_t value, int size)
 {
     std::string out;
@@ -35,7 +27,6 @@ inline std::string TnefMessageIid()
     return std::string("\x07\x03\x02\x00\x00\x00\x00\x00\xC0\x00\x00\x00\x00\x00\x00\x46", 16);
 }
 
-// The text as UTF-16LE with a terminating NUL unit.
 inline std::string TnefUtf16(const std::u16string &text)
 {
     std::string out;
@@ -54,23 +45,17 @@ public:
     Self &Unicode(uint16_t id, const std::u16string &u) { return Single(0x1F, id, TnefUtf16(u)); }
     Self &Binary(uint16_t id, const std::string &bytes) { return Single(kBinary, id, bytes); }
     Self &Long(uint16_t id, uint32_t value) { return Fixed(kLong, id, TnefLe(value, 4)); }
-    Self &Object(uint16_t id, const std::string &iid, const std::string &bytes)
-    {
-        return Single(kObject, id, iid + bytes);
-    }
+    Self &Object(uint16_t id, const std::string &iid, const std::string &b) { return Single(kObject, id, iid + b); }
     // Any fixed-size type: the bytes as they are, padded to 4.
-    MapiPropsWriter &Fixed(uint16_t type, uint16_t id, const std::string &bytes)
-    {
-        return Tag(type, id, TnefPadded(bytes));
-    }
-    MapiPropsWriter &MultiString8(uint16_t id, const std::vector<std::string> &texts)
+    Self &Fixed(uint16_t type, uint16_t id, const std::string &b) { return Tag(type, id, TnefPadded(b)); }
+    Self &MultiString8(uint16_t id, const std::vector<std::string> &texts)
     {
         Tag(kString8 | 0x1000, id, TnefLe(uint32_t(texts.size()), 4));
         for (const std::string &text : texts)
             Variable(text + '\0');
         return *this;
     }
-    MapiPropsWriter &MultiFixed(uint16_t type, uint16_t id, const std::vector<std::string> &values)
+    Self &MultiFixed(uint16_t type, uint16_t id, const std::vector<std::string> &values)
     {
         Tag(type | 0x1000, id, TnefLe(uint32_t(values.size()), 4));
         for (const std::string &value : values)
@@ -78,19 +63,19 @@ public:
         return *this;
     }
     // Named properties (id 0x8000 and up) with a numeric or a string name and a PT_STRING8 value.
-    MapiPropsWriter &NamedById(uint16_t id, uint32_t nameId, const std::string &text)
+    Self &NamedById(uint16_t id, uint32_t nameId, const std::string &text)
     {
         return Tag(kString8, id, std::string(16, '\x11') + TnefLe(0, 4) + TnefLe(nameId, 4))
             .Value(text + '\0');
     }
-    MapiPropsWriter &NamedByString(uint16_t id, const std::u16string &name, const std::string &text)
+    Self &NamedByString(uint16_t id, const std::u16string &name, const std::string &text)
     {
         Tag(kString8, id, std::string(16, '\x22') + TnefLe(1, 4));
         Variable(TnefUtf16(name));
         return Value(text + '\0');
     }
     // Raw bytes after the properties so far (counted as one more property when countIt).
-    MapiPropsWriter &Raw(const std::string &bytes, bool countIt)
+    Self &Raw(const std::string &bytes, bool countIt)
     {
         m_body += bytes;
         m_count += countIt;
@@ -99,23 +84,20 @@ public:
     std::string bytes() const { return TnefLe(m_count, 4) + m_body; }
 
 private:
-    MapiPropsWriter &Tag(uint16_t type, uint16_t id, const std::string &after)
+    Self &Tag(uint16_t type, uint16_t id, const std::string &after)
     {
         m_body += TnefLe(type, 2) + TnefLe(id, 2) + after;
         ++m_count;
         return *this;
     }
     void Variable(const std::string &b) { m_body += TnefLe(uint32_t(b.size()), 4) + TnefPadded(b); }
-    MapiPropsWriter &Value(const std::string &bytes) // a count of one, then the value
+    Self &Value(const std::string &bytes) // a count of one, then the value
     {
         m_body += TnefLe(1, 4);
         Variable(bytes);
         return *this;
     }
-    MapiPropsWriter &Single(uint16_t type, uint16_t id, const std::string &bytes)
-    {
-        return Tag(type, id, "").Value(bytes);
-    }
+    Self &Single(uint16_t type, uint16_t id, const std::string &b) { return Tag(type, id, "").Value(b); }
 
     uint32_t m_count = 0;
     std::string m_body;
@@ -138,11 +120,7 @@ public:
             sum = uint16_t(sum + c);
         return Raw(char(level) + TnefLe(id, 4) + TnefLe(length, 4) + data + TnefLe(sum, 2));
     }
-    TnefWriter &Raw(const std::string &bytes)
-    {
-        m_bytes += bytes;
-        return *this;
-    }
+    TnefWriter &Raw(const std::string &bytes) { return m_bytes += bytes, *this; }
     // attTnefVersion, attMessageClass, attSubject and attMAPIProps, as mail clients write first.
     TnefWriter &MessageHeader(const std::string &subject)
     {
@@ -152,8 +130,7 @@ public:
         return Attribute(1, 0x00069003,
                          MapiPropsWriter().String8(0x0037, subject).Long(0x0E07, 0x11).bytes());
     }
-    // One attachment: rendering record, title (when not empty), data (when
-    // given) and the attAttachment property list.
+    // Rendering record, title and data (when given) and the property list.
     TnefWriter &Attachment(const std::string &title, const std::string *data,
                            const MapiPropsWriter &props)
     {
@@ -164,7 +141,6 @@ public:
             Attribute(2, 0x0006800F, *data);
         return Attribute(2, 0x00069005, props.bytes());
     }
-    // The same with a long file name property and data.
     TnefWriter &File(const std::string &name, const std::string &data)
     {
         return Attachment(

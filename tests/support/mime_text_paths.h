@@ -1,10 +1,5 @@
-// The MIME walk over a mail in memory by one text path, for the tests and
-// the fuzz target that compare the two paths: the text (the MEMBUF, then
-// what spilled to the text file) and the attachment records as one line
-// each.
-//
-//   WalkResult fast = WalkWithPath(mail, MimeTextPath::kFast);
-//   EXPECT_EQ(fast.text, WalkWithPath(mail, MimeTextPath::kReference).text);
+// The MIME walk of a mail in memory by one text path: the text (memory, then
+// spill file) and one line per attachment record, for comparing the paths.
 #pragma once
 
 #include <cstdio>
@@ -38,8 +33,7 @@ inline WalkResult WalkWithPath(const std::string &mail, MimeTextPath path, size_
     result.text += buf->m_bInMemory ? "|in memory|" : "|spilled|";
     std::rewind(spill);
     char block[4096];
-    size_t got;
-    while ((got = std::fread(block, 1, sizeof block, spill)) > 0)
+    for (size_t got; (got = std::fread(block, 1, sizeof block, spill)) > 0;)
         result.text.append(block, got);
     std::fclose(spill);
     for (int i = 0; i < info.m_nAttachCount; ++i) {
