@@ -185,6 +185,25 @@ TEST(MimeWalk, EnclosedMessageAndDigestNesting)
     EXPECT_FALSE(Has(got.text, "R0lGOD"));
 }
 
+// 10 000 nested multiparts: the innermost part is found, and each closing
+// line brings back the level below, whose text is read.
+TEST(MimeWalk, DeepNestingReachesTheInnermostPart)
+{
+    std::string mail = kHeaders + "Mime-Version: 1.0\n", closings;
+    for (int i = 0; i < 10000; ++i) {
+        const std::string b = "b" + std::to_string(i);
+        mail += "Content-Type: multipart/mixed; boundary=\"" + b + "\"\n\nbefore\n--" + b + "\n";
+        closings = "--" + b + "--\nafter " + std::to_string(i) + "\n" + closings;
+    }
+    const int start = int(mail.size());
+    mail += "Content-Type: application/pdf; name=deep.pdf\n\nJVBER\n";
+    Walked got = Walk(mail + closings);
+    EXPECT_EQ(got.attachments,
+              (std::vector<Found>{{"deep.pdf", "application/pdf", start, int(mail.size()), 0}}));
+    EXPECT_TRUE(Has(got.text, "after 0\n") && Has(got.text, "after 9999\n"));
+    EXPECT_FALSE(Has(got.text, "JVBER"));
+}
+
 TEST(MimeWalk, ClassicQuirksOfEncodingsEndsAndCounts)
 {
     // The encoding code stays 4 after the first base64 part.
