@@ -122,15 +122,13 @@ std::string RandomText(std::mt19937 &random, const std::string &alphabet, size_t
 TEST(KeywordSearchNaive, RandomKeywordSetsAgreeWithAPlainSearch)
 {
     std::mt19937 random(20021220);
-    const std::string keywordBytes = "abcab c1\nA";
-    const std::string textBytes = "abcdABC 1.\n";
+    const std::string keywordBytes = "abcab c1\nA", textBytes = "abcdABC 1.\n";
     size_t totalHits = 0;
     for (int round = 0; round < 200; ++round) {
         std::uniform_int_distribution<int> count(0, 25), length(1, 7), textLength(0, 600);
-        std::vector<std::string> patterns;
-        int keywords = count(random);
-        for (int i = 0; i < keywords; ++i)
-            patterns.push_back(RandomText(random, keywordBytes, length(random)));
+        std::vector<std::string> patterns(static_cast<size_t>(count(random)));
+        for (std::string &pattern : patterns)
+            pattern = RandomText(random, keywordBytes, length(random));
         if (round % 10 == 0 && !patterns.empty())
             patterns.push_back(patterns.front()); // the same text twice
         std::string text = RandomText(random, textBytes, textLength(random));
@@ -138,19 +136,16 @@ TEST(KeywordSearchNaive, RandomKeywordSetsAgreeWithAPlainSearch)
             text = RandomText(random, "abc ", 2500) + "\n" + text;
         if (round % 20 == 5) // long enough to be scanned in streams
             text = RandomText(random, round % 40 == 5 ? textBytes : "abc", 12000) + text;
-        bool exactMatch = round % 3 == 0;
-        bool caseSensitive = round % 4 == 1;
+        const bool exactMatch = round % 3 == 0, caseSensitive = round % 4 == 1;
         NaiveSearch naive(patterns, exactMatch, caseSensitive);
-        std::vector<int> expectedFile = naive.File(text);
-        std::vector<int> expectedMemory = naive.Memory(text.substr(0, 99999));
+        const std::vector<int> expectedFile = naive.File(text), expectedMemory = naive.Memory(text.substr(0, 99999));
         totalHits += expectedFile.size();
         for (uint32_t denseLimit : {0u, 1u, 4u}) {
+            SCOPED_TRACE("round " + std::to_string(round) + " rows " + std::to_string(denseLimit));
             PatternTree tree(patterns, denseLimit, denseLimit != 1);
             ASSERT_TRUE(tree.built());
-            ASSERT_EQ(tree.SearchFile(text, caseSensitive, exactMatch), expectedFile)
-                << "round " << round << " rows " << denseLimit;
-            ASSERT_EQ(tree.SearchText(text, caseSensitive, exactMatch), expectedMemory)
-                << "round " << round << " rows " << denseLimit;
+            ASSERT_EQ(tree.SearchFile(text, caseSensitive, exactMatch), expectedFile);
+            ASSERT_EQ(tree.SearchText(text, caseSensitive, exactMatch), expectedMemory);
         }
     }
     EXPECT_GT(totalHits, 10000u); // the check saw plenty of hits

@@ -130,14 +130,12 @@ TEST_F(PolicyFileTest, ImportFilesAddOneListPerLine)
         std::string policy, lines, settings, expected;
     } cases[] = {
         {"empty pieces and lines", "P", ",A,,b,\r\n\n  \nc\n", "", "P[eio] a+b|c"},
-        {"a refused first keyword drops its line", "P", std::string(90, 'k') + ",b\nc\n", "",
-         "P[eio] c"},
+        {"a refused first keyword drops its line", "P", std::string(90, 'k') + ",b\nc\n", "", "P[eio] c"},
         {"Anti-Spam leaves out excluded lines", "Anti-Spam", "spam,ham\nfoo\nspam,ham \t\n",
          "[Advanced Options]\nEx-AntiSpam=ex.txt\n", "Anti-Spam[eio] foo"},
         {"other policies keep them", "Other", "spam,ham\nfoo\n",
          "[Advanced Options]\nEx-AntiSpam=ex.txt\n", "Other[eio] spam+ham|foo"},
-        {"Shift_JIS is converted to the host code", "P", "\x82\xa0\x82\xa2,abc\n", "",
-         "P[eio] \xa4\xa2\xa4\xa4+abc"},
+        {"Shift_JIS is converted to the host code", "P", "\x82\xa0\x82\xa2,abc\n", "", "P[eio] \xa4\xa2\xa4\xa4+abc"},
     };
     m_dir.write("ex.txt", "spam,ham\n\n");
     for (const auto &c : cases) {
@@ -159,8 +157,7 @@ TEST_F(PolicyFileTest, MissingImportFileOnlySkipsItsKeywords)
     BaseLogCapture log;
     EXPECT_EQ(Read({"shP", "whfree", "sfmissing.txt", "wdmoney", "sf/dev/zero"}), 1);
     EXPECT_EQ(DescribeSet(m_set.get()), (std::vector<std::string>{"P[eio] free+money"}));
-    EXPECT_EQ(AddKeywordFromImportFile(m_set->m_pFirstPolicy, "missing.txt", 0, m_settings.c_str()),
-              0);
+    EXPECT_EQ(AddKeywordFromImportFile(m_set->m_pFirstPolicy, "missing.txt", 0, m_settings.c_str()), 0);
     std::vector<std::string> lines = log.lines();
     lines.resize(2);
     EXPECT_EQ(lines, (std::vector<std::string>{

@@ -132,8 +132,7 @@ TEST_F(RuleEvaluation, SizeAndTime)
 TEST_F(RuleEvaluation, RelayHostsForgiveLaterMisses)
 {
     Check({
-        {R"(DOM="mx.example.com")", true}, {R"(DOM=S"spam")", true},
-        {R"(DOM="other,relay.spam.example")", true},
+        {R"(DOM="mx.example.com")", true}, {R"(DOM=S"spam")", true}, {R"(DOM="other,relay.spam.example")", true},
         {R"(DOM="other",DOM="mx.example.com")", false},   // a miss before any match
         {R"(DOM="mx.example.com",DOM="other")", true},    // forgiven
         {R"(DOM="mx.example.com",DOM="other",SIZE=1)", false}, {R"(SIZE=100,DOM="other")", false},

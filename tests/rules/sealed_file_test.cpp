@@ -23,16 +23,14 @@ TEST(SealedFile, RoundTripsAtBlockBoundaries)
     BaseTempDir dir;
     for (size_t length : {0u, 1u, 510u, 511u, 512u, 1022u, 1023u, 5000u}) {
         SCOPED_TRACE(length);
-        std::string plain = plain_bytes(length);
-        WriteFile(dir.path("plain"), plain);
+        const std::string plain = dir.write("plain", plain_bytes(length));
         int crc = EncrptFileWithCRC(dir.path("plain").c_str(), dir.path("sealed").c_str());
-        std::string sealed = ReadFile(dir.path("sealed"));
-        std::string header = std::to_string(static_cast<unsigned>(crc)) + "\n";
+        std::string sealed = ReadFile(dir.path("sealed")), header = std::to_string(static_cast<unsigned>(crc)) + "\n";
         EXPECT_EQ(length == 0, header == "0\n");
         ASSERT_EQ(sealed.substr(0, header.size()), header);
         EXPECT_EQ(sealed.size(), header.size() + length);
         ASSERT_EQ(DecrptFileWithCRC(dir.path("sealed").c_str(), dir.path("back").c_str()), 1);
-        EXPECT_EQ(ReadFile(dir.path("back")), plain);
+        EXPECT_EQ(ReadFile(dir.path("back")), ReadFile(plain));
     }
 }
 
@@ -64,9 +62,8 @@ TEST(SealedFile, RefusesDamageAndMissingFiles)
     const std::string good = ReadFile(dir.path("sealed"));
     const size_t bodyStart = good.find('\n') + 1;
 
-    std::string bodyFlip = good;
+    std::string bodyFlip = good, headerChanged = good;
     bodyFlip[bodyStart + 600] ^= 0x01;
-    std::string headerChanged = good;
     headerChanged[0] = headerChanged[0] == '1' ? '2' : '1';
     for (const std::string &bad : {bodyFlip, headerChanged, good.substr(0, good.size() - 1),
                                    good + "x", "abc\n" + good.substr(bodyStart), std::string()}) {
@@ -83,15 +80,11 @@ TEST(SealedFile, RefusesDamageAndMissingFiles)
 
 TEST(SealedFile, BodyStartingWithWhiteSpaceNeverUnseals)
 {
-    // 'q' ^ 'Q' is a blank, 'q' ^ '{' a LF: the header read swallows them.
-    BaseTempDir dir;
-    for (const char *plain : {"Q rule", "{rule", "xrule", "arule"}) {
-        SCOPED_TRACE(plain);
+    BaseTempDir dir;   // 'q' ^ 'Q' is a blank, 'q' ^ '{' a LF, 'q' ^ 'x' a tab: the header read swallows them
+    for (const char *plain : {"Q rule", "{rule", "xrule"}) {
         WriteFile(dir.path("plain"), plain);
         EncrptFileWithCRC(dir.path("plain").c_str(), dir.path("sealed").c_str());
-        bool whiteFirst = plain[0] != 'a';   // "x" seals to a tab
-        EXPECT_EQ(DecrptFileWithCRC(dir.path("sealed").c_str(), dir.path("out").c_str()),
-                  whiteFirst ? -1 : 1);
+        EXPECT_EQ(DecrptFileWithCRC(dir.path("sealed").c_str(), dir.path("out").c_str()), -1) << plain;
     }
 }
 
