@@ -28,11 +28,8 @@ TEST(Log, PrologFollowsTheFlags)
     const std::string time = R"(\d\d/\d\d/\d{4} \d\d:\d\d:\d\d )";
     const std::string pid = "\\[" + std::to_string(getpid()) + "\\]";
     const std::string tid = "\\[" + std::to_string(static_cast<unsigned long>(pthread_self())) + "\\]";
-    const std::pair<int, std::string> rows[] = {
-        {0, "OVUX: hello\n"},      {1, "OVUX" + pid + ": hello\n"}, {2, time + "OVUX: hello\n"},
-        {8, "OVUX" + tid + ": hello\n"}, {11, time + "OVUX" + pid + tid + ": hello\n"},
-        {4, "OVUX: hello\n"},
-    };
+    const std::pair<int, std::string> rows[] = {{0, "OVUX: hello\n"}, {1, "OVUX" + pid + ": hello\n"},
+        {2, time + "OVUX: hello\n"}, {8, "OVUX" + tid + ": hello\n"}, {11, time + "OVUX" + pid + tid + ": hello\n"}, {4, "OVUX: hello\n"}};
     BaseTempDir tmp;
     for (const auto &row : rows) {
         const std::string file = tmp.path("debug" + std::to_string(row.first) + ".log");

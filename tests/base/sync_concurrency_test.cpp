@@ -2,6 +2,7 @@
 // when unfinished after 100 ms; every other wait is bounded (10 s).
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <ctime>
@@ -166,11 +167,9 @@ TEST(OvCondVar, TimedwaitDeadlineIsWholeSecondsPlusGivenNanoseconds)
         ovMutexLock guard(mutex);
         const time_t before = time(nullptr);
         EXPECT_EQ(cond.timedwait(&mutex, row.seconds, row.nanoseconds), row.result);
-        if (row.seconds > 0) {
-            timespec now{};
-            clock_gettime(CLOCK_REALTIME, &now);
-            EXPECT_GE(now.tv_sec, before + row.seconds);
-        }
+        timespec now{};
+        clock_gettime(CLOCK_REALTIME, &now);
+        EXPECT_GE(now.tv_sec, before + std::max(row.seconds, 0));
     }
 }
 
@@ -192,8 +191,7 @@ TEST(ThreadCount, CountsInAndOutWithDebugLinesAndRefusesAtLimits)
     EXPECT_FALSE(counter.INC());
     EXPECT_EQ(counter.count(), 9999);
     EXPECT_EQ(capture->lines(), (std::vector<std::string>{"INC: num(9998) => (9999)",
-                                                          "INC: Error: Reach maximum num(9999) = 9999",
-                                                          "INC: num(9999) => (9999)"}));
+                                                          "INC: Error: Reach maximum num(9999) = 9999", "INC: num(9999) => (9999)"}));
 }
 
 TEST(ThreadCount, WaitForZeroDrainsRunningThreadsAndHoldsNewOnesBack)

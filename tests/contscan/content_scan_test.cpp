@@ -45,22 +45,16 @@ public:
         for (size_t i = 0; i + 1 < entries.size(); ++i)
             entries[i].m_pNext = &entries[i + 1];
         _POLICY_MATCH_INFO *list = entries.empty() ? nullptr : &entries[0];
-        int rc;
-        if (stream) {
-            std::unique_ptr<FILE, int (*)(FILE *)> file(std::tmpfile(), std::fclose);
-            if (!inMemory)
-                std::fwrite(text.data(), 1, text.size(), file.get());
-            rc = ACStreamStringSearch(m_set.get(), membuf.get(), file.get(),
-                                      MailDirectionOf(path.c_str()), list);
-        } else {
-            rc = ZWContScanScanFile(m_set.get(), membuf.get(), &path[0], list);
-        }
+        std::unique_ptr<FILE, int (*)(FILE *)> file(std::tmpfile(), std::fclose);
+        if (!inMemory)
+            std::fwrite(text.data(), 1, text.size(), file.get());
+        const int rc = stream ? ACStreamStringSearch(m_set.get(), membuf.get(), file.get(), MailDirectionOf(path.c_str()), list)
+                              : ZWContScanScanFile(m_set.get(), membuf.get(), &path[0], list);
         if (result)
             *result = rc;
         std::vector<std::string> flags;
         for (const _POLICY_MATCH_INFO &e : entries)
-            flags.push_back(std::string(e.m_pPolicy->m_szName) + ":" + (e.m_nMatched ? "m" : "") +
-                            (e.m_nNoAction ? "n" : ""));
+            flags.push_back(std::string(e.m_pPolicy->m_szName) + ":" + (e.m_nMatched ? "m" : "") + (e.m_nNoAction ? "n" : ""));
         return flags;
     }
 

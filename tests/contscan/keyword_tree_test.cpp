@@ -44,37 +44,26 @@ TEST(KeywordTree, SearchYieldsTheRecordsOfEveryHitInOrder)
     for (const SearchCase &c : cases) {
         PatternTree tree(c.patterns);
         int result = 1;
-        std::vector<int> hits = c.mode == MEMORY
-                                    ? tree.SearchText(c.text, false, c.exactMatch, &result)
-                                    : tree.SearchFile(c.text, false, c.exactMatch, &result);
+        std::vector<int> hits = c.mode == MEMORY ? tree.SearchText(c.text, false, c.exactMatch, &result)
+                                                 : tree.SearchFile(c.text, false, c.exactMatch, &result);
         EXPECT_EQ(result, 0) << c.name;
         EXPECT_EQ(hits, c.expected) << c.name;
     }
 }
 
-TEST(KeywordTree, ReturnCodes)
+TEST(KeywordTree, ReturnCodesAndAFullMemoryBufferWithoutTerminator)
 {
     KEYWORD_MATCH_SET matches = {};
     BaseTempDir dir;
-    PatternTree tree({"money"});
-    MEMBUF membuf{};
-    membuf.m_bInMemory = 1;
-    std::strcpy(membuf.m_szData, "money");
-    std::string file = dir.write("text", "money\n"), missing = dir.path("missing");
-    EXPECT_EQ(AhoCorasickStringSearch(nullptr, nullptr, file.c_str(), 0, 0, &matches), -1);
-    EXPECT_EQ(AhoCorasickStringSearch(tree.tree(), &membuf, missing.c_str(), 0, 0, &matches), -ENOENT);
-    EXPECT_EQ(AhoCorasickStringSearch(tree.tree(), nullptr, nullptr, 0, 0, &matches), -ENOENT);
-    EXPECT_EQ(matches.m_pFirst, nullptr);
-}
-
-TEST(KeywordTree, FullMemoryBufferWithoutTerminatorStaysInside)
-{
-    PatternTree tree({"zz"});
+    PatternTree money({"money"}), tree({"zz"});
+    const std::string file = dir.write("text", ""), missing = dir.path("missing");
     std::unique_ptr<MEMBUF> membuf(new MEMBUF{});
     membuf->m_bInMemory = 1;
-    std::memset(membuf->m_szData, 'z', sizeof membuf->m_szData);
-    BaseTempDir dir;
-    std::string file = dir.write("text", "");
+    EXPECT_EQ(AhoCorasickStringSearch(nullptr, nullptr, file.c_str(), 0, 0, &matches), -1);
+    EXPECT_EQ(AhoCorasickStringSearch(money.tree(), membuf.get(), missing.c_str(), 0, 0, &matches), -ENOENT);
+    EXPECT_EQ(AhoCorasickStringSearch(money.tree(), nullptr, nullptr, 0, 0, &matches), -ENOENT);
+    EXPECT_EQ(matches.m_pFirst, nullptr);
+    std::memset(membuf->m_szData, 'z', sizeof membuf->m_szData);   // the search stays inside
     EXPECT_TRUE(tree.Search(membuf.get(), file.c_str(), false, true, nullptr).empty());   // none alone
     EXPECT_EQ(tree.Search(membuf.get(), file.c_str(), false, false, nullptr).size(),
               sizeof membuf->m_szData - 1);

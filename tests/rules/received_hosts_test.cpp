@@ -69,7 +69,7 @@ TEST(ReceivedHosts, LongWordsAndManyHeaders)
 TEST(CRuleScanGetAFInfo, WarnsOfAnEmptyValueInRawMode)
 {
     BaseTempDir dir;
-    std::string af = dir.write("AFI1", "S  \nSlater\n");
+    const std::string af = dir.write("AFI1", "S  \nSlater\n");
     CRuleScan scan;
     BaseLogCapture capture;
     std::string value = "old", raw = "old";
@@ -77,8 +77,7 @@ TEST(CRuleScanGetAFInfo, WarnsOfAnEmptyValueInRawMode)
     EXPECT_TRUE(capture.lines().empty());
     EXPECT_TRUE(scan.GetAFInfo('S', af.c_str(), raw, true));
     EXPECT_EQ(value + raw, "");
-    EXPECT_EQ(capture.lines(),
-              (std::vector<std::string>{"GetAFInfo(): Warning! S command have no value."}));
+    EXPECT_EQ(capture.lines(), (std::vector<std::string>{"GetAFInfo(): Warning! S command have no value."}));
 }
 
 } // namespace

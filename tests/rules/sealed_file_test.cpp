@@ -18,6 +18,16 @@ std::string plain_bytes(size_t length)
     return bytes;
 }
 
+// Seals `plain` as dir/sealed; gives the sealed bytes after the header line.
+std::string seal(const BaseTempDir &dir, const std::string &plain, int *crc = nullptr)
+{
+    const int value = EncrptFileWithCRC(dir.write("plain", plain).c_str(), dir.path("sealed").c_str());
+    if (crc)
+        *crc = value;
+    const std::string sealed = ReadFile(dir.path("sealed"));
+    return sealed.substr(sealed.find('\n') + 1);
+}
+
 TEST(SealedFile, RoundTripsAtBlockBoundaries)
 {
     BaseTempDir dir;
@@ -41,16 +51,11 @@ TEST(SealedFile, SealedBytesFollowTheFormat)
     const unsigned char a[] = "rule one\\C\\SIZE>1\\DEL";
     EXPECT_EQ(CalculateCRC(a + 5, CalculateCRC(a, 0, 5), 10), CalculateCRC(a, 0, 15));
     BaseTempDir dir;
-    WriteFile(dir.path("plain"), "R\\C\\SIZE>1\\DEL\n");
-    int crc = EncrptFileWithCRC(dir.path("plain").c_str(), dir.path("sealed").c_str());
-    std::string sealed = ReadFile(dir.path("sealed"));
-    std::string body = sealed.substr(sealed.find('\n') + 1);
+    int crc = 0;
+    std::string body = seal(dir, "R\\C\\SIZE>1\\DEL\n", &crc);
     EXPECT_EQ(static_cast<unsigned>(crc),
               CalculateCRC(reinterpret_cast<const unsigned char *>(body.data()), 0, int(body.size())));
-    WriteFile(dir.path("plain"), std::string(1100, '\0'));   // the key restarts at each block
-    EncrptFileWithCRC(dir.path("plain").c_str(), dir.path("sealed").c_str());
-    sealed = ReadFile(dir.path("sealed"));
-    body = sealed.substr(sealed.find('\n') + 1);
+    body = seal(dir, std::string(1100, '\0'));   // the key restarts at each block
     EXPECT_EQ(body.substr(0, 8) + body.substr(510, 9) + body[1022], "qirvanotoqirvanotq");
 }
 
@@ -82,8 +87,7 @@ TEST(SealedFile, BodyStartingWithWhiteSpaceNeverUnseals)
 {
     BaseTempDir dir;   // 'q' ^ 'Q' is a blank, 'q' ^ '{' a LF, 'q' ^ 'x' a tab: the header read swallows them
     for (const char *plain : {"Q rule", "{rule", "xrule"}) {
-        WriteFile(dir.path("plain"), plain);
-        EncrptFileWithCRC(dir.path("plain").c_str(), dir.path("sealed").c_str());
+        seal(dir, plain);
         EXPECT_EQ(DecrptFileWithCRC(dir.path("sealed").c_str(), dir.path("out").c_str()), -1) << plain;
     }
 }
@@ -91,11 +95,9 @@ TEST(SealedFile, BodyStartingWithWhiteSpaceNeverUnseals)
 TEST(SealedFile, HeaderReadSkipsLeadingWhiteSpaceAndSign)
 {
     BaseTempDir dir;
-    WriteFile(dir.path("plain"), "abc");
-    int crc = EncrptFileWithCRC(dir.path("plain").c_str(), dir.path("sealed").c_str());
-    std::string sealed = ReadFile(dir.path("sealed"));
-    std::string body = sealed.substr(sealed.find('\n') + 1);
-    unsigned value = static_cast<unsigned>(crc);
+    int crc = 0;
+    const std::string body = seal(dir, "abc", &crc);
+    const unsigned value = static_cast<unsigned>(crc);
     for (const std::string &header :
          {" \t" + std::to_string(value) + "\r\n", "+" + std::to_string(value) + "\n",
           "-" + std::to_string(0u - value) + "\n",

@@ -111,24 +111,20 @@ TEST(SFilterVerdict, UserGroupsWithIncludeAndExclude)
     for (const auto &row : rows) {
         SCOPED_TRACE(row.what);
         tagSFRuleContent content = make_rule("r", "*.exe", "", row.include);
-        content.from = row.fromList;
-        content.to = row.toList;
-        content.matchAttr.flags[SF_LIST_FROM][0] = row.fromCase;
-        content.matchAttr.flags[SF_LIST_FROM][1] = row.fromExact;
+        content.from = row.fromList, content.to = row.toList;
+        content.matchAttr.flags[SF_LIST_FROM][0] = row.fromCase, content.matchAttr.flags[SF_LIST_FROM][1] = row.fromExact;
         CSFilter filter;
         filter.AddRule(content);
         CMailInfo info;
         rules_set_users(info, row.from, row.to);
-        int index = rules_add_attach(info, "a.exe", "application/x-msdownload");
-        EXPECT_EQ(filter.Evaluate(info, index), row.expected);
+        EXPECT_EQ(filter.Evaluate(info, rules_add_attach(info, "a.exe", "application/x-msdownload")), row.expected);
     }
 }
 
 TEST(SFilterVerdict, FirstApplyingRuleAndSkipSpecialChars)
 {
     BaseTempDir dir;
-    WriteFile(dir.path("contscan.ini"), "[Specialized Filtering]\nSkipSpecialChars=1\n");
-    ConfigFile config(dir.path("contscan.ini").c_str(), 0);
+    ConfigFile config(dir.write("contscan.ini", "[Specialized Filtering]\nSkipSpecialChars=1\n").c_str(), 0);
     ConfigFile *current = &config;
     SetFilterConfigSource(&current);
 

@@ -36,8 +36,7 @@ TEST(SFRuleFile, SaveThenLoadKeepsEverythingButEnable)
     ASSERT_TRUE(savor.SaveRuleFile(saved, dir.path("SFRule.txt").c_str()));
 
     std::string text = ReadFile(dir.path("SFRule.txt"));
-    const std::string comment =
-        "; Written by Orvane Unix Configuration Standard v3.8 2002 ZeltoWorks\r\n";
+    const std::string comment = "; Written by Orvane Unix Configuration Standard v3.8 2002 ZeltoWorks\r\n";
     EXPECT_EQ(text.substr(0, comment.size()), comment);
     EXPECT_EQ(text.substr(text.size() - 2), "\r\n");
 
