@@ -17,8 +17,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-const int kBlockedMs = 100;
-const int kBoundedMs = 10000;
+const int kBlockedMs = 100, kBoundedMs = 10000;
 
 bool byte_arrives(int fd, int ms)
 {

@@ -14,8 +14,7 @@
 
 namespace {
 
-const int kThreads = 6;
-const int kMessages = 300;
+const int kThreads = 6, kMessages = 300;
 
 void write_messages(Log &log)
 {

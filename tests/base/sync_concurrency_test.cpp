@@ -21,8 +21,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-const auto kBlocked = 100ms;
-const auto kBounded = 10s;
+const std::chrono::milliseconds kBlocked = 100ms, kBounded = 10s;
 
 bool blocked(std::future<void> &step) { return step.wait_for(kBlocked) == std::future_status::timeout; }
 

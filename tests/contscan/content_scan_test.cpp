@@ -130,8 +130,7 @@ TEST(ContentScan, InitRefusesWhatIsNotAPolicyFile)
     EXPECT_EQ(ZWContScanInit(dir.path("missing").c_str(), ini.c_str()), nullptr);
     EXPECT_EQ(ZWContScanCleanUp(nullptr), 1);
 
-    std::string empty = dir.write("empty.dat", "CsConfig.dat2\t"); // no policy at all
-    POLICYSET *set = ZWContScanInit(empty.c_str(), ini.c_str());
+    POLICYSET *set = ZWContScanInit(dir.write("empty.dat", "CsConfig.dat2\t").c_str(), ini.c_str());   // no policy at all
     ASSERT_TRUE(set && set->m_pKeywordTree);
     std::string text = dir.write("DFI1", "anything\n");
     EXPECT_EQ(ZWContScanScanFile(set, nullptr, &text[0], nullptr), 0);

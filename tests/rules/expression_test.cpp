@@ -49,8 +49,7 @@ TEST(ParseExpression, Grammar)
                                 R"(SUBJECT="x")", "SUBJ=hello", R"(SUBJ="open)", R"(SUBJ="a",,SIZE>1)",
                                 R"(SUBJ="a", SIZE>1)", "SIZE"})
         EXPECT_EQ(Describe(invalid), "invalid") << invalid;
-    CExpression rule;
-    EXPECT_FALSE(rule.ParseExpression(nullptr, true));
+    EXPECT_FALSE(CExpression().ParseExpression(nullptr, true));
 }
 
 // Sunday 2002-12-01 10:30:00 UTC.

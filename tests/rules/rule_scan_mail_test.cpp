@@ -98,22 +98,15 @@ TEST_F(ScanFixture, FirstMatchInFileOrderWithDirectionAndTrigger)
     for (const Row &row : rows) {
         SCOPED_TRACE(row.what);
         CRuleScan fresh;
-        WriteFile(dir.path("spamrule.txt"), row.rules);
-        ASSERT_TRUE(fresh.Initialize(dir.path("spamrule.txt").c_str()));
-        if (!row.vendor.empty()) {
-            WriteFile(dir.path("vendor.txt"), row.vendor);
-            ASSERT_TRUE(fresh.LoadImportRuleFile(dir.path("vendor.txt").c_str()));
-        }
-        std::string afPath = row.outbound ? dir.path("AFO0001") : af;
-        WriteFile(dir.path("AFO0001"), ReadFile(af));
+        ASSERT_TRUE(fresh.Initialize(dir.write("spamrule.txt", row.rules).c_str()));
+        ASSERT_TRUE(row.vendor.empty() || fresh.LoadImportRuleFile(dir.write("vendor.txt", row.vendor).c_str()));
+        const std::string afPath = row.outbound ? dir.write("AFO0001", ReadFile(af)) : af;
         CMailInfo mail;
         mail.ParseAFInfo(afPath.c_str(), true);
         mail.m_nMailSize = 100;
         std::string n = "untouched", s = "untouched", a = "untouched";
         TriggerType t = TRIGGER_VENDOR;
-        EXPECT_EQ(fresh.Scan(afPath.c_str(), df.c_str(), n, s, a, t, mail, text.get(), nullptr,
-                             nullptr),
-                  row.matched);
+        EXPECT_EQ(fresh.Scan(afPath.c_str(), df.c_str(), n, s, a, t, mail, text.get(), nullptr, nullptr), row.matched);
         EXPECT_EQ(mail.m_nDirection, row.outbound ? 1 : 0);
         EXPECT_EQ(n + "|" + a, std::string(row.name) + "|" + row.action);
         EXPECT_EQ(t, row.trigger);
@@ -136,8 +129,7 @@ TEST_F(ScanFixture, SpecializedFilterTakesAttachmentsAwayFromRules)
     EXPECT_EQ(info->m_bChecked[0] * 10 + info->m_bChecked[1], 10);
     const Attach_Stru &taken = *replace.entries[0];
     EXPECT_EQ(taken.m_nStart, info->m_pAttach[0]->m_nStart);
-    EXPECT_NE(std::string(kMessage + taken.m_nStart, kMessage + std::max(taken.m_nStart, taken.m_nEnd))
-                  .find("TVqQAAMAAAAEAAAA"),
+    EXPECT_NE(std::string(kMessage + taken.m_nStart, kMessage + std::max(taken.m_nStart, taken.m_nEnd)).find("TVqQAAMAAAAEAAAA"),
               std::string::npos);
 
     EXPECT_TRUE(Run(af, nullptr));   // without removal the filter is not asked
@@ -151,8 +143,7 @@ TEST_F(ScanFixture, SuspendedRulesAndActionCodes)
         scan.GetExpression(0)->SetSuspended(suspended);
         ACT_TYPE code = ACT_QUAR;
         CMailInfo mail;
-        EXPECT_TRUE(scan.Scan(af.c_str(), df.c_str(), name, sentence, code, trigger, mail,
-                              text.get(), nullptr, nullptr));
+        EXPECT_TRUE(scan.Scan(af.c_str(), df.c_str(), name, sentence, code, trigger, mail, text.get(), nullptr, nullptr));
         EXPECT_EQ(name + sentence, suspended ? "bSIZE>-1" : "aSIZE>-1");
         EXPECT_EQ(code, suspended ? ACT_ARCH : ACT_QUAR);   // "DELETE" is no exact action text
     }

@@ -77,8 +77,7 @@ TEST(RuleLine, ParseLineTable)
 TEST(RuleFile, LoadSaveAndReload)
 {
     BaseTempDir dir;
-    const std::string file = dir.path("spamrule.txt");
-    WriteFile(file, "R1\\A\\SIZE>10\\DEL\r\nbad line\n\nR2\\B\\SUBJ=I\"a\\\\b, c\"\\QUAR\n"
+    const std::string file = dir.write("spamrule.txt", "R1\\A\\SIZE>10\\DEL\r\nbad line\n\nR2\\B\\SUBJ=I\"a\\\\b, c\"\\QUAR\n"
                     "R3\\C\\FROM=S\"*x*\"\\ARCH");
     CRuleScan scan;
     ASSERT_TRUE(scan.Initialize(file.c_str()));
@@ -103,8 +102,7 @@ TEST(RuleFile, LoadSaveAndReload)
 TEST(RuleFile, EnableTableBesideTheRuleFile)
 {
     BaseTempDir dir;
-    const std::string file = dir.path("spamrule.txt");
-    WriteFile(file, "A\\C\\SIZE>1\\DEL\nB\\C\\SIZE>1\\DEL\nC\\C\\SIZE>1\\DEL\nD\\C\\SIZE>1\\DEL\n");
+    const std::string file = dir.write("spamrule.txt", "A\\C\\SIZE>1\\DEL\nB\\C\\SIZE>1\\DEL\nC\\C\\SIZE>1\\DEL\nD\\C\\SIZE>1\\DEL\n");
     const std::pair<const char *, const char *> rows[] = {   // table (null: none), enabled rules
         {"101", "1011"}, {"0000000", "0000"}, {"x0\n0", "1010"}, {"", "1111"}, {nullptr, "1111"}};
     for (const auto &row : rows) {
@@ -151,8 +149,7 @@ TEST(VendorRules, ImportedRulesFollowWithTheConfiguredAction)
         std::unique_ptr<ScopedSettings> settings;
         if (row.first)
             settings.reset(new ScopedSettings(dir, row.first));
-        WriteFile(dir.path("vendor.txt"), "V1\\C\\SIZE>1\\DEL\nbroken\nV2\\A\\SUBJ=\"x\"\\ARCH\n" +
-                                                     std::string(600, 'x') + "\n");
+        dir.write("vendor.txt", "V1\\C\\SIZE>1\\DEL\nbroken\nV2\\A\\SUBJ=\"x\"\\ARCH\n" + std::string(600, 'x') + "\n");
         CRuleScan scan;
         char error[RULE_ERROR_SIZE];
         ASSERT_TRUE(scan.ParseLine("admin\\C\\SIZE>1\\DEL", error));
@@ -169,8 +166,8 @@ TEST(VendorRules, SealedFileLoadsAndLeavesNoPlainCopy)
     BaseTempDir dir;
     const std::string work = dir.path("work");
     std::filesystem::create_directory(work);
-    WriteFile(dir.path("plain.txt"), "S1\\C\\SIZE>1\\DEL\nS2\\B\\SIZE<9\\DEL\n");
-    ASSERT_NE(EncrptFileWithCRC(dir.path("plain.txt").c_str(), dir.path("sealed").c_str()), -1);
+    const std::string plain = dir.write("plain.txt", "S1\\C\\SIZE>1\\DEL\nS2\\B\\SIZE<9\\DEL\n");
+    ASSERT_NE(EncrptFileWithCRC(plain.c_str(), dir.path("sealed").c_str()), -1);
 
     CRuleScan scan;
     EXPECT_TRUE(scan.LoadEncrptFile(dir.path("sealed").c_str(), (work + "/").c_str()));

@@ -62,8 +62,7 @@ TEST(SealedFile, SealedBytesFollowTheFormat)
 TEST(SealedFile, RefusesDamageAndMissingFiles)
 {
     BaseTempDir dir;
-    WriteFile(dir.path("plain"), plain_bytes(700));
-    EncrptFileWithCRC(dir.path("plain").c_str(), dir.path("sealed").c_str());
+    seal(dir, plain_bytes(700));
     const std::string good = ReadFile(dir.path("sealed"));
     const size_t bodyStart = good.find('\n') + 1;
 
