@@ -93,11 +93,8 @@ TEST(ProfileTest, GetIntParsesLeadingDigitsAndNeverGivesANegativeDefault)
     const struct {
         const char *key;
         int defaultValue, expected;
-    } rows[] = {
-        {"count", 7, 42},  {"mixed", 7, 12},  {"letters", 7, 0},     {"negative", 7, -5},
-        {"absent", 7, 7},  {"absent", -1, 0}, {"empty", 3, 3},       {"empty", -9, 0},
-        {"huge", 0, 2147483647},
-    };
+    } rows[] = {{"count", 7, 42}, {"mixed", 7, 12}, {"letters", 7, 0}, {"negative", 7, -5}, {"absent", 7, 7},
+                {"absent", -1, 0}, {"empty", 3, 3}, {"empty", -9, 0}, {"huge", 0, 2147483647}};
     for (const auto &row : rows)
         EXPECT_EQ(std::make_pair(row.expected, row.expected),
                   std::make_pair(GetPrivateProfileInt("general", row.key, row.defaultValue, file.c_str()),

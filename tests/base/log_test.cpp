@@ -6,7 +6,6 @@
 #include <syslog.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <memory>
 #include <regex>
 #include <string>
@@ -29,11 +28,8 @@ TEST(Log, PrologFollowsTheFlags)
     const std::string time = R"(\d\d/\d\d/\d{4} \d\d:\d\d:\d\d )";
     const std::string pid = "\\[" + std::to_string(getpid()) + "\\]";
     const std::string tid = "\\[" + std::to_string(static_cast<unsigned long>(pthread_self())) + "\\]";
-    const std::pair<int, std::string> rows[] = {
-        {0, "OVUX: hello\n"},      {1, "OVUX" + pid + ": hello\n"}, {2, time + "OVUX: hello\n"},
-        {8, "OVUX" + tid + ": hello\n"}, {11, time + "OVUX" + pid + tid + ": hello\n"},
-        {4, "OVUX: hello\n"},
-    };
+    const std::pair<int, std::string> rows[] = {{0, "OVUX: hello\n"}, {1, "OVUX" + pid + ": hello\n"},
+        {2, time + "OVUX: hello\n"}, {8, "OVUX" + tid + ": hello\n"}, {11, time + "OVUX" + pid + tid + ": hello\n"}, {4, "OVUX: hello\n"}};
     BaseTempDir tmp;
     for (const auto &row : rows) {
         const std::string file = tmp.path("debug" + std::to_string(row.first) + ".log");
@@ -92,12 +88,4 @@ TEST(SysLog, HandsOneWholeMessageToTheSystemLoggerAtErrorPriority)
     SysLog::set_sender(nullptr);
     EXPECT_EQ(g_sysLogCalls, (std::vector<std::pair<int, std::string>>{
                                  {LOG_ERR, "a5b"}, {LOG_ERR, "p=(nil) 1.5"}, {LOG_ERR, "from copy"}}));
-}
-
-TEST(Log, SyserrDescribesErrno)
-{
-    errno = -1;
-    EXPECT_STREQ(Log::syserr(), "Host not found");
-    errno = ENOENT;
-    EXPECT_STREQ(Log::syserr(), "No such file or directory");
 }

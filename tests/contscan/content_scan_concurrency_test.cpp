@@ -26,7 +26,7 @@ TEST(ContentScanConcurrency, ThreadsShareOnePolicySet)
 
     std::atomic<int> wrong{0};
     std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t) {
+    for (int t = 0; t < 4; ++t)
         threads.emplace_back([&, t] {
             std::string file = dir.write("DFI" + std::to_string(t), "");
             for (int round = 0; round < 200; ++round) {
@@ -39,11 +39,9 @@ TEST(ContentScanConcurrency, ThreadsShareOnePolicySet)
                 _POLICY_MATCH_INFO win{set->m_pFirstPolicy->m_pNext, 0, 0, nullptr};
                 _POLICY_MATCH_INFO money{set->m_pFirstPolicy, 0, 0, &win};
                 ZWContScanScanFile(set, membuf.get(), &file[0], &money);
-                if (money.m_nMatched != expected[which][0] || win.m_nMatched != expected[which][1])
-                    ++wrong;
+                wrong += money.m_nMatched != expected[which][0] || win.m_nMatched != expected[which][1];
             }
         });
-    }
     for (std::thread &thread : threads)
         thread.join();
     EXPECT_EQ(wrong.load(), 0);

@@ -45,22 +45,16 @@ public:
         for (size_t i = 0; i + 1 < entries.size(); ++i)
             entries[i].m_pNext = &entries[i + 1];
         _POLICY_MATCH_INFO *list = entries.empty() ? nullptr : &entries[0];
-        int rc;
-        if (stream) {
-            std::unique_ptr<FILE, int (*)(FILE *)> file(std::tmpfile(), std::fclose);
-            if (!inMemory)
-                std::fwrite(text.data(), 1, text.size(), file.get());
-            rc = ACStreamStringSearch(m_set.get(), membuf.get(), file.get(),
-                                      MailDirectionOf(path.c_str()), list);
-        } else {
-            rc = ZWContScanScanFile(m_set.get(), membuf.get(), &path[0], list);
-        }
+        std::unique_ptr<FILE, int (*)(FILE *)> file(std::tmpfile(), std::fclose);
+        if (!inMemory)
+            std::fwrite(text.data(), 1, text.size(), file.get());
+        const int rc = stream ? ACStreamStringSearch(m_set.get(), membuf.get(), file.get(), MailDirectionOf(path.c_str()), list)
+                              : ZWContScanScanFile(m_set.get(), membuf.get(), &path[0], list);
         if (result)
             *result = rc;
         std::vector<std::string> flags;
         for (const _POLICY_MATCH_INFO &e : entries)
-            flags.push_back(std::string(e.m_pPolicy->m_szName) + ":" + (e.m_nMatched ? "m" : "") +
-                            (e.m_nNoAction ? "n" : ""));
+            flags.push_back(std::string(e.m_pPolicy->m_szName) + ":" + (e.m_nMatched ? "m" : "") + (e.m_nNoAction ? "n" : ""));
         return flags;
     }
 
@@ -85,33 +79,18 @@ TEST(ContentScan, ListsCombineWithAndPoliciesWithOr)
         {"both keywords", freeMoney, "", "Get free money now", "DFI1", {"P:m"}},
         {"only one keyword", freeMoney, "", "free lunch", "DFI1", {"P:"}},
         {"a keyword split by a newline", freeMoney, "", "free mo\nney", "DFI1", {"P:"}},
-        {"any list of a policy", {"shP", "whfree", "wdmoney", "whwin"}, "", "you win", "DFI1",
-         {"P:m"}},
-        {"a synonym stands for its keyword", {"shP", "se=t", "whfree", "wdmoney", "symoolah"}, "",
-         "free moolah", "DFI1", {"P:m"}},
-        {"synonyms off", {"shP", "whfree", "wdmoney", "symoolah"}, "", "free moolah", "DFI1",
-         {"P:"}},
-        {"an empty synonym is harmless", {"shP", "se=t", "whfree", "sy"}, "", "free", "DFI1",
-         {"P:m"}},
-        {"a no-action keyword excuses the policy", {"shP", "whfree", "ewinternal"}, "",
-         "internal: free", "DFI1", {"P:n"}},
-        {"outbound file skips inbound-only policy", freeMoney, "[P]\nOutboundMailScan=no\n",
-         "free money", "DFO1", {"P:"}},
-        {"lower-case o is outbound too", freeMoney, "[P]\nOutboundMailScan=no\n", "free money",
-         "DFo1", {"P:"}},
-        {"inbound-disabled policy, outbound mail", freeMoney, "[P]\nInboundMailScan=no\n",
-         "free money", "AFO1", {"P:m"}},
-        {"disabled policy gets no flag", {"shP", "pe=f", "whfree", "ewfree"}, "", "free", "DFI1",
-         {"P:"}},
-        {"policies are judged apart",
-         {"shA", "whfree", "ewignore", "shB", "whfree", "shC", "whmoney"}, "", "free ignore",
-         "DFI1", {"A:n", "B:m", "C:"}},
-        {"exact matching", freeMoney, "[Content Filter]\nExactMatch=yes\n", "freedom money",
-         "DFI1", {"P:"}},
-        {"exact matching, whole words", freeMoney, "[Content Filter]\nExactMatch=yes\n",
-         "(free) money!", "DFI1", {"P:m"}},
-        {"case sensitive", {"shP", "whFree"}, "[Content Filter]\nCaseSensitive=yes\n", "free",
-         "DFI1", {"P:"}},
+        {"any list of a policy", {"shP", "whfree", "wdmoney", "whwin"}, "", "you win", "DFI1", {"P:m"}},
+        {"a synonym stands for its keyword", {"shP", "se=t", "whfree", "wdmoney", "symoolah"}, "", "free moolah", "DFI1", {"P:m"}},
+        {"an empty synonym is harmless", {"shP", "se=t", "whfree", "sy"}, "", "free", "DFI1", {"P:m"}},
+        {"a no-action keyword excuses the policy", {"shP", "whfree", "ewinternal"}, "", "internal: free", "DFI1", {"P:n"}},
+        {"outbound file skips inbound-only policy", freeMoney, "[P]\nOutboundMailScan=no\n", "free money", "DFO1", {"P:"}},
+        {"lower-case o is outbound too", freeMoney, "[P]\nOutboundMailScan=no\n", "free money", "DFo1", {"P:"}},
+        {"inbound-disabled policy, outbound mail", freeMoney, "[P]\nInboundMailScan=no\n", "free money", "AFO1", {"P:m"}},
+        {"disabled policy gets no flag", {"shP", "pe=f", "whfree", "ewfree"}, "", "free", "DFI1", {"P:"}},
+        {"policies are judged apart", {"shA", "whfree", "ewignore", "shB", "whfree", "shC", "whmoney"}, "", "free ignore", "DFI1", {"A:n", "B:m", "C:"}},
+        {"exact matching", freeMoney, "[Content Filter]\nExactMatch=yes\n", "freedom money", "DFI1", {"P:"}},
+        {"exact matching, whole words", freeMoney, "[Content Filter]\nExactMatch=yes\n", "(free) money!", "DFI1", {"P:m"}},
+        {"case sensitive", {"shP", "whFree"}, "[Content Filter]\nCaseSensitive=yes\n", "free", "DFI1", {"P:"}},
     };
     // clang-format on
     for (const ScanCase &c : cases) {
@@ -151,8 +130,7 @@ TEST(ContentScan, InitRefusesWhatIsNotAPolicyFile)
     EXPECT_EQ(ZWContScanInit(dir.path("missing").c_str(), ini.c_str()), nullptr);
     EXPECT_EQ(ZWContScanCleanUp(nullptr), 1);
 
-    std::string empty = dir.write("empty.dat", "CsConfig.dat2\t"); // no policy at all
-    POLICYSET *set = ZWContScanInit(empty.c_str(), ini.c_str());
+    POLICYSET *set = ZWContScanInit(dir.write("empty.dat", "CsConfig.dat2\t").c_str(), ini.c_str());   // no policy at all
     ASSERT_TRUE(set && set->m_pKeywordTree);
     std::string text = dir.write("DFI1", "anything\n");
     EXPECT_EQ(ZWContScanScanFile(set, nullptr, &text[0], nullptr), 0);

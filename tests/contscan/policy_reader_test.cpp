@@ -88,61 +88,29 @@ TEST_F(PolicyFileTest, BuildsPoliciesListsKeywordsAndSynonyms)
         std::string settings;
         std::vector<std::string> expected;
     } cases[] = {
-        {"a full policy, lowered",
-         {"shSales", "se=t", "pe=t", "whFree", "wdMONEY", "syCash", "wdnow", "whWin", "ewInternal"},
-         "",
-         {"Sales[esio] free+money=cash+now|win !internal"}},
-        {"case sensitive keeps capitals",
-         {"shSales", "whFree", "wdMONEY", "ewInternal"},
-         "[Content Filter]\nCaseSensitive=yes\n",
-         {"Sales[eio] Free+MONEY !Internal"}},
-        {"disabled policy keeps name and flags only",
-         {"shOff", "se=t", "pe=f", "whfree", "wdmoney", "ewx", "sfwords.txt"},
-         "[Off]\nOutboundMailScan=no\n",
-         {"Off[si]"}},
+        {"a full policy, lowered", {"shSales", "se=t", "pe=t", "whFree", "wdMONEY", "syCash", "wdnow", "whWin", "ewInternal"},
+         "", {"Sales[esio] free+money=cash+now|win !internal"}},
+        {"case sensitive keeps capitals", {"shSales", "whFree", "wdMONEY", "ewInternal"},
+         "[Content Filter]\nCaseSensitive=yes\n", {"Sales[eio] Free+MONEY !Internal"}},
+        {"disabled policy keeps name and flags only", {"shOff", "se=t", "pe=f", "whfree", "wdmoney", "ewx", "sfwords.txt"},
+         "[Off]\nOutboundMailScan=no\n", {"Off[si]"}},
         {"synonyms off by default", {"shP", "whfree", "syfreebie"}, "", {"P[eio] free"}},
         {"=t anywhere else does not count", {"shP", "se=x=t", "pe=true"}, "", {"P[eio]"}},
-        {"double tab repeats the previous entry",
-         {"shP", "whfree", "wdmoney", "", "ewx", ""},
-         "",
-         {"P[eio] free+money+money !x !x"}},
-        {"a refused list takes no keywords",
-         {"shP", "wh" + std::string(82, 'k'), "wdlost", "syalso", "whkept", "wdtoo"},
-         "",
-         {"P[eio] kept+too"}},
-        {"tokens before a policy are ignored",
-         {"whfree", "wdmoney", "shP", "whwin"},
-         "",
-         {"P[eio] win"}},
-        {"unknown and reserved tokens are ignored",
-         {"shP", "snx", "zzfree", "SHQ", "s", "whwin"},
-         "",
-         {"P[eio] win"}},
+        {"double tab repeats the previous entry", {"shP", "whfree", "wdmoney", "", "ewx", ""}, "", {"P[eio] free+money+money !x !x"}},
+        {"a refused list takes no keywords", {"shP", "wh" + std::string(82, 'k'), "wdlost", "syalso", "whkept", "wdtoo"},
+         "", {"P[eio] kept+too"}},
+        {"tokens before a policy are ignored", {"whfree", "wdmoney", "shP", "whwin"}, "", {"P[eio] win"}},
+        {"unknown and reserved tokens are ignored", {"shP", "snx", "zzfree", "SHQ", "s", "whwin"}, "", {"P[eio] win"}},
         {"newlines belong to tokens", {"shP", "whfree\n", "\nwdmoney"}, "", {"P[eio] free"}},
-        {"two policies, directions from their sections",
-         {"shIn", "whfree", "shOut", "whwin"},
-         "[In]\nInboundMailScan=yes\nOutboundMailScan=no\n[Out]\nInboundMailScan=never\n",
-         {"In[ei] free", "Out[eo] win"}},
+        {"two policies, directions from their sections", {"shIn", "whfree", "shOut", "whwin"},
+         "[In]\nInboundMailScan=yes\nOutboundMailScan=no\n[Out]\nInboundMailScan=never\n", {"In[ei] free", "Out[eo] win"}},
         {"names and keywords are cut to 80, blanks trimmed",
-         {"sh" + std::string(90, 'n'), "wh " + std::string(81, 'k') + " ", "wd  \r\n", "ew" + std::string(81, 'x')},
-         "",
+         {"sh" + std::string(90, 'n'), "wh " + std::string(81, 'k') + " ", "wd  \r\n", "ew" + std::string(81, 'x')}, "",
          {std::string(80, 'n') + "[eio] " + std::string(80, 'k') + " !" + std::string(80, 'x')}},
     };
     for (const auto &c : cases) {
         EXPECT_EQ(Read(c.tokens, c.settings), 1) << c.name;
         EXPECT_EQ(DescribeSet(m_set.get()), c.expected) << c.name;
-    }
-}
-
-TEST_F(PolicyFileTest, SwitchesOfTheContentFilterSection)
-{
-    const std::pair<const char *, int> rows[] = {   // settings, case sensitive * 2 + exact
-        {"", 0}, {"[Content Filter]\nCaseSensitive=oh yes\nExactMatch=yes\n", 3},
-        {"[Content Filter]\nExactMatch=Yes\n", 0},   // "yes" as written
-    };
-    for (const auto &row : rows) {
-        EXPECT_EQ(Read({"shP"}, row.first), 1);
-        EXPECT_EQ(m_set->m_bCaseSensitive * 2 + m_set->m_bExactMatch, row.second) << row.first;
     }
 }
 
@@ -161,18 +129,13 @@ TEST_F(PolicyFileTest, ImportFilesAddOneListPerLine)
         const char *name;
         std::string policy, lines, settings, expected;
     } cases[] = {
-        {"lines and commas", "P", "Free,MONEY,now\r\nwin\n", "", "P[eio] free+money+now|win"},
-        {"empty pieces and lines", "P", ",a,,b,\n\n  \nc\n", "", "P[eio] a+b|c"},
-        {"a refused first keyword drops its line", "P", std::string(90, 'k') + ",b\nc\n", "",
-         "P[eio] c"},
+        {"empty pieces and lines", "P", ",A,,b,\r\n\n  \nc\n", "", "P[eio] a+b|c"},
+        {"a refused first keyword drops its line", "P", std::string(90, 'k') + ",b\nc\n", "", "P[eio] c"},
         {"Anti-Spam leaves out excluded lines", "Anti-Spam", "spam,ham\nfoo\nspam,ham \t\n",
          "[Advanced Options]\nEx-AntiSpam=ex.txt\n", "Anti-Spam[eio] foo"},
         {"other policies keep them", "Other", "spam,ham\nfoo\n",
          "[Advanced Options]\nEx-AntiSpam=ex.txt\n", "Other[eio] spam+ham|foo"},
-        {"case sensitive import", "P", "Free\n", "[Content Filter]\nCaseSensitive=yes\n",
-         "P[eio] Free"},
-        {"Shift_JIS is converted to the host code", "P", "\x82\xa0\x82\xa2,abc\n", "",
-         "P[eio] \xa4\xa2\xa4\xa4+abc"},
+        {"Shift_JIS is converted to the host code", "P", "\x82\xa0\x82\xa2,abc\n", "", "P[eio] \xa4\xa2\xa4\xa4+abc"},
     };
     m_dir.write("ex.txt", "spam,ham\n\n");
     for (const auto &c : cases) {
@@ -181,11 +144,10 @@ TEST_F(PolicyFileTest, ImportFilesAddOneListPerLine)
         EXPECT_EQ(DescribeSet(m_set.get()), std::vector<std::string>{c.expected}) << c.name;
     }
 
-    // A line longer than 511 bytes goes on in the same list; the cut splits
-    // the word at byte 511.
+    // A line longer than 511 bytes goes on in the same list, the word at byte 511 cut in two.
     m_dir.write("words.txt", longLine + "\nnext\n");
     ASSERT_EQ(Read({"shP", "sf" + m_dir.path("words.txt")}), 1);
-    const std::string all = DescribeSet(m_set.get()).at(0);   // 60 words, one cut in two
+    const std::string all = DescribeSet(m_set.get()).at(0);
     EXPECT_EQ(std::count(all.begin(), all.end(), '+'), 60);
     EXPECT_EQ(all.substr(all.find('|')), "|next");
 }
@@ -195,8 +157,7 @@ TEST_F(PolicyFileTest, MissingImportFileOnlySkipsItsKeywords)
     BaseLogCapture log;
     EXPECT_EQ(Read({"shP", "whfree", "sfmissing.txt", "wdmoney", "sf/dev/zero"}), 1);
     EXPECT_EQ(DescribeSet(m_set.get()), (std::vector<std::string>{"P[eio] free+money"}));
-    EXPECT_EQ(AddKeywordFromImportFile(m_set->m_pFirstPolicy, "missing.txt", 0, m_settings.c_str()),
-              0);
+    EXPECT_EQ(AddKeywordFromImportFile(m_set->m_pFirstPolicy, "missing.txt", 0, m_settings.c_str()), 0);
     std::vector<std::string> lines = log.lines();
     lines.resize(2);
     EXPECT_EQ(lines, (std::vector<std::string>{

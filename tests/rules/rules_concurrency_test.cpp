@@ -24,20 +24,17 @@ TEST(RulesConcurrency, ScansWhileReloading)
     const std::string second = dir.write("second.txt", "b\\C\\SIZE>-1\\DEL\nc\\C\\SIZE>-1\\DEL\n");
     const std::string vendor = dir.write("vendor.txt", "v\\C\\SIZE>-1\\DEL\n");
     tagSFRuleContent content;
-    content.name = "exe";
-    content.attach = "*.exe";
-    c_special_filter_savor savor;
-    ASSERT_TRUE(savor.SaveRuleFile({content}, dir.path("SFRule.txt").c_str()));
+    content.name = "exe", content.attach = "*.exe";
+    ASSERT_TRUE(c_special_filter_savor().SaveRuleFile({content}, dir.path("SFRule.txt").c_str()));
 
     CRuleScan scan;
     ASSERT_TRUE(scan.Initialize(first.c_str()));
     scan.LoadSFilterSetting(dir.path("SFRule.txt").c_str(), nullptr);
 
     std::atomic<bool> stop{false};
-    std::atomic<int> unexpected{0};
-    std::atomic<int> scans{0};
+    std::atomic<int> unexpected{0}, scans{0};
     std::vector<std::thread> readers;
-    for (int r = 0; r < 4; ++r) {
+    for (int r = 0; r < 4; ++r)
         readers.emplace_back([&, r] {
             std::unique_ptr<MEMBUF> text(new MEMBUF());
             const std::string textFile = dir.path("text" + std::to_string(r));
@@ -51,14 +48,11 @@ TEST(RulesConcurrency, ScansWhileReloading)
                                          info, text.get(), textFile.c_str(), &replace);
                 bool known = matched && (name == "a" || name == "b" || name == "v") &&
                              (name == "v") == (trigger == TRIGGER_VENDOR);
-                if (!known || replace.count > 1)
-                    ++unexpected;
-                ++scans;
-                if (i > 10000)
+                unexpected += !known || replace.count > 1;
+                if (++scans, i > 10000)
                     break;
             }
         });
-    }
     for (int round = 0; round < 40; ++round) {
         ASSERT_TRUE(scan.LoadRuleFile(round % 2 ? first.c_str() : second.c_str()));
         ASSERT_TRUE(scan.LoadImportRuleFile(vendor.c_str()));

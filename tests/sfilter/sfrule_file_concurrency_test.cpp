@@ -27,19 +27,16 @@ TEST(SFRuleFileConcurrency, SharedLoaderAndSavor)
     c_special_filter_loader loader;
     std::atomic<int> wrong{0};
     std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t) {
+    for (int t = 0; t < 4; ++t)
         threads.emplace_back([&, t] {
             const std::string own = dir.path("own" + std::to_string(t));
             for (int i = 0; i < 30; ++i) {
                 std::vector<tagSFRuleContent> loaded;
                 loader.LoadRuleFile(loaded, dir.path("shared.txt").c_str());
-                if (loaded.size() != rules.size() || loaded.back().name != "rule19")
-                    ++wrong;
-                if (!savor.SaveRuleFile(loaded, own.c_str()))
-                    ++wrong;
+                wrong += loaded.size() != rules.size() || loaded.back().name != "rule19" ||
+                         !savor.SaveRuleFile(loaded, own.c_str());
             }
         });
-    }
     for (std::thread &thread : threads)
         thread.join();
     EXPECT_EQ(wrong.load(), 0);

@@ -14,18 +14,11 @@ namespace {
 tagSFRuleContent sample_rule(int n)
 {
     tagSFRuleContent rule;
-    rule.enabled = n % 2 == 0;
-    rule.name = "rule " + std::to_string(n);
+    rule.enabled = n % 2 == 0, rule.name = "rule " + std::to_string(n);
     rule.mailType = static_cast<MAIL_TYPE>(n % 3);
-    rule.from = "a@x.com, *@spam.org";
-    rule.to = n % 2 ? "" : "boss@corp";
-    rule.replyTo = "r@x";
-    rule.cc = "c@x, d@y";
-    rule.mime = "application/x-msdownload all";
-    rule.includeText = n % 2 ? "EXCLUDE" : "INCLUDE";
-    rule.attach = "*.exe, re*me.txt";
-    rule.inNotify = "in text";
-    rule.outNotify = "";
+    rule.from = "a@x.com, *@spam.org", rule.to = n % 2 ? "" : "boss@corp", rule.replyTo = "r@x";
+    rule.cc = "c@x, d@y", rule.mime = "application/x-msdownload all", rule.attach = "*.exe, re*me.txt";
+    rule.includeText = n % 2 ? "EXCLUDE" : "INCLUDE", rule.inNotify = "in text";
     for (int list = 0; list < SF_LIST_COUNT; ++list) {
         rule.matchAttr.flags[list][0] = (n + list) % 2 == 0;
         rule.matchAttr.flags[list][1] = (n + list) % 3 == 0;
@@ -43,8 +36,7 @@ TEST(SFRuleFile, SaveThenLoadKeepsEverythingButEnable)
     ASSERT_TRUE(savor.SaveRuleFile(saved, dir.path("SFRule.txt").c_str()));
 
     std::string text = ReadFile(dir.path("SFRule.txt"));
-    const std::string comment =
-        "; Written by Orvane Unix Configuration Standard v3.8 2002 ZeltoWorks\r\n";
+    const std::string comment = "; Written by Orvane Unix Configuration Standard v3.8 2002 ZeltoWorks\r\n";
     EXPECT_EQ(text.substr(0, comment.size()), comment);
     EXPECT_EQ(text.substr(text.size() - 2), "\r\n");
 

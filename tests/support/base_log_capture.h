@@ -1,9 +1,5 @@
-// Captures debug-log lines (without prolog) in memory for tests.
-//
-//   BaseLogCapture capture;   // ovux_log -> capture for this scope
-//   EXPECT_EQ(capture.lines(), (std::vector<std::string>{"INC: num(0) => (1)"}));
-//
-// wait_for() blocks, bounded, until another thread has written a given line.
+// Captures debug-log lines (without prolog) in memory: BaseLogCapture points
+// ovux_log at itself for its scope; wait_for() blocks (10 s at most) for a line.
 #pragma once
 
 #include <algorithm>
@@ -27,7 +23,6 @@ public:
         return m_lines;
     }
 
-    // True once `line` has been written, false after 10 s without it.
     bool wait_for(const std::string &line)
     {
         std::unique_lock<std::mutex> guard(m_linesMutex);
@@ -37,7 +32,6 @@ public:
     }
 
 protected:
-    // Called with the log's own lock held (between start() and endl).
     void put_text(const char *text) override { m_current += text; }
 
     void end_message() override

@@ -1,11 +1,6 @@
-// Scratch directories and whole-file helpers shared by every test folder.
-//
-//   BaseTempDir tmp;                          // $TMPDIR/ov_test_XXXXXX, removed with its contents
-//   std::string path = tmp.write("a.txt", "text");
-//   EXPECT_EQ("text", ReadFile(path));        // "<missing>" when it cannot be opened
-//
-// WriteFile throws when the file cannot be written; SplitLines cuts at "\n"
-// and drops the "\r" before it.
+// Scratch directories and whole-file helpers shared by every test folder:
+// BaseTempDir is $TMPDIR/ov_test_XXXXXX, removed with its contents; ReadFile gives
+// "<missing>" for a file it cannot open, WriteFile throws when it cannot write.
 #pragma once
 
 #include <algorithm>
@@ -20,9 +15,7 @@
 inline std::string ReadFile(const std::string &path)
 {
     std::ifstream in(path, std::ios::binary);
-    if (!in)
-        return "<missing>";
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    return in ? std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()) : "<missing>";
 }
 
 inline void WriteFile(const std::string &path, const std::string &bytes)
@@ -51,7 +44,6 @@ inline std::vector<std::string> SplitLines(const std::string &text)
     return lines;
 }
 
-// Regular files below a directory (recursively, hidden ones too), sorted.
 inline std::vector<std::string> FilesBelow(const std::string &dir)
 {
     std::vector<std::string> found;

@@ -33,8 +33,7 @@ public:
             std::stable_sort(order.begin(), order.end(),
                              [this](size_t a, size_t b) { return m_patterns[a] < m_patterns[b]; });
         for (size_t i : order)
-            AddPatternToKeywordTree(m_tree.get(), m_patterns[i].c_str(), nullptr, &m_list,
-                                    &m_keywords[i]);
+            AddPatternToKeywordTree(m_tree.get(), m_patterns[i].c_str(), nullptr, &m_list, &m_keywords[i]);
         m_built = ConstructFailureLink(m_tree.get()) == 1;
         FreeDepthNodes(m_tree.get());
         FreeTreeNode(m_tree.get());
@@ -49,8 +48,7 @@ public:
     {
         std::unique_ptr<MEMBUF> membuf(new MEMBUF{});
         membuf->m_bInMemory = 1;
-        std::memcpy(membuf->m_szData, text.data(),
-                    std::min(text.size(), sizeof membuf->m_szData - 1));
+        std::memcpy(membuf->m_szData, text.data(), std::min(text.size(), sizeof membuf->m_szData - 1));
         membuf->m_nLength = static_cast<int32_t>(text.size());
         std::vector<int> hits = Search(membuf.get(), m_dir.write("empty.txt", "").c_str(),
                                        caseSensitive, exactMatch, result);
@@ -69,8 +67,7 @@ public:
                             int *result)
     {
         KEYWORD_MATCH_SET matches = {};
-        int rc = AhoCorasickStringSearch(m_tree.get(), membuf, path, caseSensitive, exactMatch,
-                                         &matches);
+        const int rc = AhoCorasickStringSearch(m_tree.get(), membuf, path, caseSensitive, exactMatch, &matches);
         if (result)
             *result = rc;
         std::vector<int> hits;

@@ -15,11 +15,8 @@
 
 class NaiveSearch {
 public:
-    NaiveSearch(const std::vector<std::string> &patterns, bool exactMatch,
-                bool caseSensitive = false)
-        : m_patterns(patterns), m_exactMatch(exactMatch), m_caseSensitive(caseSensitive)
-    {
-    }
+    NaiveSearch(const std::vector<std::string> &patterns, bool exactMatch, bool caseSensitive = false)
+        : m_patterns(patterns), m_exactMatch(exactMatch), m_caseSensitive(caseSensitive) {}
 
     std::vector<int> Memory(const std::string &text) const
     {
@@ -32,13 +29,10 @@ public:
     std::vector<int> File(const std::string &text) const
     {
         std::vector<int> hits;
-        std::string lowered = Lower(text);
-        size_t lineStart = 0;
-        while (lineStart < lowered.size()) {
-            size_t newline = lowered.find('\n', lineStart);
-            size_t lineEnd = newline == std::string::npos ? lowered.size() : newline + 1;
+        const std::string lowered = Lower(text);
+        for (size_t lineStart = 0, lineEnd; lineStart < lowered.size(); lineStart = lineEnd) {
+            lineEnd = std::min(lowered.find('\n', lineStart), lowered.size() - 1) + 1;
             Line(lowered, lineStart, lineEnd, hits);
-            lineStart = lineEnd;
         }
         return hits;
     }
@@ -53,12 +47,9 @@ private:
         return text;
     }
 
-    void Line(const std::string &text, size_t lineStart, size_t lineEnd,
-              std::vector<int> &hits) const
+    void Line(const std::string &text, size_t lineStart, size_t lineEnd, std::vector<int> &hits) const
     {
-        size_t pieceStart = lineStart;
-        size_t scanFrom = lineStart;
-        for (;;) {
+        for (size_t pieceStart = lineStart, scanFrom = lineStart;;) {
             size_t pieceEnd = std::min(lineEnd, pieceStart + 999);
             Piece(text, lineStart, pieceStart, scanFrom, pieceEnd, hits);
             if (pieceEnd == lineEnd)
@@ -107,15 +98,10 @@ private:
     static bool StandsAlone(const std::string &text, size_t pieceStart, size_t start, size_t last,
                             size_t pieceEnd)
     {
-        auto word = [&](size_t i) {
-            return std::isalnum(static_cast<unsigned char>(text[i])) != 0;
-        };
-        if (start > pieceStart && word(start - 1))
-            return false;
-        return last + 1 >= pieceEnd || !word(last + 1);
+        auto word = [&](size_t i) { return std::isalnum(static_cast<unsigned char>(text[i])) != 0; };
+        return !(start > pieceStart && word(start - 1)) && (last + 1 >= pieceEnd || !word(last + 1));
     }
 
     std::vector<std::string> m_patterns;
-    bool m_exactMatch;
-    bool m_caseSensitive;
+    bool m_exactMatch, m_caseSensitive;
 };

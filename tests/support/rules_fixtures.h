@@ -22,20 +22,12 @@ inline int rules_add_attach(CMailInfo &info, std::string name, std::string type,
 inline void rules_set_users(CMailInfo &info, const char *from, const char *to,
                             const char *replyTo = nullptr, const char *cc = nullptr)
 {
-    struct Field {
-        const char *value;
-        std::string *text;
-        const char **view;
-    } fields[] = {{from, &info.m_strFrom, &info.m_pszFrom},
-                  {to, &info.m_strTo, &info.m_pszTo},
-                  {replyTo, &info.m_strReplyTo, &info.m_pszReplyTo},
-                  {cc, &info.m_strCc, &info.m_pszCc}};
-    for (Field &field : fields) {
-        if (field.value) {
-            *field.text = field.value;
-            *field.view = field.text->c_str();
-        }
-    }
+    auto set = [](const char *value, std::string &text, const char *&view) {
+        if (value)
+            text = value, view = text.c_str();
+    };
+    set(from, info.m_strFrom, info.m_pszFrom), set(to, info.m_strTo, info.m_pszTo);
+    set(replyTo, info.m_strReplyTo, info.m_pszReplyTo), set(cc, info.m_strCc, info.m_pszCc);
 }
 
 // A mail relayed by mx.example.net, subject "figures", with a text part and
