@@ -97,30 +97,4 @@ TEST_F(PluginNotifyTest, WarningsGoWhereTheSettingsSay)
     }
 }
 
-TEST_F(PluginNotifyTest, MatchedPoliciesShareOneWarningPerKind)
-{
-    install.WritePolicies(
-        {"shConfidential", "pe=t", "whproject orion", "shOrion", "pe=t", "whorion"});
-    install
-        .Set("Confidential", {{"WarningUser", "yes"},
-                              {"User", "security@corp.example,audit@corp.example"},
-                              {"MessageUser", "From Confidential."}})
-        .Set("Orion", {{"Action", "Delete"},
-                       {"WarningUser", "yes"},
-                       {"User", "audit@corp.example,,orion-team@corp.example"},
-                       {"MessageUser", "From Orion."},
-                       {"WarningSender", "yes"},
-                       {"MessageSender", "Sender text of Orion."}});
-    Start();
-    EXPECT_EQ(PluginVerdict(0, 1), Verdict(install.AddMail(PluginPlainMail({}, PluginSecretBody()))));
-    const std::vector<PluginQueuedMail> queued = PluginQueue::Take();
-    ASSERT_EQ(2u, queued.size());
-    EXPECT_EQ(Texts{"alice@partner.example"}, queued[0].recipients);
-    ExpectContains(queued[0].text, {"Sender text of Orion.", "Policy: Confidential,Orion\r\n",
-                                    "Action: Delete\r\n"});
-    EXPECT_EQ(Texts({"security@corp.example", "audit@corp.example", "orion-team@corp.example"}),
-              queued[1].recipients);
-    ExpectContains(queued[1].text, {"From Confidential."});
-}
-
 } // namespace

@@ -75,9 +75,9 @@ TEST_F(PluginRuleSourceTest, VendorSourcesAndTheirAction)
                 EXPECT_NE(std::string::npos, PluginEvents(local.EventLog()).back().record.find(
                                                  "\\" + std::string(row.name) + "\\"));
             }
-            ASSERT_EQ(0, plugin().Command("update"));
+            ASSERT_EQ(0, plugin().command("update"));
         }
-        EXPECT_EQ(0, plugin().Cleanup());
+        EXPECT_EQ(0, plugin().cleanup());
         // sealed rules are unpacked in the temporary directory, never left there
         EXPECT_EQ(std::vector<std::string>{}, local.Files("tempdir"));
     }

@@ -1,14 +1,9 @@
-// A complete plug-in installation in a scratch directory, for the plug-in's
-// end-to-end tests: <root>/Plug-Ins/OV/ with contscan.ini (the keys of `ini`),
-// CsConfig.dat, spamrule/spamrule.txt and spamrule/SFRule.txt, and a spool
-// <root>/spool for the mails' AF/DF pairs. Everything goes with the object.
-// The default installation:
-//   rule "Free offers"      SUBJ=IS"*free offer*"          -> DEL
-//   rule "Big mails"        SIZE>3000000                   -> QUAR
-//   policy "Confidential"   keyword "project orion"        -> Action=Quarantine
-//   policy "Japanese"       keyword 会議 (EUC-JP)           -> Action=Archive
-//   special filter "Executables" picks *.exe; RemoveAttachment=yes for both
-//   directions with ReplaceText "The attachment was removed."
+// A complete plug-in installation in a scratch directory for the end-to-end
+// tests: <root>/Plug-Ins/OV/ with contscan.ini (the keys of `ini`),
+// CsConfig.dat and the rule files, and a spool <root>/spool for AF/DF pairs.
+// Rules: "Free offers" deletes junk subjects, "Big mails" quarantines; the
+// policies "Confidential" (quarantine) and "Japanese" (archive); *.exe
+// attachments are replaced in both directions.
 #pragma once
 
 #include <unistd.h>
@@ -22,7 +17,7 @@
 #include "support/base_temp_dir.h"
 #include "support/plugin_mail_corpus.h"
 
-// An INI text, sections and keys in name order; Set replaces a key's value.
+// An INI text, sections and keys in name order.
 struct PluginIni {
     std::map<std::string, std::map<std::string, std::string>> sections;
     PluginIni &Set(const std::string &section, const std::string &key, const std::string &value)
@@ -47,7 +42,6 @@ struct PluginSpoolMail {
     std::string df;
 };
 
-// What the AF file says of a mail.
 struct PluginEnvelope {
     std::string sender = "alice@partner.example";
     std::vector<std::string> recipients = {"bob@corp.example"};
@@ -101,7 +95,6 @@ public:
 
     PluginIni ini;
     void WriteIni() const { WriteFile(Path("contscan.ini"), ini.Text()); }
-    // Sets keys of contscan.ini and writes the file.
     PluginInstallation &Set(const std::string &section, const std::string &key,
                             const std::string &value)
     {
@@ -117,7 +110,6 @@ public:
         WriteIni();
         return *this;
     }
-    // CsConfig.dat of "CsConfig.dat2" and the tokens, each ended by a tab.
     void WritePolicies(const std::vector<std::string> &tokens) const
     {
         std::string text = "CsConfig.dat2\t";
@@ -133,8 +125,7 @@ public:
         WriteFile(Path("spamrule/spamrule.txt"), text);
     }
 
-    // Writes AF<d><n> and DF<d><n> into the spool (<d>: I or O); the
-    // envelope's subject defaults to the message's first Subject header.
+    // AF<d><n> and DF<d><n> (<d>: I or O); the subject defaults to the message's.
     PluginSpoolMail AddMail(const std::string &message, const PluginEnvelope &envelope = {},
                             bool outbound = false)
     {
@@ -160,7 +151,6 @@ public:
         return mail;
     }
 
-    // Every event-log file of the program directory, oldest first.
     std::string EventLog() const
     {
         std::string text;
@@ -169,12 +159,7 @@ public:
                 text += ReadFile(root() + "/" + file);
         return text;
     }
-    // The debug log of this process (Debug-<pid>.log), or "<missing>".
-    std::string DebugLog() const
-    {
-        return ReadFile(ProgramDir() + "Debug-" + std::to_string(getpid()) + ".log");
-    }
-    // Regular files below a directory, relative to the program directory, sorted.
+    // Files below a directory, relative to the program directory, sorted.
     std::vector<std::string> Files(const std::string &relativeDir) const
     {
         std::vector<std::string> files = m_root.files("Plug-Ins/OV/" + relativeDir);
