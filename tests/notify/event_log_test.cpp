@@ -62,14 +62,10 @@ TEST_F(EventLogTest, HeaderOncePerDayAndAnEmailLineForMailText)
         std::vector<std::string> lines;
     } rows[] = {
         {nullptr,
-         {{"PLUG-IN STARTED BY /opt/gw/Plug-Ins/OV/", nullptr}, {"PLUG-IN STOPPED", nullptr}},
-         {header, "<stamp>PLUG-IN STARTED BY /opt/gw/Plug-Ins/OV/", "<stamp>PLUG-IN STOPPED"}},
+         {{"PLUG-IN STARTED BY /opt/gw/Plug-Ins/OV/", nullptr}, {"blocked", "Inbound\\a@x\\Hi"}},
+         {header, "<stamp>PLUG-IN STARTED BY /opt/gw/Plug-Ins/OV/", "<stamp>blocked",
+          "EMAIL\\<stamp>\\Inbound\\a@x\\Hi"}},
         {"earlier line\n", {{"event", nullptr}}, {"earlier line", "<stamp>event"}},
-        {nullptr,
-         {{"CONTENT MANAGEMENT: Anti-Spam filter has blocked a junk mail.",
-           "Inbound\\a@x.example\\b@y.example\\Hello\\Delete/rule1"}},
-         {header, "<stamp>CONTENT MANAGEMENT: Anti-Spam filter has blocked a junk mail.",
-          "EMAIL\\<stamp>\\Inbound\\a@x.example\\b@y.example\\Hello\\Delete/rule1"}},
         {nullptr, {{"empty mail text", ""}}, {header, "<stamp>empty mail text", "EMAIL\\<stamp>\\"}},
     };
     for (const auto &row : rows) {

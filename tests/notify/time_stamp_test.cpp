@@ -1,6 +1,7 @@
 // portwallTimeStamp and IsDST in several zones (POSIX TZ strings, so no zone
 // database is needed; ",0/0,J365/25" keeps daylight saving in force all year).
 #include <algorithm>
+#include <cstdlib>
 #include <ctime>
 #include <iterator>
 #include <string>
@@ -8,16 +9,8 @@
 #include <gtest/gtest.h>
 
 #include "notify/time_stamp.h"
-#include "support/notify_fixtures.h"
 
 namespace {
-
-std::string stamp()
-{
-    char text[256];
-    EXPECT_EQ(portwallTimeStamp(text, sizeof text - 1), 0);
-    return text;
-}
 
 // The local time of now as portwallTimeStamp writes it, zone aside.
 std::string local_now()
@@ -30,48 +23,47 @@ std::string local_now()
     return text;
 }
 
-TEST(TimeStamp, LocalTimeAndAZoneSuffixAfterTimezoneAndDaylightSaving)
+TEST(TimeStamp, LocalTimeAndZoneSuffixCutAtMaxLen)
 {
     const struct {
         const char *zone;
         bool dst;
         std::string suffix;
+        int maxLen;
     } rows[] = {
-        {"EST5", false, " -0500"},               // five hours west
-        {"EST5EDT,0/0,J365/25", true, " -0400"}, // the same with daylight saving
-        {"JST-9", false, " +0900"},
-        {"CET-1CEST,0/0,J365/25", true, " +0200"}, // east: one hour more
-        {"IST-5:30", false, " +0500"},             // the half hour is not shown
-        {"NST3:30NDT,0/0,J365/25", true, " -0200"},
-        {"UTC0", false, " -0000"},
+        {"EST5", false, " -0500", 255},               // five hours west
+        {"EST5EDT,0/0,J365/25", true, " -0400", 255}, // the same with daylight saving
+        {"JST-9", false, " +0900", 255},
+        {"CET-1CEST,0/0,J365/25", true, " +0200", 255}, // east: one hour more
+        {"IST-5:30", false, " +0500", 255},             // the half hour is not shown
+        {"NST3:30NDT,0/0,J365/25", true, " -0200", 255},
+        {"UTC0", false, " -0000", 255},
         // At UTC with daylight saving the hour count 0 - 1 wraps through the
         // unsigned field.
-        {"GMT0BST,0/0,J365/25", true, " -429496729500"},
+        {"GMT0BST,0/0,J365/25", true, " -429496729500", 255},
+        {"EST5", false, " -0500", 0},  {"EST5", false, " -0500", 1},
+        {"EST5", false, " -0500", 5},  {"EST5", false, " -0500", 16},
+        {"EST5", false, " -0500", 25}, {"EST5", false, " -0500", 31},
     };
+    const char *zone = std::getenv("TZ");
+    const std::string savedZone = zone ? zone : "";
     for (const auto &row : rows) {
-        NotifyZoneGuard zone(row.zone);
-        EXPECT_EQ(IsDST(), row.dst) << row.zone;
-        const std::string before = local_now(), text = stamp(), after = local_now();
-        EXPECT_TRUE(text == before + row.suffix || text == after + row.suffix)
-            << row.zone << ": " << text;
-    }
-}
-
-TEST(TimeStamp, MaxLenCutsTheText)
-{
-    NotifyZoneGuard zone("EST5");
-    for (int maxLen : {0, 1, 5, 16, 25, 31}) {
-        const std::string before = stamp();
-        char cut[64];
-        std::fill(std::begin(cut), std::end(cut), '#');
-        EXPECT_EQ(portwallTimeStamp(cut, maxLen), 0);
-        const std::string after = stamp();
-        const size_t length = static_cast<size_t>(maxLen);
-        EXPECT_TRUE(cut == before.substr(0, length) || cut == after.substr(0, length))
-            << maxLen << ": " << cut;
-        EXPECT_EQ(cut[maxLen + 1], '#') << "wrote past maxLen + 1 bytes";
+        SCOPED_TRACE(std::string(row.zone) + " " + std::to_string(row.maxLen));
+        setenv("TZ", row.zone, 1);
+        tzset();
+        EXPECT_EQ(IsDST(), row.dst);
+        char text[300];
+        std::fill(std::begin(text), std::end(text), '#');
+        const std::string before = local_now() + row.suffix;
+        EXPECT_EQ(portwallTimeStamp(text, row.maxLen), 0);
+        const std::string after = local_now() + row.suffix;
+        const size_t length = static_cast<size_t>(row.maxLen);
+        EXPECT_TRUE(before.substr(0, length) == text || after.substr(0, length) == text) << text;
+        EXPECT_EQ(text[row.maxLen + 1], '#') << "wrote past maxLen + 1 bytes";
     }
     EXPECT_EQ(portwallTimeStamp(nullptr, 10), 0);
+    zone ? setenv("TZ", savedZone.c_str(), 1) : unsetenv("TZ");
+    tzset();
 }
 
 } // namespace

@@ -1,14 +1,8 @@
 // Attachment removal through the host interface: the message file is
 // rewritten in place with a plain-text part where each picked attachment
-// was; the part header follows the host language; the switches and
-// directions decide whether it happens at all.
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
+// was; the part header follows the host language.
 
 #include "support/plugin_host_fixture.h"
-#include "support/plugin_mail_corpus.h"
 
 namespace {
 
@@ -17,7 +11,7 @@ using PluginReplaceTest = PluginTest;
 const char kPlainHeader[] = "Content-Type: text/plain\r\nContent-Transfer-Encoding: 7bit\r\n\r\n";
 const char kDefaultText[] = "The attachment was removed.";
 
-PluginAttachment Exe(const std::string &name = "setup.exe")
+PluginAttachment Exe(const std::string &name)
 {
     return {name, "application/octet-stream", PluginBinaryBytes(3000, 11)};
 }
@@ -77,36 +71,6 @@ TEST_F(PluginReplaceTest, RewritesTheMessageByteForByte)
                           (i == 1 ? "a" : "b") + ".exe\\alice@partner.example\\" + mail.df,
                       events[i].record);
         }
-    }
-}
-
-// RemoveAttachment holds "yes", in that case; IOMail names the direction.
-// Without removal the rule filter still sees the attachment.
-TEST_F(PluginReplaceTest, SwitchAndDirectionDecide)
-{
-    struct Row {
-        const char *remove, *direction;
-        bool outbound, replaced;
-    } rows[] = {
-        {"no", "both", false, false},      {"yes", "both", true, true},
-        {"yes", "outbound", false, false}, {"yes", "outbound", true, true},
-        {"yes", "inbound", true, false},   {"yes", "inbound", false, true},
-        {"Yes", "both", false, false},     {"yes please", "Both", false, true},
-    };
-    const PluginMessage message = PluginMultipartMail({}, "installer", {Exe()});
-    for (const Row &row : rows) {
-        SCOPED_TRACE(std::string(row.remove) + " " + row.direction +
-                     (row.outbound ? " out" : " in"));
-        PluginInstallation local;
-        local.Set("Specialized Filtering",
-                  {{"RemoveAttachment", row.remove}, {"IOMail", row.direction}});
-        local.WriteRules({"Programs\\C\\ATTACH=I\".exe\"\\DEL"});
-        PluginSpoolMail mail = local.AddMail(message.text, {}, row.outbound);
-        ZWMailResult result{};
-        const int code = RunOnce(local, mail, &result);
-        EXPECT_EQ(row.replaced ? PluginVerdict(0, 4) : PluginVerdict(2, 1),
-                  PluginVerdict(code, result.action));
-        EXPECT_EQ(row.replaced, ReadFile(mail.df) != message.text);
     }
 }
 

@@ -1,14 +1,8 @@
 // Notification mails handed to the host's queue function: who gets which
 // warning for a policy match, a junk mail and a removed attachment, what the
 // queued mail says, and that the host owns the queued file.
-#include <string>
-#include <utility>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 #include "support/plugin_host_fixture.h"
-#include "support/plugin_mail_corpus.h"
 
 namespace {
 
@@ -22,7 +16,7 @@ void ExpectContains(const std::string &text, const Texts &pieces)
 }
 
 // Admin lists skip empty items; the switches hold "yes" in that case; the
-// directions are "inbound", "outbound" or "both".
+// directions are "inbound", "outbound" or "both" (IOMail: of the removal).
 TEST_F(PluginNotifyTest, WarningsGoWhereTheSettingsSay)
 {
     const std::string secret = PluginPlainMail({}, PluginSecretBody());
@@ -39,11 +33,13 @@ TEST_F(PluginNotifyTest, WarningsGoWhereTheSettingsSay)
                         "Rule: SUBJ=IS\"*free offer*\"\r\n", "Action: Delete\r\n"};
     const Texts removal = {"Policy: Attachment Removal\r\n", "Attachment file name: setup.exe\r\n",
                            "Action: Attachment Removal (Replaced with text)\r\n"};
-    const auto removing = [](const char *sender, const char *recipient, const char *admin) {
+    const auto removing = [](const char *sender, const char *recipient, const char *admin,
+                             const char *io = "both", const char *remove = "yes") {
         return std::vector<std::pair<std::string, std::string>>{
             {"WarnSender", *sender ? "yes" : "no"}, {"IOSender", sender},
             {"WarnRecipient", *recipient ? "yes" : "no"}, {"IORecipient", recipient},
-            {"WarnAdmin", "yes"}, {"IOAdmin", admin}, {"Admin", "postmaster@corp.example"}};
+            {"WarnAdmin", "yes"}, {"IOAdmin", admin}, {"Admin", "postmaster@corp.example"},
+            {"IOMail", io}, {"RemoveAttachment", remove}};
     };
     struct Row {
         const char *section;
@@ -74,6 +70,11 @@ TEST_F(PluginNotifyTest, WarningsGoWhereTheSettingsSay)
         {"Specialized Filtering", removing("inbound", "outbound", "outbound"), exe, true,
          {recipients, admin}, removal},
         {"Specialized Filtering", removing("", "", "inbound"), exe, true, {}, {}},
+        {"Specialized Filtering", removing("both", "", "both", "inbound"), exe, true, {}, {}},
+        {"Specialized Filtering", removing("both", "", "both", "outbound"), exe, false, {}, {}},
+        {"Specialized Filtering", removing("both", "", "both", "both", "Yes"), exe, false, {}, {}},
+        {"Specialized Filtering", removing("both", "", "both", "Both", "yes please"), exe, true,
+         {sender, admin}, removal},
     };
     PluginEnvelope envelope;
     envelope.recipients = recipients;

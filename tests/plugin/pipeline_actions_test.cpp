@@ -1,23 +1,14 @@
-// What ZWEmailPluginProcess does with a mail, seen from the host: the result
-// code and record, the copies in the quarantine and archive trees, the
-// event-log records, and the temporary files left behind, for mails blocked
-// by a rule of the rule filter and for mails that matched keyword policies.
-#include <cstring>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
+// What ZWEmailPluginProcess does with a mail blocked by a rule or matched by
+// keyword policies: the result record, the copies, the event-log records and
+// the temporary files left behind.
 #include "support/plugin_host_fixture.h"
-#include "support/plugin_mail_corpus.h"
 
 namespace {
 
 using PluginActionsTest = PluginTest;
 using Files = std::vector<std::string>;
 
-// The only file below `dir` (relative to the program directory) is `bytes`,
-// directly in it, its base name beginning with "A".
+// The only file below `dir` is `bytes`, directly in it, named "A...".
 void ExpectOneCopy(const PluginInstallation &install, const std::string &dir,
                    const std::string &bytes)
 {
@@ -62,11 +53,9 @@ TEST_F(PluginActionsTest, RuleActionsDeleteQuarantineOrArchive)
         ZWMailResult result;
         std::memset(&result, 0x55, sizeof result);
         EXPECT_EQ(2, RunOnce(local, mail, &result));
-        EXPECT_EQ(1, result.blocked);
-        EXPECT_EQ(0, result.reserved);
-        EXPECT_EQ(1, result.blocked_flags[0]);
-        EXPECT_EQ(0, result.blocked_flags[1]);
-        EXPECT_EQ(row.code, result.action);
+        EXPECT_EQ(std::vector<int>({1, 0, 1, 0, row.code}),
+                  std::vector<int>({result.blocked, result.reserved, result.blocked_flags[0],
+                                    result.blocked_flags[1], result.action}));
         EXPECT_EQ(rewritten, ReadFile(mail.df));
         if (*row.tree)
             ExpectOneCopy(local, row.tree, rewritten);

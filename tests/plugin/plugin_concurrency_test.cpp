@@ -6,14 +6,9 @@
 #include <chrono>
 #include <future>
 #include <map>
-#include <string>
 #include <thread>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 #include "support/plugin_host_fixture.h"
-#include "support/plugin_mail_corpus.h"
 
 namespace {
 

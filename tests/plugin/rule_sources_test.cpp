@@ -2,14 +2,9 @@
 // sealed file "Zelto$RF.<RFVersion>" (the prefix in any case), plain import
 // files in a comma list, the vendor action of "Anti-Spam(Vendor)", the
 // administrator's rules tried first, and the sources reloaded on update.
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 #include "rules/sealed_file.h"
 #include "support/plugin_host_fixture.h"
-#include "support/plugin_mail_corpus.h"
 
 namespace {
 

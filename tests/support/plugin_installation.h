@@ -45,7 +45,6 @@ struct PluginSpoolMail {
 struct PluginEnvelope {
     std::string sender = "alice@partner.example";
     std::vector<std::string> recipients = {"bob@corp.example"};
-    std::string subject; // empty: the message's Subject header
 };
 
 class PluginInstallation {
@@ -98,9 +97,7 @@ public:
     PluginInstallation &Set(const std::string &section, const std::string &key,
                             const std::string &value)
     {
-        ini.Set(section, key, value);
-        WriteIni();
-        return *this;
+        return Set(section, {{key, value}});
     }
     PluginInstallation &Set(const std::string &section,
                             const std::vector<std::pair<std::string, std::string>> &keys)
@@ -125,7 +122,7 @@ public:
         WriteFile(Path("spamrule/spamrule.txt"), text);
     }
 
-    // AF<d><n> and DF<d><n> (<d>: I or O); the subject defaults to the message's.
+    // AF<d><n> and DF<d><n> (<d>: I or O), the subject from the message.
     PluginSpoolMail AddMail(const std::string &message, const PluginEnvelope &envelope = {},
                             bool outbound = false)
     {
@@ -137,15 +134,12 @@ public:
         af += "O" + envelope.sender + "\n";
         if (!envelope.recipients.empty())
             af += "D" + envelope.recipients.front() + "\n";
-        std::string subject = envelope.subject;
         const size_t header =
             message.compare(0, 9, "Subject: ") == 0 ? 0 : message.find("\nSubject: ");
-        if (subject.empty() && header != std::string::npos) {
+        if (header != std::string::npos) {
             const size_t at = message.find(' ', header) + 1;
-            subject = message.substr(at, message.find_first_of("\r\n", at) - at);
+            af += "S" + message.substr(at, message.find_first_of("\r\n", at) - at) + "\n";
         }
-        if (!subject.empty())
-            af += "S" + subject + "\n";
         WriteFile(mail.af, af + "R1054599164\n");
         WriteFile(mail.df, message);
         return mail;

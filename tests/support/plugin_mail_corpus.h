@@ -160,48 +160,34 @@ inline std::vector<PluginCorpusMail> PluginCorpus(size_t count, uint32_t seed)
         PluginCorpusMail::kJapanese,   PluginCorpusMail::kExecutable, PluginCorpusMail::kPlain,
         PluginCorpusMail::kAttachment, PluginCorpusMail::kJunk,       PluginCorpusMail::kConfidential};
     for (size_t i = 0; i < count; ++i) {
-        PluginCorpusMail mail;
-        mail.kind = mix[i % (sizeof mix / sizeof mix[0])];
+        const PluginCorpusMail::Kind kind = mix[i % (sizeof mix / sizeof mix[0])];
         PluginHeaders headers;
         headers.from = "user" + std::to_string(i) + "@partner.example";
-        headers.subject = "Status report " + std::to_string(i);
+        headers.subject = kind == PluginCorpusMail::kJunk ? PluginJunkSubject()
+                                                          : "Status report " + std::to_string(i);
         std::string body = PluginProse(random, 5 + static_cast<int>(random() % 40));
-        switch (mail.kind) {
-        case PluginCorpusMail::kPlain:
-            mail.text = PluginPlainMail(headers, body);
-            break;
-        case PluginCorpusMail::kAttachment:
-            mail.text = PluginMultipartMail(headers, body,
-                                            {{"report-" + std::to_string(i) + ".pdf",
-                                              "application/pdf",
-                                              PluginBinaryBytes(2000 + random() % 30000, seed + i)}})
-                            .text;
-            break;
-        case PluginCorpusMail::kExecutable:
-            mail.text = PluginMultipartMail(headers, body,
-                                            {{"setup.exe", "application/octet-stream",
-                                              PluginBinaryBytes(4000 + random() % 8000, seed + i)}})
-                            .text;
-            break;
-        case PluginCorpusMail::kJapanese:
-            headers.subject = PluginBase64(PluginConvert(u8"会議の予定について", "ISO-2022-JP"));
-            headers.subject = "=?ISO-2022-JP?B?" + headers.subject.erase(32) + "?=";
-            mail.text = PluginPlainMail(
+        if (kind == PluginCorpusMail::kConfidential)
+            body += "The " + std::string(PluginConfidentialWord()) + " numbers are not public yet.\r\n";
+        std::string text;
+        if (kind == PluginCorpusMail::kAttachment || kind == PluginCorpusMail::kExecutable) {
+            const bool exe = kind == PluginCorpusMail::kExecutable;
+            const size_t size = exe ? 4000 + random() % 8000 : 2000 + random() % 30000;
+            text = PluginMultipartMail(headers, body,
+                                       {{exe ? "setup.exe" : "report-" + std::to_string(i) + ".pdf",
+                                         exe ? "application/octet-stream" : "application/pdf",
+                                         PluginBinaryBytes(size, seed + static_cast<uint32_t>(i))}})
+                       .text;
+        } else if (kind == PluginCorpusMail::kJapanese) {
+            headers.subject = "=?ISO-2022-JP?B?GyRCMnE1RCROTT1EaiRLJEQkJCRGGyhC?="; // 会議の予定について
+            text = PluginPlainMail(
                 headers,
                 PluginConvert(u8"お疲れ様です。\r\n来週の会議の資料を送ります。\r\nよろしくお願いします。\r\n",
                               "ISO-2022-JP"),
                 "iso-2022-jp");
-            break;
-        case PluginCorpusMail::kJunk:
-            headers.subject = PluginJunkSubject();
-            mail.text = PluginPlainMail(headers, body);
-            break;
-        case PluginCorpusMail::kConfidential:
-            mail.text = PluginPlainMail(headers, body + "The " + PluginConfidentialWord() +
-                                                     " numbers are not public yet.\r\n");
-            break;
+        } else {
+            text = PluginPlainMail(headers, body);
         }
-        corpus.push_back(std::move(mail));
+        corpus.push_back({kind, text});
     }
     return corpus;
 }
