@@ -2,7 +2,6 @@
 // call, charset conversion and a directory that cannot be written.
 #include <unistd.h>
 
-#include <ctime>
 #include <regex>
 #include <string>
 #include <vector>
@@ -15,16 +14,6 @@
 
 namespace {
 
-std::string today(const char *format)
-{
-    const time_t now = time(nullptr);
-    struct tm local {};
-    localtime_r(&now, &local);
-    char text[64];
-    strftime(text, sizeof text, format, &local);
-    return text;
-}
-
 const char kHeader[] = "Daily Log, Version: 3.8_Linux_Build_1036 $Date: 12/20/2002 18:02:39";
 
 // Program directory pointed at a scratch directory for one test.
@@ -33,7 +22,7 @@ protected:
     void SetUp() override { g_t_strProgramDirectory = m_dir.path(); }
     void TearDown() override { g_t_strProgramDirectory = m_saved; }
 
-    std::string log_path() const { return m_dir.file(today("pwall.log.%Y.%m.%d")); }
+    std::string log_path() const { return m_dir.file(NotifyLocalNow("pwall.log.%Y.%m.%d")); }
     // The lines of today's log with their date and time, which may be a
     // second later than the test's, as "<stamp>".
     std::vector<std::string> log_lines() const
@@ -76,8 +65,8 @@ TEST_F(EventLogTest, HeaderOncePerDayAndAnEmailLineForMailText)
             WriteLogFile(call.first, call.second, 367, 0);
         EXPECT_EQ(log_lines(), row.lines) << row.calls[0].first;
     }
-    EXPECT_EQ(ReadFile(log_path()).substr(0, 10), today("%m/%d/%Y"));
-    EXPECT_EQ(m_dir.files(), std::vector<std::string>{today("pwall.log.%Y.%m.%d")});
+    EXPECT_EQ(ReadFile(log_path()).substr(0, 10), NotifyLocalNow("%m/%d/%Y"));
+    EXPECT_EQ(m_dir.files(), std::vector<std::string>{NotifyLocalNow("pwall.log.%Y.%m.%d")});
 }
 
 TEST_F(EventLogTest, CharsetZeroAndThreeWriteTheTextAsItIs)

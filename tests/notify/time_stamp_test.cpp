@@ -9,19 +9,11 @@
 #include <gtest/gtest.h>
 
 #include "notify/time_stamp.h"
+#include "support/notify_fixtures.h"
 
 namespace {
 
-// The local time of now as portwallTimeStamp writes it, zone aside.
-std::string local_now()
-{
-    const time_t now = time(nullptr);
-    struct tm local {};
-    localtime_r(&now, &local);
-    char text[64];
-    strftime(text, sizeof text, "%a, %d %b %Y %H:%M:%S", &local);
-    return text;
-}
+const char kFormat[] = "%a, %d %b %Y %H:%M:%S"; // the zone follows
 
 TEST(TimeStamp, LocalTimeAndZoneSuffixCutAtMaxLen)
 {
@@ -54,9 +46,9 @@ TEST(TimeStamp, LocalTimeAndZoneSuffixCutAtMaxLen)
         EXPECT_EQ(IsDST(), row.dst);
         char text[300];
         std::fill(std::begin(text), std::end(text), '#');
-        const std::string before = local_now() + row.suffix;
+        const std::string before = NotifyLocalNow(kFormat) + row.suffix;
         EXPECT_EQ(portwallTimeStamp(text, row.maxLen), 0);
-        const std::string after = local_now() + row.suffix;
+        const std::string after = NotifyLocalNow(kFormat) + row.suffix;
         const size_t length = static_cast<size_t>(row.maxLen);
         EXPECT_TRUE(before.substr(0, length) == text || after.substr(0, length) == text) << text;
         EXPECT_EQ(text[row.maxLen + 1], '#') << "wrote past maxLen + 1 bytes";

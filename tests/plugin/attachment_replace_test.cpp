@@ -1,7 +1,6 @@
 // Attachment removal through the host interface: the message file is
 // rewritten in place with a plain-text part where each picked attachment
 // was; the part header follows the host language.
-
 #include "support/plugin_host_fixture.h"
 
 namespace {
@@ -10,11 +9,6 @@ using PluginReplaceTest = PluginTest;
 
 const char kPlainHeader[] = "Content-Type: text/plain\r\nContent-Transfer-Encoding: 7bit\r\n\r\n";
 const char kDefaultText[] = "The attachment was removed.";
-
-PluginAttachment Exe(const std::string &name)
-{
-    return {name, "application/octet-stream", PluginBinaryBytes(3000, 11)};
-}
 
 // Only the picked parts are replaced. The part header names the host's
 // ISO-2022 charset; a Japanese text in the host's EUC-JP becomes ISO-2022-JP.
@@ -36,9 +30,12 @@ TEST_F(PluginReplaceTest, RewritesTheMessageByteForByte)
         {"zh_CN.GB2312", kDefaultText, kDefaultText, header("iso-2022-cn")},
         {"zh_TW.Big5", kDefaultText, kDefaultText, header("iso-2022-cn-ext")},
     };
-    const PluginAttachment pdf{"report.pdf", "application/pdf", PluginBinaryBytes(5000, 3)};
-    const PluginMessage message =
-        PluginMultipartMail({}, "Two programs and a report.", {Exe("a.exe"), pdf, Exe("b.exe")});
+    const std::string program = PluginBinaryBytes(3000, 11);
+    const PluginMessage message = PluginMultipartMail(
+        {}, "Two programs and a report.",
+        {{"a.exe", "application/octet-stream", program},
+         {"report.pdf", "application/pdf", PluginBinaryBytes(5000, 3)},
+         {"b.exe", "application/octet-stream", program}});
     for (const Row &row : rows) {
         SCOPED_TRACE(row.language + (" " + row.text));
         PluginInstallation local;
@@ -47,8 +44,7 @@ TEST_F(PluginReplaceTest, RewritesTheMessageByteForByte)
         PluginSpoolMail mail = local.AddMail(message.text);
         ZWMailResult result{};
         EXPECT_EQ(0, RunOnce(local, mail, &result));
-        EXPECT_EQ(4, result.action);
-        EXPECT_EQ(0, result.blocked);
+        EXPECT_EQ(PluginVerdict(4, 0), PluginVerdict(result.action, result.blocked));
         std::string expected = message.text;
         for (const int i : {2, 0}) { // from the end, so that the ranges stay
             const auto range = message.attachmentRanges[i];
@@ -60,7 +56,6 @@ TEST_F(PluginReplaceTest, RewritesTheMessageByteForByte)
         EXPECT_EQ(expected, ReadFile(mail.df));
         EXPECT_EQ(std::vector<std::string>{}, local.Files("tempdir"));
         EXPECT_EQ(std::vector<std::string>{}, local.Files("Quarantine")); // Quarantine=no
-        // One event-log record per removed attachment.
         const std::vector<PluginEvent> events = PluginEvents(local.EventLog());
         ASSERT_EQ(4u, events.size()) << local.EventLog(); // with the start and the stop
         for (const int i : {1, 2}) {

@@ -1,6 +1,6 @@
-// A complete plug-in installation in a scratch directory for the end-to-end
-// tests: <root>/Plug-Ins/OV/ with contscan.ini (the keys of `ini`),
-// CsConfig.dat and the rule files, and a spool <root>/spool for AF/DF pairs.
+// A plug-in installation in a scratch directory for the end-to-end tests:
+// <root>/Plug-Ins/OV/ with contscan.ini (the keys of `ini`; defaults where
+// not given), CsConfig.dat, the rule files, and <root>/spool for AF/DF pairs.
 // Rules: "Free offers" deletes junk subjects, "Big mails" quarantines; the
 // policies "Confidential" (quarantine) and "Japanese" (archive); *.exe
 // attachments are replaced in both directions.
@@ -52,18 +52,10 @@ public:
     PluginInstallation()
     {
         const char *defaults[][3] = {
-            {"Content Filter", "HostLanguage", "C"},
-            {"Content Filter", "DebugLog", "no"},
             {"Content Filter", "NotificationSender", "postmaster@corp.example"},
             {"Content Filter", "UserSubject", "Mail blocked"},
-            {"Content Filter", "DeleteTempFile", "yes"},
-            {"Advanced Options", "QuarantineDirectory", "Quarantine"},
-            {"Advanced Options", "ArchiveDirectory", "Archive"},
             {"Specialized Filtering", "RemoveAttachment", "yes"},
-            {"Specialized Filtering", "IOMail", "both"},
-            {"Specialized Filtering", "Quarantine", "no"},
             {"Specialized Filtering", "ReplaceText", "The attachment was removed."},
-            {"Anti-Spam", "WarningAdmin", "no"},
             {"Confidential", "Action", "Quarantine"},
             {"Japanese", "Action", "Archive"}};
         for (const auto &key : defaults)
