@@ -43,8 +43,7 @@ TEST_F(PluginFaultTest, UnusableFilesAndCallRecordsAreRefused)
     EXPECT_EQ(Files{}, install.Files("Quarantine")); // no filter ran
     EXPECT_EQ(Files{}, install.Files("tempdir"));
 
-    // Null records, a path filling the whole field without a terminator, an
-    // empty path, a directory, a one-letter name; then the plug-in still works.
+    // Null records, an unterminated, empty, directory or one-letter path.
     PluginSpoolMail mail = install.AddMail(PluginPlainMail({}, "hi"));
     ZWHostCall call = PluginCall(mail.af);
     ZWMailResult result{};
@@ -101,8 +100,7 @@ TEST_F(PluginFaultTest, DataFileChangingUnderTheMail)
 }
 
 // The report names the copy and the rule or policy that acted. With a plain
-// file where the copy directories should be, it has the copy fault instead,
-// the mail stays as it was and nobody is told of the attachment.
+// file for the copy directories: the copy fault, the mail as it was, no warning.
 TEST_F(PluginFaultTest, ReportNamesTheCopyOrItsFault)
 {
     const std::string blocker = install.root() + "/not-a-directory";

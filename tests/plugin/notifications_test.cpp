@@ -1,6 +1,5 @@
 // Notification mails handed to the host's queue function: who gets which
-// warning for a policy match, a junk mail and a removed attachment, what the
-// queued mail says, and that the host owns the queued file.
+// warning for a policy match, a junk mail and a removed attachment.
 
 #include "support/plugin_host_fixture.h"
 

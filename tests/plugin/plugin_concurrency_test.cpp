@@ -1,7 +1,6 @@
 // The plug-in under several host threads at once (run under ThreadSanitizer
-// in CI): mails of every kind processed in parallel while another thread
-// reloads the settings over and over, and update and cleanup waiting for a
-// mail held inside.
+// in CI): mails processed while the settings reload, update and cleanup
+// waiting for a mail held inside.
 #include <atomic>
 #include <chrono>
 #include <future>
@@ -71,9 +70,8 @@ TEST_F(PluginConcurrencyTest, MailsGetTheirVerdictsWhileSettingsReload)
               install.Files("Quarantine/Confidential").size());
 }
 
-// Update and cleanup wait for the mail in progress (held in the queue
-// function), which finishes with its verdict under the settings it started
-// with.
+// The mail in progress (held in the queue function) keeps the settings it
+// started with.
 TEST_F(PluginConcurrencyTest, UpdateAndCleanupWaitForMailsInProgress)
 {
     install.Set("Confidential", "WarningSender", "yes");

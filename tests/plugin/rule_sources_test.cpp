@@ -1,7 +1,6 @@
-// The rule sources named by "RuleFile" of section "Anti-Spam": the vendor's
-// sealed file "Zelto$RF.<RFVersion>" (the prefix in any case), plain import
-// files in a comma list, the vendor action of "Anti-Spam(Vendor)", the
-// administrator's rules tried first, and the sources reloaded on update.
+// The rule sources named by "RuleFile" of "Anti-Spam": the sealed file
+// "Zelto$RF.<RFVersion>" (the prefix in any case), import files in a comma
+// list, the action of "Anti-Spam(Vendor)", the administrator's rules first.
 
 #include "rules/sealed_file.h"
 #include "support/plugin_host_fixture.h"
