@@ -50,10 +50,8 @@ TEST_F(EventLogTest, HeaderOncePerDayAndAnEmailLineForMailText)
         std::vector<std::pair<const char *, const char *>> calls;
         std::vector<std::string> lines;
     } rows[] = {
-        {nullptr,
-         {{"PLUG-IN STARTED BY /opt/gw/Plug-Ins/OV/", nullptr}, {"blocked", "Inbound\\a@x\\Hi"}},
-         {header, "<stamp>PLUG-IN STARTED BY /opt/gw/Plug-Ins/OV/", "<stamp>blocked",
-          "EMAIL\\<stamp>\\Inbound\\a@x\\Hi"}},
+        {nullptr, {{"STARTED", nullptr}, {"blocked", "Inbound\\a@x\\Hi"}},
+         {header, "<stamp>STARTED", "<stamp>blocked", "EMAIL\\<stamp>\\Inbound\\a@x\\Hi"}},
         {"earlier line\n", {{"event", nullptr}}, {"earlier line", "<stamp>event"}},
         {nullptr, {{"empty mail text", ""}}, {header, "<stamp>empty mail text", "EMAIL\\<stamp>\\"}},
     };

@@ -1,6 +1,10 @@
 // Notification mails captured by a test queue function: the queue record,
-// recipients, headers, body lines, attachment types and Japanese texts.
+// recipients, headers, body lines, attachment types, Japanese texts and the
+// time stamp of the Date header.
+#include <algorithm>
+#include <cstdlib>
 #include <ctime>
+#include <iterator>
 #include <regex>
 #include <string>
 #include <vector>
@@ -11,6 +15,7 @@
 #include "mail/temp_dir.h"
 #include "notify/notification.h"
 #include "notify/notify_globals.h"
+#include "notify/time_stamp.h"
 #include "support/notify_fixtures.h"
 
 namespace {
@@ -201,6 +206,54 @@ TEST_F(NotificationTest, JapaneseSubjectAndTexts)
         EXPECT_NE(mail.find(piece), std::string::npos) << piece << "\n" << mail;
     for (unsigned char c : mail)
         ASSERT_LT(c, 0x80) << "the whole mail is 7-bit";
+}
+
+// portwallTimeStamp, the Date header, and IsDST in several zones (POSIX TZ
+// strings, so no zone database is needed; ",0/0,J365/25" keeps daylight
+// saving in force all year).
+const char kFormat[] = "%a, %d %b %Y %H:%M:%S"; // the zone follows
+
+TEST(TimeStamp, LocalTimeAndZoneSuffixCutAtMaxLen)
+{
+    const struct {
+        const char *zone;
+        bool dst;
+        std::string suffix;
+        int maxLen;
+    } rows[] = {
+        {"EST5", false, " -0500", 255},               // five hours west
+        {"EST5EDT,0/0,J365/25", true, " -0400", 255}, // the same with daylight saving
+        {"JST-9", false, " +0900", 255},
+        {"CET-1CEST,0/0,J365/25", true, " +0200", 255}, // east: one hour more
+        {"IST-5:30", false, " +0500", 255},             // the half hour is not shown
+        {"NST3:30NDT,0/0,J365/25", true, " -0200", 255},
+        {"UTC0", false, " -0000", 255},
+        // At UTC with daylight saving the hour count 0 - 1 wraps through the
+        // unsigned field.
+        {"GMT0BST,0/0,J365/25", true, " -429496729500", 255},
+        {"EST5", false, " -0500", 0},  {"EST5", false, " -0500", 1},
+        {"EST5", false, " -0500", 5},  {"EST5", false, " -0500", 16},
+        {"EST5", false, " -0500", 25}, {"EST5", false, " -0500", 31},
+    };
+    const char *zone = std::getenv("TZ");
+    const std::string savedZone = zone ? zone : "";
+    for (const auto &row : rows) {
+        SCOPED_TRACE(std::string(row.zone) + " " + std::to_string(row.maxLen));
+        setenv("TZ", row.zone, 1);
+        tzset();
+        EXPECT_EQ(IsDST(), row.dst);
+        char text[300];
+        std::fill(std::begin(text), std::end(text), '#');
+        const std::string before = NotifyLocalNow(kFormat) + row.suffix;
+        EXPECT_EQ(portwallTimeStamp(text, row.maxLen), 0);
+        const std::string after = NotifyLocalNow(kFormat) + row.suffix;
+        const size_t length = static_cast<size_t>(row.maxLen);
+        EXPECT_TRUE(before.substr(0, length) == text || after.substr(0, length) == text) << text;
+        EXPECT_EQ(text[row.maxLen + 1], '#') << "wrote past maxLen + 1 bytes";
+    }
+    EXPECT_EQ(portwallTimeStamp(nullptr, 10), 0);
+    zone ? setenv("TZ", savedZone.c_str(), 1) : unsetenv("TZ");
+    tzset();
 }
 
 } // namespace

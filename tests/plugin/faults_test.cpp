@@ -185,9 +185,8 @@ TEST_F(PluginFaultTest, FullDisks)
         PluginSpoolMail mail = install.AddMail(row.message);
         Start();
         disk.Fill(row.message == big ? 16384 : 0);
-        ZWMailResult result{};
         OVMailReport report{};
-        Run(mail, &result, &report);
+        Run(mail, nullptr, &report);
         EXPECT_EQ(row.faults, report.faults);
         EXPECT_TRUE(row.message == ReadFile(mail.df)); // unchanged, byte for byte
         EXPECT_STREQ("", report.copy_path);

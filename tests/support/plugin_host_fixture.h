@@ -1,8 +1,7 @@
 // The test host of the plug-in's end-to-end tests: the built libov.so driven
 // through PluginHost, a queue function that captures the notification mails,
-// and a runner for checks that must happen in a child process (a plug-in left
-// wedged, another user id). The plug-in keeps process-wide state: each test
-// starts and stops it itself.
+// and a runner for checks in a child process (a plug-in left wedged, another
+// user id). Each test starts and stops the plug-in itself.
 #pragma once
 
 #include <sys/wait.h>
@@ -32,8 +31,7 @@ struct PluginQueuedMail {
 
 // The capture behind the queue function. A hook, set until cleared, runs
 // inside the plug-in's call after each capture, while the mail is in progress.
-class PluginQueue {
-public:
+struct PluginQueue {
     using Hook = std::function<void(const PluginQueuedMail &)>;
     static int Enqueue(ZWEnqueRecord *record)
     {
@@ -66,8 +64,6 @@ public:
         std::lock_guard<std::mutex> guard(s_mutex);
         s_hook = std::move(hook);
     }
-
-private:
     static inline std::mutex s_mutex;
     static inline std::vector<PluginQueuedMail> s_mails;
     static inline Hook s_hook;

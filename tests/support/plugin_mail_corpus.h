@@ -18,14 +18,12 @@ struct PluginHeaders {
 };
 
 struct PluginAttachment {
-    std::string name;
-    std::string type;
-    std::string bytes;
+    std::string name, type, bytes;
 };
 
 struct PluginMessage {
     std::string text; // CR LF line ends
-    // Each attachment part: [after its boundary line, the next boundary line)
+    // Each attachment part, from after its boundary line to the next one
     std::vector<std::pair<size_t, size_t>> attachmentRanges;
 };
 
