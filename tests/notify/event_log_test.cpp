@@ -23,8 +23,7 @@ protected:
     void TearDown() override { g_t_strProgramDirectory = m_saved; }
 
     std::string log_path() const { return m_dir.file(NotifyLocalNow("pwall.log.%Y.%m.%d")); }
-    // The lines of today's log with their date and time, which may be a
-    // second later than the test's, as "<stamp>".
+    // Today's log lines, their date and time (maybe a second later) as "<stamp>".
     std::vector<std::string> log_lines() const
     {
         static const std::regex eventStamp(R"(^\d\d/\d\d/\d{4} \d\d:\d\d:\d\d CONTENT_MANAGEMENT\[)" +
@@ -42,8 +41,17 @@ protected:
     const t_string m_saved = g_t_strProgramDirectory;
 };
 
+// A directory that cannot be written is skipped silently.
 TEST_F(EventLogTest, HeaderOncePerDayAndAnEmailLineForMailText)
 {
+    WriteFile(m_dir.file("plainfile"), "x");
+    for (const std::string &dir : {m_dir.file("missing/"), m_dir.file("plainfile/")}) {
+        g_t_strProgramDirectory = dir;
+        WriteLogFile("lost", "lost too", 367, 2);
+    }
+    g_t_strProgramDirectory = m_dir.path();
+    WriteLogFile(nullptr, "no event text", 367, 0);
+    EXPECT_EQ(m_dir.files(), std::vector<std::string>{"plainfile"});
     const std::string header = std::string("<stamp>") + kHeader;
     const struct {
         const char *existing; // the day file before the calls, or null
@@ -64,7 +72,8 @@ TEST_F(EventLogTest, HeaderOncePerDayAndAnEmailLineForMailText)
         EXPECT_EQ(log_lines(), row.lines) << row.calls[0].first;
     }
     EXPECT_EQ(ReadFile(log_path()).substr(0, 10), NotifyLocalNow("%m/%d/%Y"));
-    EXPECT_EQ(m_dir.files(), std::vector<std::string>{NotifyLocalNow("pwall.log.%Y.%m.%d")});
+    EXPECT_EQ(m_dir.files(),
+              (std::vector<std::string>{"plainfile", NotifyLocalNow("pwall.log.%Y.%m.%d")}));
 }
 
 TEST_F(EventLogTest, CharsetZeroAndThreeWriteTheTextAsItIs)
@@ -85,18 +94,6 @@ TEST_F(EventLogTest, CharsetZeroAndThreeWriteTheTextAsItIs)
                                                          "EMAIL\\<stamp>\\" + row.logged}))
             << row.charset << " " << row.text;
     }
-}
-
-TEST_F(EventLogTest, UnwritableDirectoryIsSkippedSilently)
-{
-    WriteFile(m_dir.file("plainfile"), "x");
-    for (const std::string &dir : {m_dir.file("missing/"), m_dir.file("plainfile/")}) {
-        g_t_strProgramDirectory = dir;
-        WriteLogFile("lost", "lost too", 367, 2);
-    }
-    g_t_strProgramDirectory = m_dir.path();
-    WriteLogFile(nullptr, "no event text", 367, 0);
-    EXPECT_EQ(m_dir.files(), std::vector<std::string>{"plainfile"});
 }
 
 } // namespace

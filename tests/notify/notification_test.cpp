@@ -1,10 +1,9 @@
 // Notification mails captured by a test queue function: the queue record,
 // recipients, headers, body lines, attachment types, Japanese texts and the
 // time stamp of the Date header.
-#include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
-#include <iterator>
 #include <regex>
 #include <string>
 #include <vector>
@@ -20,8 +19,7 @@
 
 namespace {
 
-// What the host's queue received: the record's fixed fields in one line,
-// the recipients, the file and the mail in it.
+// What the host's queue received (the record's fixed fields in one line).
 struct Queued {
     int calls = 0;
     std::string record, path, mail;
@@ -42,7 +40,6 @@ int capture_queue(ZWEnqueRecord *record)
     return 0;
 }
 
-// The arguments of one notification; tests change what they need.
 struct Args {
     const char *to = "admin@gw.example", *message = "Please check your mail.";
     std::string blocked; // empty: null
@@ -228,8 +225,7 @@ TEST(TimeStamp, LocalTimeAndZoneSuffixCutAtMaxLen)
         {"IST-5:30", false, " +0500", 255},             // the half hour is not shown
         {"NST3:30NDT,0/0,J365/25", true, " -0200", 255},
         {"UTC0", false, " -0000", 255},
-        // At UTC with daylight saving the hour count 0 - 1 wraps through the
-        // unsigned field.
+        // At UTC with daylight saving the hour 0 - 1 wraps through an unsigned field.
         {"GMT0BST,0/0,J365/25", true, " -429496729500", 255},
         {"EST5", false, " -0500", 0},  {"EST5", false, " -0500", 1},
         {"EST5", false, " -0500", 5},  {"EST5", false, " -0500", 16},
@@ -243,7 +239,7 @@ TEST(TimeStamp, LocalTimeAndZoneSuffixCutAtMaxLen)
         tzset();
         EXPECT_EQ(IsDST(), row.dst);
         char text[300];
-        std::fill(std::begin(text), std::end(text), '#');
+        std::memset(text, '#', sizeof text);
         const std::string before = NotifyLocalNow(kFormat) + row.suffix;
         EXPECT_EQ(portwallTimeStamp(text, row.maxLen), 0);
         const std::string after = NotifyLocalNow(kFormat) + row.suffix;

@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <memory>
 #include <thread>
 
 #include "support/plugin_host_fixture.h"
@@ -127,12 +126,11 @@ TEST_F(PluginLifecycleTest, RefusesUnusableRoots)
     std::vector<std::pair<std::string, const char *>> rows = {
         {"", nullptr}, {"", ""}, {"/", "/"}, {" / /  ", " / /  "}, {"\n", "\n"},
         {missing, missing.c_str()}};
-    std::vector<std::unique_ptr<PluginInstallation>> partial;
-    for (const char *file :
-         {"contscan.ini", "CsConfig.dat", "spamrule/spamrule.txt", "spamrule/SFRule.txt"}) {
-        partial.push_back(std::make_unique<PluginInstallation>());
-        std::remove(partial.back()->Path(file).c_str());
-        rows.emplace_back(partial.back()->root(), partial.back()->root().c_str());
+    PluginInstallation partial[4]; // each without one of its files
+    const char *files[] = {"contscan.ini", "CsConfig.dat", "spamrule/spamrule.txt", "spamrule/SFRule.txt"};
+    for (int i = 0; i < 4; ++i) {
+        std::remove(partial[i].Path(files[i]).c_str());
+        rows.emplace_back(partial[i].root(), partial[i].root().c_str());
     }
     for (const auto &row : rows) {
         SCOPED_TRACE(row.second ? row.second : "null");

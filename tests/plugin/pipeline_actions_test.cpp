@@ -20,11 +20,9 @@ void ExpectOneCopy(const PluginInstallation &install, const std::string &dir,
     EXPECT_EQ(bytes, ReadFile(install.Path(files[0])));
 }
 
-// The loader takes an action by its prefix, the scan only by its exact text:
-// what only the loader knows starts from quarantine. The attachment is
-// removed first and the copy kept is the rewritten mail; archiving keeps the
-// "replaced" action code. A junk mail is never keyword-scanned, though its
-// body matches a policy. Copy roots are relative or absolute.
+// Actions load by prefix but act by exact text (so "DELETE" quarantines). The
+// copy kept is the rewritten mail; archiving keeps the "replaced" code; junk
+// is never keyword-scanned; copy roots are relative or absolute.
 TEST_F(PluginActionsTest, RuleActionsDeleteQuarantineOrArchive)
 {
     struct Row {
@@ -252,8 +250,7 @@ TEST_F(PluginActionsTest, WarningsGoWhereTheSettingsSay)
                 EXPECT_NE(std::string::npos, queued[i].text.find(piece)) << piece << "\n" << queued[i].text;
             EXPECT_EQ(row.message == junk, queued[i].text.find("Rule: ") != std::string::npos);
         }
-        // The queued files belonged to the host, which removed them.
-        EXPECT_EQ(Strings{}, local.Files("tempdir"));
+        EXPECT_EQ(Strings{}, local.Files("tempdir")); // the host removed the queued files
     }
 }
 

@@ -21,7 +21,6 @@ TEST_F(PluginConcurrencyTest, MailsGetTheirVerdictsWhileSettingsReload)
     std::vector<PluginSpoolMail> mails;
     for (size_t i = 0; i < corpus.size(); ++i)
         mails.push_back(install.AddMail(corpus[i].text, {}, i % 4 == 3));
-    // Result code and action code of each kind of mail.
     const std::map<int, PluginVerdict> expected = {{PluginCorpusMail::kExecutable, {0, 4}},
                                                    {PluginCorpusMail::kJapanese, {0, 3}},
                                                    {PluginCorpusMail::kJunk, {2, 1}},

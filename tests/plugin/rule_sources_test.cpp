@@ -66,8 +66,7 @@ TEST_F(PluginRuleSourceTest, VendorSourcesAndTheirAction)
             ASSERT_EQ(0, plugin().command("update"));
         }
         EXPECT_EQ(0, plugin().cleanup());
-        // sealed rules are unpacked in the temporary directory, never left there
-        EXPECT_EQ(std::vector<std::string>{}, local.Files("tempdir"));
+        EXPECT_EQ(std::vector<std::string>{}, local.Files("tempdir")); // sealed rules unpacked there
     }
 }
 

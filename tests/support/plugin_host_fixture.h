@@ -21,12 +21,10 @@
 #include "support/plugin_installation.h"
 #include "tools/hostkit/plugin_host.h"
 
-// One notification mail as the host's queue received it (and deleted, as a
-// gateway does).
+// A notification mail as the host's queue received (and deleted) it.
 struct PluginQueuedMail {
-    std::string from;
+    std::string from, text;
     std::vector<std::string> recipients;
-    std::string text;
 };
 
 // The capture behind the queue function. A hook, set until cleared, runs
@@ -37,12 +35,11 @@ struct PluginQueue {
     {
         if (!record)
             return -1;
-        PluginQueuedMail mail{record->from ? record->from : "", {}, ""};
+        const std::string path = record->path ? record->path : "";
+        PluginQueuedMail mail{record->from ? record->from : "", ReadFile(path), {}};
+        std::remove(path.c_str());
         for (char **to = record->recipients; to && *to; ++to)
             mail.recipients.push_back(*to);
-        const std::string path = record->path ? record->path : "";
-        mail.text = ReadFile(path);
-        std::remove(path.c_str());
         Hook hook;
         {
             std::lock_guard<std::mutex> guard(s_mutex);
@@ -53,7 +50,6 @@ struct PluginQueue {
             hook(mail);
         return 0;
     }
-    // The mails queued since the last Take, in queue order.
     static std::vector<PluginQueuedMail> Take()
     {
         std::lock_guard<std::mutex> guard(s_mutex);
@@ -97,8 +93,7 @@ inline int PluginRunInChild(const std::function<int()> &body, int timeoutSeconds
 }
 
 #ifdef OV_LIBOV_PATH
-// Result code and action code of one mail.
-using PluginVerdict = std::pair<int, int>;
+using PluginVerdict = std::pair<int, int>; // result code, action code
 
 // The fixture of the end-to-end tests: its own installation, the library of
 // this build (loaded once for the whole program), and a stop of the plug-in
@@ -126,8 +121,7 @@ protected:
     static const std::string &LoadError()
     {
         static std::string error;
-        static const bool loaded = plugin().load(OV_LIBOV_PATH, &error);
-        (void)loaded;
+        [[maybe_unused]] static const bool loaded = plugin().load(OV_LIBOV_PATH, &error);
         return error;
     }
 

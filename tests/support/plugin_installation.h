@@ -160,28 +160,24 @@ private:
     int m_mails = 0;
 };
 
-// One event of the event log: the text after "CONTENT_MANAGEMENT[<pid>]: "
-// and, when an "EMAIL\<date> <time>\<record>" line follows, its record.
+// An event of the log (the text after "CONTENT_MANAGEMENT[<pid>]: ") and
+// the record of the "EMAIL\<date> <time>\<record>" line after it.
 struct PluginEvent {
     std::string text;
     std::string record;
 };
 
-// The events of a log, without the "Daily Log" header lines.
+// The events of a log, the "Daily Log" headers left out.
 inline std::vector<PluginEvent> PluginEvents(const std::string &log)
 {
     std::vector<PluginEvent> events;
     for (const std::string &line : SplitLines(log)) {
         const size_t mark = line.find("]: ");
-        if (line.rfind("EMAIL\\", 0) == 0) {
-            const size_t stamp = line.find('\\', 6);
-            if (!events.empty() && stamp != std::string::npos)
-                events.back().record = line.substr(stamp + 1);
-        } else if (mark != std::string::npos &&
-                   line.find("CONTENT_MANAGEMENT[") != std::string::npos &&
-                   line.compare(mark + 3, 10, "Daily Log,") != 0) {
+        if (line.rfind("EMAIL\\", 0) == 0 && !events.empty())
+            events.back().record = line.substr(line.find('\\', 6) + 1); // after the stamp
+        else if (mark != std::string::npos && line.find("CONTENT_MANAGEMENT[") != std::string::npos &&
+                 line.compare(mark + 3, 10, "Daily Log,") != 0)
             events.push_back({line.substr(mark + 3), ""});
-        }
     }
     return events;
 }

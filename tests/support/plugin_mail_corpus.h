@@ -27,12 +27,11 @@ struct PluginMessage {
     std::vector<std::pair<size_t, size_t>> attachmentRanges;
 };
 
-// Converts text with glibc's iconv (from UTF-8 unless told); empty on failure.
-inline std::string PluginConvert(const std::string &utf8, const char *charset,
-                                 const char *from = "UTF-8")
+// UTF-8 text in another charset with glibc's iconv; empty on failure.
+inline std::string PluginConvert(const std::string &utf8, const char *charset)
 {
     std::string out;
-    return IconvText(utf8, from, charset, &out) ? out : "";
+    return IconvText(utf8, "UTF-8", charset, &out) ? out : "";
 }
 
 // Base64 in lines of 76 characters, each ended by CR LF.
