@@ -1,6 +1,8 @@
-// Notification mails captured by a test queue function: the queue record and
-// its recipients, the headers, the body lines, Japanese texts, the three
-// attachment types and a blocked file that is missing.
+// Notification mails captured by a test queue function: the queue record,
+// recipients, headers, body lines, attachment types, Japanese texts and the
+// time stamp of the Date header.
+#include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <regex>
 #include <string>
@@ -12,12 +14,12 @@
 #include "mail/temp_dir.h"
 #include "notify/notification.h"
 #include "notify/notify_globals.h"
+#include "notify/time_stamp.h"
 #include "support/notify_fixtures.h"
 
 namespace {
 
-// What the host's queue received: the record's fixed fields in one line,
-// the recipients, the file and the mail in it.
+// What the host's queue received (the record's fixed fields in one line).
 struct Queued {
     int calls = 0;
     std::string record, path, mail;
@@ -38,7 +40,6 @@ int capture_queue(ZWEnqueRecord *record)
     return 0;
 }
 
-// The arguments of one notification; tests change what they need.
 struct Args {
     const char *to = "admin@gw.example", *message = "Please check your mail.";
     std::string blocked; // empty: null
@@ -51,7 +52,7 @@ const char kBlockedMail[] = "Received: from mx.x.example\r\nFrom: alice@x.exampl
                             "Subject: =?ISO-2022-JP?B?GyRCN29MPiVGJTklSBsoQg==?=\r\n"
                             "X-Other: =?UTF-8?B?w6k=?=\r\n\r\nThe body.\r\n";
 const std::string kTail = "******************* End of message *********************\r\n\r\n";
-const std::string kClose = "_B78506032.R82506026--\r\n";
+const std::string kClose = "_B78506032.R82506026--\r\n"; // the closing boundary's end
 
 class NotificationTest : public ::testing::Test {
 protected:
@@ -87,7 +88,6 @@ TEST_F(NotificationTest, QueueRecordAndRecipients)
 {
     const std::string longAddress = std::string(120, 'a') + "@x.example";
     const std::pair<std::string, std::vector<std::string>> rows[] = {
-        {"admin@gw.example", {"admin@gw.example"}},
         {"admin@gw.example,boss@gw.example", {"admin@gw.example", "boss@gw.example"}},
         {"a@x.example,,b@y.example,", {"a@x.example", "b@y.example"}},
         {"a@x.example, b@y.example", {"a@x.example", " b@y.example"}},
@@ -101,16 +101,18 @@ TEST_F(NotificationTest, QueueRecordAndRecipients)
         EXPECT_EQ(g_queued.recipients, row.second) << row.first;
         EXPECT_NE(g_queued.mail.find("\r\nTo: " + row.first + "\r\n"), std::string::npos);
     }
-    EXPECT_EQ(g_queued.calls, 6);
+    EXPECT_EQ(g_queued.calls, 5);
     EXPECT_EQ(g_queued.record, "Poster flags=10");
     EXPECT_EQ(g_queued.path.rfind(m_dir.path(), 0), 0u) << g_queued.path;
-    EXPECT_EQ(m_dir.files().size(), 7u) << "the queued files stay for the host";
+    EXPECT_EQ(m_dir.files().size(), 6u) << "the queued files stay for the host";
     Enque_Mail = nullptr; // without a queue function nothing happens
     send(Args());
-    EXPECT_EQ(g_queued.calls, 6);
-    EXPECT_EQ(m_dir.files().size(), 7u);
+    EXPECT_EQ(g_queued.calls, 5);
+    EXPECT_EQ(m_dir.files().size(), 6u);
 }
 
+// The whole mail: headers, body lines and the blocked mail attached in each
+// form; a missing blocked file attaches nothing.
 TEST_F(NotificationTest, HeadersAndBodyLines)
 {
     const std::string head =
@@ -118,21 +120,39 @@ TEST_F(NotificationTest, HeadersAndBodyLines)
         "The following mail was blocked since it contains sensitive content.\r\n\r\n"
         "Source mailbox: alice@x.example\r\nDestination mailbox(es): bob@y.example\r\n"
         "Policy: Confidential\r\n";
-    // Without an attachment, or when the blocked file is missing, the mail
-    // ends after its text part.
+    const std::string action = "Action: Quarantine\r\n\r\n", part = "Content-Type: text/plain;\r\n\t";
+    const std::string headerLines = "Received: from mx.x.example\r\nFrom: alice@x.example\r\n";
     const struct {
         const char *rule, *attachment, *message;
         NOTIFY_TYPE type;
-        std::string middle;
+        std::string middle, attached = ""; // attached: the blocked mail's part, "" missing
+        int kanji = CHARSET_EUC, language = LANG_JAPANESE;
     } rows[] = {
-        {nullptr, nullptr, "", NOTIFY_NONE, "Action: Quarantine\r\n\r\n"},
+        {nullptr, nullptr, "", NOTIFY_NONE, action},
         {"subject contains \"offer\"", "price.xls", "Call the help desk.", NOTIFY_NONE,
          "Rule: subject contains \"offer\"\r\nAttachment file name: price.xls\r\n"
          "Action: Quarantine\r\n\r\nCall the help desk.\r\n\r\n"},
-        {"", nullptr, nullptr, NOTIFY_NONE, "Action: Quarantine\r\n\r\n"},
-        {nullptr, nullptr, "", NOTIFY_HEADER, "Action: Quarantine\r\n\r\n"},
-        {nullptr, nullptr, "", NOTIFY_MESSAGE, "Action: Quarantine\r\n\r\n"},
-        {nullptr, nullptr, "", NOTIFY_MESSAGE_TEXT, "Action: Quarantine\r\n\r\n"},
+        {"", nullptr, nullptr, NOTIFY_NONE, action},
+        {nullptr, nullptr, "", NOTIFY_HEADER, action},
+        {nullptr, nullptr, "", NOTIFY_MESSAGE, action},
+        {nullptr, nullptr, "", NOTIFY_MESSAGE_TEXT, action},
+        {nullptr, nullptr, "", NOTIFY_HEADER, action,
+         part + "charset=\"iso-8859-1\"\r\nContent-Transfer-Encoding: 8bit\r\n\r\n" + headerLines +
+             "Subject: \xB7\xEF\xCC\xBE\xA5\xC6\xA5\xB9\xA5\xC8\r\nX-Other: =?UTF-8?B?w6k=?=\r\n\r\n"},
+        {nullptr, nullptr, "", NOTIFY_HEADER, action,
+         part + "charset=\"shift_jis\"\r\nContent-Transfer-Encoding: 8bit\r\n\r\n" + headerLines +
+             "Subject: \x8C\x8F\x96\xBC\x83\x65\x83\x58\x83\x67\r\nX-Other: =?UTF-8?B?w6k=?=\r\n\r\n",
+         CHARSET_SJIS},
+        {nullptr, nullptr, "", NOTIFY_HEADER, action, // Japanese words stay as read
+         part + "charset=\"iso-8859-1\"\r\nContent-Transfer-Encoding: 7bit\r\n\r\n" +
+             std::string(kBlockedMail, std::string(kBlockedMail).find("\r\n\r\n") + 2) + "\r\n",
+         CHARSET_EUC, LANG_CHINESE},
+        {nullptr, nullptr, "", NOTIFY_MESSAGE, action,
+         "Content-Type: message/rfc822;\r\n\tname=\"Message\"\r\nContent-Transfer-Encoding: "
+         "7bit\r\n\r\n" + std::string(kBlockedMail) + "\r\n"},
+        {nullptr, nullptr, "", NOTIFY_MESSAGE_TEXT, action,
+         part + "name=\"Message.txt\"\r\nContent-Transfer-Encoding: 7bit\r\n\r\n" +
+             std::string(kBlockedMail) + "\r\n"},
     };
     const std::regex headers(
         "From: Poster\r\nTo: admin@gw.example\r\n"
@@ -145,19 +165,26 @@ TEST_F(NotificationTest, HeadersAndBodyLines)
         "Content-Type: text/plain;\r\n\tcharset=\"iso-8859-1\"\r\n"
         "Content-Transfer-Encoding: 7bit\r\n\r\n([\\s\\S]*)");
     for (const auto &row : rows) {
+        SCOPED_TRACE(std::to_string(row.type) + " " + row.attached);
+        _kanji = row.kanji;
+        _language = row.language;
         Args args;
         args.rule = row.rule;
         args.attachment = row.attachment;
         args.message = row.message;
         if ((args.type = row.type) != NOTIFY_NONE)
-            args.blocked = m_dir.file("DFmissing");
+            args.blocked = m_dir.file(row.attached.empty() ? "DFmissing" : "DFI1234");
         const long before = static_cast<long>(time(nullptr));
         send(args);
         std::smatch m;
         ASSERT_TRUE(std::regex_match(g_queued.mail, m, headers)) << g_queued.mail;
         const long stamp = std::stol(m[1]);
         EXPECT_TRUE(stamp >= before && stamp <= static_cast<long>(time(nullptr)));
-        EXPECT_EQ(m[2].str(), head + row.middle + kTail);
+        const std::string boundary = "------=_NextPart_000_" + m[1].str() + kClose;
+        EXPECT_EQ(m[2].str(), head + row.middle + kTail +
+                                  (row.attached.empty() ? ""
+                                                        : boundary.substr(0, boundary.size() - 4) +
+                                                              "\r\n" + row.attached + boundary));
     }
 }
 
@@ -169,64 +196,60 @@ TEST_F(NotificationTest, JapaneseSubjectAndTexts)
     args.attachment = "\xC5\xBA\xC9\xD5.doc";         // "attached.doc"
     send(args);
     const std::string &mail = g_queued.mail;
-    EXPECT_NE(mail.find("\r\nSubject: =?ISO-2022-JP?B?GyRCN1k5cBsoQg==?= "
-                        "(=?ISO-2022-JP?B?GyRCJV0laiU3ITwbKEI=?=)\r\n"), std::string::npos) << mail;
-    EXPECT_NE(mail.find("\tcharset=\"iso-2022-jp\"\r\n"), std::string::npos);
-    EXPECT_NE(mail.find("Policy: \x1B$B%]%j%7!<\x1B(B\r\n"), std::string::npos);
-    EXPECT_NE(mail.find("Attachment file name: \x1B$BE:IU\x1B(B.doc\r\n"), std::string::npos);
+    for (const char *piece : {"\r\nSubject: =?ISO-2022-JP?B?GyRCN1k5cBsoQg==?= "
+                              "(=?ISO-2022-JP?B?GyRCJV0laiU3ITwbKEI=?=)\r\n",
+                              "\tcharset=\"iso-2022-jp\"\r\n", "Policy: \x1B$B%]%j%7!<\x1B(B\r\n",
+                              "Attachment file name: \x1B$BE:IU\x1B(B.doc\r\n"})
+        EXPECT_NE(mail.find(piece), std::string::npos) << piece << "\n" << mail;
     for (unsigned char c : mail)
         ASSERT_LT(c, 0x80) << "the whole mail is 7-bit";
 }
 
-TEST_F(NotificationTest, AttachmentTypes)
+// portwallTimeStamp, the Date header, and IsDST in several zones (POSIX TZ
+// strings, so no zone database is needed; ",0/0,J365/25" keeps daylight
+// saving in force all year).
+const char kFormat[] = "%a, %d %b %Y %H:%M:%S"; // the zone follows
+
+TEST(TimeStamp, LocalTimeAndZoneSuffixCutAtMaxLen)
 {
-    const std::string part = "Content-Type: text/plain;\r\n\tcharset=";
-    const std::string headerLines = "Received: from mx.x.example\r\nFrom: alice@x.example\r\n";
     const struct {
-        NOTIFY_TYPE type;
-        int kanji, language;
-        std::string partHead; // from the part's Content-Type on
-        std::string content;  // what follows the part's empty line
+        const char *zone;
+        bool dst;
+        std::string suffix;
+        int maxLen;
     } rows[] = {
-        {NOTIFY_HEADER, CHARSET_EUC, LANG_JAPANESE,
-         part + "\"iso-8859-1\"\r\nContent-Transfer-Encoding: 8bit\r\n",
-         headerLines + "Subject: \xB7\xEF\xCC\xBE\xA5\xC6\xA5\xB9\xA5\xC8\r\n"
-                       "X-Other: =?UTF-8?B?w6k=?=\r\n\r\n"},
-        {NOTIFY_HEADER, CHARSET_SJIS, LANG_JAPANESE,
-         part + "\"shift_jis\"\r\nContent-Transfer-Encoding: 8bit\r\n",
-         headerLines + "Subject: \x8C\x8F\x96\xBC\x83\x65\x83\x58\x83\x67\r\n"
-                       "X-Other: =?UTF-8?B?w6k=?=\r\n\r\n"},
-        {NOTIFY_HEADER, CHARSET_EUC, LANG_CHINESE, // Japanese words stay as read
-         part + "\"iso-8859-1\"\r\nContent-Transfer-Encoding: 7bit\r\n",
-         std::string(kBlockedMail, std::string(kBlockedMail).find("\r\n\r\n") + 2) + "\r\n"},
-        {NOTIFY_MESSAGE, CHARSET_EUC, LANG_JAPANESE,
-         "Content-Type: message/rfc822;\r\n\tname=\"Message\"\r\nContent-Transfer-Encoding: "
-         "7bit\r\n",
-         std::string(kBlockedMail) + "\r\n"},
-        {NOTIFY_MESSAGE_TEXT, CHARSET_EUC, LANG_JAPANESE,
-         "Content-Type: text/plain;\r\n\tname=\"Message.txt\"\r\nContent-Transfer-Encoding: "
-         "7bit\r\n",
-         std::string(kBlockedMail) + "\r\n"},
+        {"EST5", false, " -0500", 255},               // five hours west
+        {"EST5EDT,0/0,J365/25", true, " -0400", 255}, // the same with daylight saving
+        {"JST-9", false, " +0900", 255},
+        {"CET-1CEST,0/0,J365/25", true, " +0200", 255}, // east: one hour more
+        {"IST-5:30", false, " +0500", 255},             // the half hour is not shown
+        {"NST3:30NDT,0/0,J365/25", true, " -0200", 255},
+        {"UTC0", false, " -0000", 255},
+        // At UTC with daylight saving the hour 0 - 1 wraps through an unsigned field.
+        {"GMT0BST,0/0,J365/25", true, " -429496729500", 255},
+        {"EST5", false, " -0500", 0},  {"EST5", false, " -0500", 1},
+        {"EST5", false, " -0500", 5},  {"EST5", false, " -0500", 16},
+        {"EST5", false, " -0500", 25}, {"EST5", false, " -0500", 31},
     };
+    const char *zone = std::getenv("TZ");
+    const std::string savedZone = zone ? zone : "";
     for (const auto &row : rows) {
-        _kanji = row.kanji;
-        _language = row.language;
-        Args args;
-        args.type = row.type;
-        args.blocked = m_dir.file("DFI1234");
-        send(args);
-        const std::string &mail = g_queued.mail;
-        const size_t boundary = mail.find("\r\n--", mail.find("End of message"));
-        ASSERT_NE(boundary, std::string::npos) << row.type;
-        const size_t head = mail.find("\r\n", boundary + 2) + 2;
-        const size_t body = mail.find("\r\n\r\n", head) + 4;
-        EXPECT_EQ(mail.substr(head, body - 2 - head), row.partHead) << row.type;
-        const size_t close = mail.rfind("\r\n------=_NextPart_000_");
-        ASSERT_GE(close + 2, body);
-        EXPECT_EQ(mail.substr(body, close + 2 - body), row.content) << row.type;
-        EXPECT_EQ(mail.substr(close + 2, 21) + mail.substr(mail.size() - kClose.size()),
-                  "------=_NextPart_000_" + kClose);
+        SCOPED_TRACE(std::string(row.zone) + " " + std::to_string(row.maxLen));
+        setenv("TZ", row.zone, 1);
+        tzset();
+        EXPECT_EQ(IsDST(), row.dst);
+        char text[300];
+        std::memset(text, '#', sizeof text);
+        const std::string before = NotifyLocalNow(kFormat) + row.suffix;
+        EXPECT_EQ(portwallTimeStamp(text, row.maxLen), 0);
+        const std::string after = NotifyLocalNow(kFormat) + row.suffix;
+        const size_t length = static_cast<size_t>(row.maxLen);
+        EXPECT_TRUE(before.substr(0, length) == text || after.substr(0, length) == text) << text;
+        EXPECT_EQ(text[row.maxLen + 1], '#') << "wrote past maxLen + 1 bytes";
     }
+    EXPECT_EQ(portwallTimeStamp(nullptr, 10), 0);
+    zone ? setenv("TZ", savedZone.c_str(), 1) : unsetenv("TZ");
+    tzset();
 }
 
 } // namespace

@@ -1,38 +1,28 @@
-// What ZWEmailPluginProcess does with a mail, seen from the host: the result
-// code and record, the copies in the quarantine and archive trees, the
-// event-log records, and the temporary files left behind, for mails blocked
-// by a rule of the rule filter and for mails that matched keyword policies.
-#include <cstring>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
+// What ZWEmailPluginProcess does with a mail blocked by a rule or matched by
+// keyword policies: the result record, the copies, the event-log records, the
+// temporary files left behind and who gets which warning.
 #include "support/plugin_host_fixture.h"
-#include "support/plugin_mail_corpus.h"
 
 namespace {
 
 using PluginActionsTest = PluginTest;
-using Files = std::vector<std::string>;
+using Strings = std::vector<std::string>;
 
-// The only file below `dir` (relative to the program directory) is `bytes`,
-// directly in it, its base name beginning with "A".
+
+// The only file below `dir` is `bytes`, directly in it, named "A...".
 void ExpectOneCopy(const PluginInstallation &install, const std::string &dir,
                    const std::string &bytes)
 {
-    const Files files = install.Files(dir);
+    const Strings files = install.Files(dir);
     ASSERT_EQ(1u, files.size()) << dir;
     EXPECT_EQ(dir + "/A", files[0].substr(0, dir.size() + 2));
     EXPECT_EQ(std::string::npos, files[0].find('/', dir.size() + 1)) << files[0];
     EXPECT_EQ(bytes, ReadFile(install.Path(files[0])));
 }
 
-// The loader takes an action by its prefix, the scan only by its exact text:
-// what only the loader knows starts from quarantine. The attachment is
-// removed first and the copy kept is the rewritten mail; archiving keeps the
-// "replaced" action code. A junk mail is never keyword-scanned, though its
-// body matches a policy. Copy roots are relative or absolute.
+// Actions load by prefix but act by exact text (so "DELETE" quarantines). The
+// copy kept is the rewritten mail; archiving keeps the "replaced" code; junk
+// is never keyword-scanned; copy roots are relative or absolute.
 TEST_F(PluginActionsTest, RuleActionsDeleteQuarantineOrArchive)
 {
     struct Row {
@@ -62,16 +52,14 @@ TEST_F(PluginActionsTest, RuleActionsDeleteQuarantineOrArchive)
         ZWMailResult result;
         std::memset(&result, 0x55, sizeof result);
         EXPECT_EQ(2, RunOnce(local, mail, &result));
-        EXPECT_EQ(1, result.blocked);
-        EXPECT_EQ(0, result.reserved);
-        EXPECT_EQ(1, result.blocked_flags[0]);
-        EXPECT_EQ(0, result.blocked_flags[1]);
-        EXPECT_EQ(row.code, result.action);
+        EXPECT_EQ(std::vector<int>({1, 0, 1, 0, row.code}),
+                  std::vector<int>({result.blocked, result.reserved, result.blocked_flags[0],
+                                    result.blocked_flags[1], result.action}));
         EXPECT_EQ(rewritten, ReadFile(mail.df));
         if (*row.tree)
             ExpectOneCopy(local, row.tree, rewritten);
-        EXPECT_EQ(Files{}, local.Files("kept mail/Confidential"));
-        EXPECT_EQ(Files{}, local.Files("tempdir"));
+        EXPECT_EQ(Strings{}, local.Files("kept mail/Confidential"));
+        EXPECT_EQ(Strings{}, local.Files("tempdir"));
         const std::vector<PluginEvent> events = PluginEvents(local.EventLog());
         ASSERT_EQ(4u, events.size()) << local.EventLog();
         EXPECT_EQ("CONTENT MANAGEMENT: Anti-Spam filter has blocked a junk mail.", events[2].text);
@@ -110,7 +98,7 @@ TEST_F(PluginActionsTest, RuleNamesStayInsideTheQuarantine)
         PluginInstallation local;
         local.WriteRules({std::string(name) + "\\C\\SUBJ=IS\"*free offer*\"\\QUAR"});
         EXPECT_EQ(2, RunOnce(local, local.AddMail(PluginPlainMail(PluginJunkHeaders(), "hi"))));
-        const Files copies = local.Files("Quarantine/Anti-Spam");
+        const Strings copies = local.Files("Quarantine/Anti-Spam");
         ASSERT_EQ(1u, copies.size());
         EXPECT_EQ(std::string::npos, copies[0].find("/../")) << copies[0];
         EXPECT_EQ(3, PluginCount(copies[0], "/")) << copies[0];
@@ -179,6 +167,90 @@ TEST_F(PluginActionsTest, PolicyActionsFollowTheMostSevereSection)
         EXPECT_EQ("CONTENT MANAGEMENT: Content filter has blocked a sensitive mail.",
                   events[1].text);
         EXPECT_EQ(std::string(row.record) + "alice@partner.example\\" + mail.df, events[1].record);
+    }
+}
+
+// Admin lists skip empty items; the switches hold "yes" in that case; the
+// directions are "inbound", "outbound" or "both" (IOMail: of the removal).
+TEST_F(PluginActionsTest, WarningsGoWhereTheSettingsSay)
+{
+    const std::string secret = PluginPlainMail({}, PluginSecretBody());
+    const std::string junk = PluginPlainMail(PluginJunkHeaders(), "hi");
+    const std::string exe = PluginMultipartMail(
+        {}, "installer", {{"setup.exe", "application/octet-stream", PluginBinaryBytes(900, 5)}}).text;
+    const Strings sender = {"alice@partner.example"}, recipients = {"bob@corp.example", "carol@corp.example"},
+                admin = {"postmaster@corp.example"};
+    const Strings policy = {"Subject: Mail blocked (Confidential)\r\n",
+                          "Source mailbox: alice@partner.example\r\n",
+                          "Destination mailbox(es): bob@corp.example,carol@corp.example\r\n",
+                          "Policy: Confidential\r\n", "Action: Quarantine\r\n"};
+    const Strings spam = {"Subject: Mail blocked (Free offers)\r\n", "Policy: Free offers\r\n",
+                        "Rule: SUBJ=IS\"*free offer*\"\r\n", "Action: Delete\r\n"};
+    const Strings removal = {"Policy: Attachment Removal\r\n", "Attachment file name: setup.exe\r\n",
+                           "Action: Attachment Removal (Replaced with text)\r\n"};
+    const auto removing = [](const char *sender, const char *recipient, const char *admin,
+                             const char *io = "both", const char *remove = "yes") {
+        return std::vector<std::pair<std::string, std::string>>{
+            {"WarnSender", *sender ? "yes" : "no"}, {"IOSender", sender},
+            {"WarnRecipient", *recipient ? "yes" : "no"}, {"IORecipient", recipient},
+            {"WarnAdmin", "yes"}, {"IOAdmin", admin}, {"Admin", "postmaster@corp.example"},
+            {"IOMail", io}, {"RemoveAttachment", remove}};
+    };
+    struct Row {
+        const char *section;
+        std::vector<std::pair<std::string, std::string>> keys;
+        std::string message;
+        bool outbound;
+        std::vector<Strings> mails; // the recipients of each queued mail, in order
+        Strings pieces, texts = {}; // texts: of each mail
+    } rows[] = {
+        {"Confidential",
+         {{"WarningSender", "yes"}, {"MessageSender", "To the sender."},
+          {"WarningRecipient", "yes"}, {"MessageRecipient", "To the recipients."},
+          {"WarningUser", "yes"}, {"User", "security@corp.example,audit@corp.example"},
+          {"MessageUser", "To the users."}},
+         secret, false, {sender, recipients, {"security@corp.example", "audit@corp.example"}}, policy,
+         {"To the sender.", "To the recipients.", "To the users."}},
+        {"Anti-Spam",
+         {{"WarningAdmin", "yes"}, {"Admin", ",alice@corp.example,,bob@corp.example,"},
+          {"MessageAdmin", "Junk was deleted."}},
+         junk, false, {{"alice@corp.example", "bob@corp.example"}}, spam, {"Junk was deleted."}},
+        {"Anti-Spam", {{"WarningAdmin", "yes"}, {"Admin", ""}}, junk, false, {}, {}},
+        {"Anti-Spam", {{"WarningAdmin", "no"}, {"Admin", "alice@corp.example"}}, junk, false, {}, {}},
+        {"Anti-Spam", {{"WarningAdmin", "YES"}, {"Admin", "alice@corp.example"}}, junk, false, {}, {}},
+        {"Specialized Filtering", removing("both", "both", "both"), exe, false,
+         {sender, recipients, admin}, removal},
+        {"Specialized Filtering", removing("inbound", "outbound", "both"), exe, false,
+         {sender, admin}, removal},
+        {"Specialized Filtering", removing("inbound", "outbound", "outbound"), exe, true,
+         {recipients, admin}, removal},
+        {"Specialized Filtering", removing("", "", "inbound"), exe, true, {}, {}},
+        {"Specialized Filtering", removing("both", "", "both", "inbound"), exe, true, {}, {}},
+        {"Specialized Filtering", removing("both", "", "both", "outbound"), exe, false, {}, {}},
+        {"Specialized Filtering", removing("both", "", "both", "both", "Yes"), exe, false, {}, {}},
+        {"Specialized Filtering", removing("both", "", "both", "Both", "yes please"), exe, true,
+         {sender, admin}, removal},
+    };
+    PluginEnvelope envelope;
+    envelope.recipients = recipients;
+    for (const Row &row : rows) {
+        SCOPED_TRACE(std::string(row.section) + " " + ::testing::PrintToString(row.keys));
+        PluginInstallation local;
+        local.Set(row.section, row.keys);
+        RunOnce(local, local.AddMail(row.message, envelope, row.outbound));
+        const std::vector<PluginQueuedMail> queued = PluginQueue::Take();
+        ASSERT_EQ(row.mails.size(), queued.size());
+        for (size_t i = 0; i < queued.size(); ++i) {
+            EXPECT_EQ("postmaster@corp.example", queued[i].from);
+            EXPECT_EQ(row.mails[i], queued[i].recipients);
+            Strings pieces = row.pieces;
+            if (i < row.texts.size())
+                pieces.push_back(row.texts[i]);
+            for (const std::string &piece : pieces)
+                EXPECT_NE(std::string::npos, queued[i].text.find(piece)) << piece << "\n" << queued[i].text;
+            EXPECT_EQ(row.message == junk, queued[i].text.find("Rule: ") != std::string::npos);
+        }
+        EXPECT_EQ(Strings{}, local.Files("tempdir")); // the host removed the queued files
     }
 }
 

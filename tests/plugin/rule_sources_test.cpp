@@ -1,27 +1,13 @@
-// The rule sources named by "RuleFile" of section "Anti-Spam": the vendor's
-// sealed file "Zelto$RF.<RFVersion>" (the prefix in any case), plain import
-// files in a comma list, the vendor action of "Anti-Spam(Vendor)", the
-// administrator's rules tried first, and the sources reloaded on update.
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
+// The rule sources named by "RuleFile" of "Anti-Spam": the sealed file
+// "Zelto$RF.<RFVersion>" (the prefix in any case), import files in a comma
+// list, the action of "Anti-Spam(Vendor)", the administrator's rules first.
 
 #include "rules/sealed_file.h"
 #include "support/plugin_host_fixture.h"
-#include "support/plugin_mail_corpus.h"
 
 namespace {
 
 using PluginRuleSourceTest = PluginTest;
-
-void WriteSealed(const PluginInstallation &install, const std::string &name,
-                 const std::string &line)
-{
-    const std::string plain = install.root() + "/plain-rules.txt";
-    WriteFile(plain, line + "\n");
-    ASSERT_NE(-1, EncrptFileWithCRC(plain.c_str(), install.Path("spamrule/" + name).c_str()));
-}
 
 TEST_F(PluginRuleSourceTest, VendorSourcesAndTheirAction)
 {
@@ -51,8 +37,11 @@ TEST_F(PluginRuleSourceTest, VendorSourcesAndTheirAction)
     for (const Row &row : rows) {
         SCOPED_TRACE(row.label);
         PluginInstallation local;
-        WriteSealed(local, "Zelto$RF.1", "Sealed lottery\\A\\SUBJ=IS\"*lottery*\"\\DEL");
-        WriteSealed(local, "Zelto$RF.2", "Sealed lottery\\A\\SUBJ=IS\"*lottery*\"\\DEL");
+        const std::string plain = local.root() + "/plain-rules.txt";
+        WriteFile(plain, "Sealed lottery\\A\\SUBJ=IS\"*lottery*\"\\DEL\n");
+        for (const char *version : {"1", "2"})
+            ASSERT_NE(-1, EncrptFileWithCRC(plain.c_str(),
+                                            local.Path(std::string("spamrule/Zelto$RF.") + version).c_str()));
         WriteFile(local.root() + "/vendor.txt",
                   "Imported lottery\\C\\SUBJ=IS\"*lottery*\"\\QUAR\n");
         std::string sources = row.ruleFile;
@@ -71,15 +60,13 @@ TEST_F(PluginRuleSourceTest, VendorSourcesAndTheirAction)
             EXPECT_EQ(row.action ? 2 : 0,
                       Run(local.AddMail(PluginPlainMail(lottery, "hi")), &result));
             EXPECT_EQ(row.action, result.action);
-            if (row.action) {
-                EXPECT_NE(std::string::npos, PluginEvents(local.EventLog()).back().record.find(
-                                                 "\\" + std::string(row.name) + "\\"));
-            }
-            ASSERT_EQ(0, plugin().Command("update"));
+            const std::string record = PluginEvents(local.EventLog()).back().record;
+            EXPECT_EQ(row.action != 0, record.find("\\" + std::string(row.name) + "\\") != std::string::npos)
+                << record;
+            ASSERT_EQ(0, plugin().command("update"));
         }
-        EXPECT_EQ(0, plugin().Cleanup());
-        // sealed rules are unpacked in the temporary directory, never left there
-        EXPECT_EQ(std::vector<std::string>{}, local.Files("tempdir"));
+        EXPECT_EQ(0, plugin().cleanup());
+        EXPECT_EQ(std::vector<std::string>{}, local.Files("tempdir")); // sealed rules unpacked there
     }
 }
 

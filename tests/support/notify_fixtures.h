@@ -1,5 +1,5 @@
 // The notify tests' scratch directory (the program and temporary directory,
-// its path ending in "/") and a guard that sets TZ for one test.
+// its path ending in "/") and the local time of now in a strftime format.
 #pragma once
 
 #include <ctime>
@@ -12,21 +12,13 @@ struct NotifyScratchDir : BaseTempDir {
     std::string file(const std::string &name) const { return BaseTempDir::path(name); }
 };
 
-class NotifyZoneGuard {
-public:
-    explicit NotifyZoneGuard(const char *zone) : m_had(std::getenv("TZ") != nullptr)
-    {
-        m_old = m_had ? std::getenv("TZ") : "";
-        setenv("TZ", zone, 1);
-        tzset();
-    }
-    ~NotifyZoneGuard()
-    {
-        m_had ? setenv("TZ", m_old.c_str(), 1) : unsetenv("TZ");
-        tzset();
-    }
 
-private:
-    bool m_had;
-    std::string m_old;
-};
+inline std::string NotifyLocalNow(const char *format)
+{
+    const time_t now = time(nullptr);
+    struct tm local {};
+    localtime_r(&now, &local);
+    char text[64];
+    strftime(text, sizeof text, format, &local);
+    return text;
+}

@@ -1,22 +1,17 @@
-// The test host of the plug-in's end-to-end tests: libov.so loaded with
-// dlopen and driven only through its exported entry points, a queue function
-// that captures the notification mails, and a runner for checks that must
-// happen in a child process (a plug-in left wedged, another user id). The
-// plug-in keeps process-wide state: each test starts and stops it itself.
+// The test host of the plug-in's end-to-end tests: the built libov.so driven
+// through PluginHost, a queue function that captures the notification mails,
+// and a runner for checks in a child process (a plug-in left wedged, another
+// user id). Each test starts and stops the plug-in itself.
 #pragma once
 
-#include <dlfcn.h>
-#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <functional>
 #include <mutex>
 #include <string>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -24,95 +19,27 @@
 
 #include "ov/host.h"
 #include "support/plugin_installation.h"
+#include "tools/hostkit/plugin_host.h"
 
-// libov.so opened with dlopen (RTLD_NOW | RTLD_LOCAL), closed when the object
-// goes. error() names the first entry point the library does not export.
-class PluginLibrary {
-public:
-    explicit PluginLibrary(const std::string &path)
-        : m_handle(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL))
-    {
-        if (!m_handle) {
-            m_error = "cannot load " + path + ": " + dlerror();
-            return;
-        }
-        Resolve("ZWEmailPluginInitialize", &Initialize);
-        Resolve("ZWEmailPluginProcess", &Process);
-        Resolve("OVEmailPluginProcessReport", &ProcessReport);
-        Resolve("ZWEmailPluginCleanup", &Cleanup);
-        Resolve("_Z19ZWEmailPluginUpdatev", &Update);
-        Resolve("ZWEmailPluginCommand", &Command);
-        Resolve("ZWEmailPluginGetCMVersion", &Version);
-        Resolve("ZWEmailPluginGetCMBuildDate", &BuildDate);
-    }
-    ~PluginLibrary()
-    {
-        if (m_handle)
-            dlclose(m_handle);
-    }
-    PluginLibrary(const PluginLibrary &) = delete;
-    PluginLibrary &operator=(const PluginLibrary &) = delete;
-
-    bool loaded() const { return m_error.empty(); }
-    const std::string &error() const { return m_error; }
-    // Any symbol of the library's dynamic table; null when not exported.
-    void *Symbol(const char *name) const { return m_handle ? dlsym(m_handle, name) : nullptr; }
-
-    int (*Initialize)(const char *, ZWHostInfo *) = nullptr;
-    int (*Process)(ZWHostCall *, ZWMailResult *) = nullptr;
-    int (*ProcessReport)(ZWHostCall *, ZWMailResult *, OVMailReport *) = nullptr;
-    int (*Cleanup)() = nullptr;
-    int (*Update)() = nullptr; // exported under its C++ name only
-    int (*Command)(const char *) = nullptr;
-    const char *(*Version)() = nullptr;
-    const char *(*BuildDate)() = nullptr;
-
-private:
-    template <typename Fn> void Resolve(const char *name, Fn *out)
-    {
-        *out = reinterpret_cast<Fn>(Symbol(name));
-        if (!*out && m_error.empty())
-            m_error = std::string("symbol ") + name + " not exported";
-    }
-
-    void *m_handle;
-    std::string m_error;
-};
-
-#ifdef OV_LIBOV_PATH
-// The library of this build, opened once for the whole test program.
-inline PluginLibrary &SharedPluginLibrary()
-{
-    static PluginLibrary library(OV_LIBOV_PATH);
-    return library;
-}
-#endif
-
-// One notification mail as the host's queue received it. The test host owns
-// the file, as a gateway does: it reads and deletes it at once.
+// A notification mail as the host's queue received (and deleted) it.
 struct PluginQueuedMail {
-    std::string from;
+    std::string from, text;
     std::vector<std::string> recipients;
-    std::string text;
 };
 
-// The process-wide capture behind the queue function. A hook, set until
-// cleared, runs inside the plug-in's call after each capture: it lets a test
-// act while a mail is in progress.
-class PluginQueue {
-public:
+// The capture behind the queue function. A hook, set until cleared, runs
+// inside the plug-in's call after each capture, while the mail is in progress.
+struct PluginQueue {
     using Hook = std::function<void(const PluginQueuedMail &)>;
     static int Enqueue(ZWEnqueRecord *record)
     {
         if (!record)
             return -1;
-        PluginQueuedMail mail;
-        mail.from = record->from ? record->from : "";
+        const std::string path = record->path ? record->path : "";
+        PluginQueuedMail mail{record->from ? record->from : "", ReadFile(path), {}};
+        std::remove(path.c_str());
         for (char **to = record->recipients; to && *to; ++to)
             mail.recipients.push_back(*to);
-        const std::string path = record->path ? record->path : "";
-        mail.text = ReadFile(path);
-        std::remove(path.c_str());
         Hook hook;
         {
             std::lock_guard<std::mutex> guard(s_mutex);
@@ -123,7 +50,6 @@ public:
             hook(mail);
         return 0;
     }
-    // The mails queued since the last Take, in queue order.
     static std::vector<PluginQueuedMail> Take()
     {
         std::lock_guard<std::mutex> guard(s_mutex);
@@ -134,8 +60,6 @@ public:
         std::lock_guard<std::mutex> guard(s_mutex);
         s_hook = std::move(hook);
     }
-
-private:
     static inline std::mutex s_mutex;
     static inline std::vector<PluginQueuedMail> s_mails;
     static inline Hook s_hook;
@@ -152,70 +76,67 @@ inline ZWHostCall PluginCall(const std::string &afPath, ZWEnqueMailFn queue = &P
 }
 
 // Runs `body` in a forked child and returns its exit status (0-255), or -1
-// when the child could not be run or did not exit normally within
-// `timeoutSeconds` (it is killed then).
+// when it did not exit normally, as when it ran past `timeoutSeconds`.
 inline int PluginRunInChild(const std::function<int()> &body, int timeoutSeconds = 30)
 {
     std::fflush(nullptr);
     const pid_t child = fork();
     if (child == 0) {
+        alarm(static_cast<unsigned>(timeoutSeconds)); // a wedged child dies of SIGALRM
         const int code = body();
         std::fflush(nullptr);
         _exit(code);
     }
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(timeoutSeconds);
     int status = 0;
-    while (child > 0 && waitpid(child, &status, WNOHANG) == 0) {
-        if (std::chrono::steady_clock::now() > deadline) {
-            kill(child, SIGKILL);
-            waitpid(child, &status, 0);
-            return -1;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    return child > 0 && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    const bool exited = child > 0 && waitpid(child, &status, 0) == child && WIFEXITED(status);
+    return exited ? WEXITSTATUS(status) : -1;
 }
 
 #ifdef OV_LIBOV_PATH
-// Result code and action code of one mail.
-using PluginVerdict = std::pair<int, int>;
+using PluginVerdict = std::pair<int, int>; // result code, action code
 
-// The fixture of the end-to-end tests: its own installation, the shared
-// library, and a stop of the plug-in after each test.
+// The fixture of the end-to-end tests: its own installation, the library of
+// this build (loaded once for the whole program), and a stop of the plug-in
+// after each test.
 class PluginTest : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        ASSERT_TRUE(plugin().loaded()) << plugin().error();
+        ASSERT_TRUE(LoadError().empty()) << LoadError();
         PluginQueue::Take();
     }
     void TearDown() override
     {
         PluginQueue::SetHook(nullptr);
-        if (plugin().loaded())
-            plugin().Cleanup(); // -9 when the test already stopped it
+        if (LoadError().empty())
+            plugin().cleanup(); // -9 when the test already stopped it
         PluginQueue::Take();
     }
 
-    static PluginLibrary &plugin() { return SharedPluginLibrary(); }
+    static PluginHost &plugin()
+    {
+        static PluginHost host;
+        return host;
+    }
+    static const std::string &LoadError()
+    {
+        static std::string error;
+        [[maybe_unused]] static const bool loaded = plugin().load(OV_LIBOV_PATH, &error);
+        return error;
+    }
 
-    // Initialize on an installation; fails the test unless it returns 0.
     void Start(const PluginInstallation *on = nullptr)
     {
-        ASSERT_EQ(0, plugin().Initialize((on ? *on : install).root().c_str(), &info));
+        ASSERT_EQ(0, plugin().initialize((on ? *on : install).root().c_str(), &info));
     }
-    // Processes one mail; the result record goes to *result when given.
-    int Run(const PluginSpoolMail &mail, ZWMailResult *result = nullptr)
+    // Processes one mail, through the report entry point when `report` is given.
+    int Run(const PluginSpoolMail &mail, ZWMailResult *result = nullptr,
+            OVMailReport *report = nullptr)
     {
         ZWHostCall call = PluginCall(mail.af);
         ZWMailResult local{};
-        return plugin().Process(&call, result ? result : &local);
-    }
-    // The same through OVEmailPluginProcessReport.
-    int Run(const PluginSpoolMail &mail, ZWMailResult *result, OVMailReport *report)
-    {
-        ZWHostCall call = PluginCall(mail.af);
-        return plugin().ProcessReport(&call, result, report);
+        result = result ? result : &local;
+        return report ? plugin().process(&call, result, report) : plugin().process(&call, result);
     }
     PluginVerdict Verdict(const PluginSpoolMail &mail)
     {
@@ -223,17 +144,15 @@ protected:
         const int code = Run(mail, &result);
         return {code, result.action};
     }
-    // Starts the plug-in on another installation, processes one mail there
-    // and stops it again.
+    // Start on another installation, one mail, stop.
     int RunOnce(const PluginInstallation &local, const PluginSpoolMail &mail,
                 ZWMailResult *result = nullptr)
     {
         Start(&local);
         const int code = Run(mail, result);
-        EXPECT_EQ(0, plugin().Cleanup());
+        EXPECT_EQ(0, plugin().cleanup());
         return code;
     }
-    // True when an event of the installation's log begins with `prefix`.
     static bool HasEvent(const PluginInstallation &install, const std::string &prefix)
     {
         for (const PluginEvent &event : PluginEvents(install.EventLog()))

@@ -1,14 +1,9 @@
-// A complete plug-in installation in a scratch directory, for the plug-in's
-// end-to-end tests: <root>/Plug-Ins/OV/ with contscan.ini (the keys of `ini`),
-// CsConfig.dat, spamrule/spamrule.txt and spamrule/SFRule.txt, and a spool
-// <root>/spool for the mails' AF/DF pairs. Everything goes with the object.
-// The default installation:
-//   rule "Free offers"      SUBJ=IS"*free offer*"          -> DEL
-//   rule "Big mails"        SIZE>3000000                   -> QUAR
-//   policy "Confidential"   keyword "project orion"        -> Action=Quarantine
-//   policy "Japanese"       keyword 会議 (EUC-JP)           -> Action=Archive
-//   special filter "Executables" picks *.exe; RemoveAttachment=yes for both
-//   directions with ReplaceText "The attachment was removed."
+// A plug-in installation in a scratch directory for the end-to-end tests:
+// <root>/Plug-Ins/OV/ with contscan.ini (the keys of `ini`; defaults where
+// not given), CsConfig.dat, the rule files, and <root>/spool for AF/DF pairs.
+// Rules: "Free offers" deletes junk subjects, "Big mails" quarantines; the
+// policies "Confidential" (quarantine) and "Japanese" (archive); *.exe
+// attachments are replaced in both directions.
 #pragma once
 
 #include <unistd.h>
@@ -22,7 +17,7 @@
 #include "support/base_temp_dir.h"
 #include "support/plugin_mail_corpus.h"
 
-// An INI text, sections and keys in name order; Set replaces a key's value.
+// An INI text, sections and keys in name order.
 struct PluginIni {
     std::map<std::string, std::map<std::string, std::string>> sections;
     PluginIni &Set(const std::string &section, const std::string &key, const std::string &value)
@@ -47,11 +42,9 @@ struct PluginSpoolMail {
     std::string df;
 };
 
-// What the AF file says of a mail.
 struct PluginEnvelope {
     std::string sender = "alice@partner.example";
     std::vector<std::string> recipients = {"bob@corp.example"};
-    std::string subject; // empty: the message's Subject header
 };
 
 class PluginInstallation {
@@ -59,18 +52,10 @@ public:
     PluginInstallation()
     {
         const char *defaults[][3] = {
-            {"Content Filter", "HostLanguage", "C"},
-            {"Content Filter", "DebugLog", "no"},
             {"Content Filter", "NotificationSender", "postmaster@corp.example"},
             {"Content Filter", "UserSubject", "Mail blocked"},
-            {"Content Filter", "DeleteTempFile", "yes"},
-            {"Advanced Options", "QuarantineDirectory", "Quarantine"},
-            {"Advanced Options", "ArchiveDirectory", "Archive"},
             {"Specialized Filtering", "RemoveAttachment", "yes"},
-            {"Specialized Filtering", "IOMail", "both"},
-            {"Specialized Filtering", "Quarantine", "no"},
             {"Specialized Filtering", "ReplaceText", "The attachment was removed."},
-            {"Anti-Spam", "WarningAdmin", "no"},
             {"Confidential", "Action", "Quarantine"},
             {"Japanese", "Action", "Archive"}};
         for (const auto &key : defaults)
@@ -101,13 +86,10 @@ public:
 
     PluginIni ini;
     void WriteIni() const { WriteFile(Path("contscan.ini"), ini.Text()); }
-    // Sets keys of contscan.ini and writes the file.
     PluginInstallation &Set(const std::string &section, const std::string &key,
                             const std::string &value)
     {
-        ini.Set(section, key, value);
-        WriteIni();
-        return *this;
+        return Set(section, {{key, value}});
     }
     PluginInstallation &Set(const std::string &section,
                             const std::vector<std::pair<std::string, std::string>> &keys)
@@ -117,7 +99,6 @@ public:
         WriteIni();
         return *this;
     }
-    // CsConfig.dat of "CsConfig.dat2" and the tokens, each ended by a tab.
     void WritePolicies(const std::vector<std::string> &tokens) const
     {
         std::string text = "CsConfig.dat2\t";
@@ -133,8 +114,7 @@ public:
         WriteFile(Path("spamrule/spamrule.txt"), text);
     }
 
-    // Writes AF<d><n> and DF<d><n> into the spool (<d>: I or O); the
-    // envelope's subject defaults to the message's first Subject header.
+    // AF<d><n> and DF<d><n> (<d>: I or O), the subject from the message.
     PluginSpoolMail AddMail(const std::string &message, const PluginEnvelope &envelope = {},
                             bool outbound = false)
     {
@@ -146,21 +126,17 @@ public:
         af += "O" + envelope.sender + "\n";
         if (!envelope.recipients.empty())
             af += "D" + envelope.recipients.front() + "\n";
-        std::string subject = envelope.subject;
         const size_t header =
             message.compare(0, 9, "Subject: ") == 0 ? 0 : message.find("\nSubject: ");
-        if (subject.empty() && header != std::string::npos) {
+        if (header != std::string::npos) {
             const size_t at = message.find(' ', header) + 1;
-            subject = message.substr(at, message.find_first_of("\r\n", at) - at);
+            af += "S" + message.substr(at, message.find_first_of("\r\n", at) - at) + "\n";
         }
-        if (!subject.empty())
-            af += "S" + subject + "\n";
         WriteFile(mail.af, af + "R1054599164\n");
         WriteFile(mail.df, message);
         return mail;
     }
 
-    // Every event-log file of the program directory, oldest first.
     std::string EventLog() const
     {
         std::string text;
@@ -169,12 +145,7 @@ public:
                 text += ReadFile(root() + "/" + file);
         return text;
     }
-    // The debug log of this process (Debug-<pid>.log), or "<missing>".
-    std::string DebugLog() const
-    {
-        return ReadFile(ProgramDir() + "Debug-" + std::to_string(getpid()) + ".log");
-    }
-    // Regular files below a directory, relative to the program directory, sorted.
+    // Files below a directory, relative to the program directory, sorted.
     std::vector<std::string> Files(const std::string &relativeDir) const
     {
         std::vector<std::string> files = m_root.files("Plug-Ins/OV/" + relativeDir);
@@ -189,28 +160,24 @@ private:
     int m_mails = 0;
 };
 
-// One event of the event log: the text after "CONTENT_MANAGEMENT[<pid>]: "
-// and, when an "EMAIL\<date> <time>\<record>" line follows, its record.
+// An event of the log (the text after "CONTENT_MANAGEMENT[<pid>]: ") and
+// the record of the "EMAIL\<date> <time>\<record>" line after it.
 struct PluginEvent {
     std::string text;
     std::string record;
 };
 
-// The events of a log, without the "Daily Log" header lines.
+// The events of a log, the "Daily Log" headers left out.
 inline std::vector<PluginEvent> PluginEvents(const std::string &log)
 {
     std::vector<PluginEvent> events;
     for (const std::string &line : SplitLines(log)) {
         const size_t mark = line.find("]: ");
-        if (line.rfind("EMAIL\\", 0) == 0) {
-            const size_t stamp = line.find('\\', 6);
-            if (!events.empty() && stamp != std::string::npos)
-                events.back().record = line.substr(stamp + 1);
-        } else if (mark != std::string::npos &&
-                   line.find("CONTENT_MANAGEMENT[") != std::string::npos &&
-                   line.compare(mark + 3, 10, "Daily Log,") != 0) {
+        if (line.rfind("EMAIL\\", 0) == 0 && !events.empty())
+            events.back().record = line.substr(line.find('\\', 6) + 1); // after the stamp
+        else if (mark != std::string::npos && line.find("CONTENT_MANAGEMENT[") != std::string::npos &&
+                 line.compare(mark + 3, 10, "Daily Log,") != 0)
             events.push_back({line.substr(mark + 3), ""});
-        }
     }
     return events;
 }

@@ -1,7 +1,6 @@
 // Realistic mails for the plug-in's end-to-end tests and its benchmark:
-// plain mails, multipart mails with base64 attachments (with the byte range
-// of each attachment part), Japanese mails in ISO-2022-JP, and a seeded,
-// mixed corpus of them. Header-only, so that bench/ can use it too.
+// plain, multipart with base64 attachments (and each part's byte range),
+// Japanese, and a seeded mixed corpus. Header-only, for bench/ too.
 #pragma once
 
 #include <cstdint>
@@ -19,23 +18,20 @@ struct PluginHeaders {
 };
 
 struct PluginAttachment {
-    std::string name;
-    std::string type;
-    std::string bytes;
+    std::string name, type, bytes;
 };
 
 struct PluginMessage {
     std::string text; // CR LF line ends
-    // Each attachment part: [after its boundary line, the next boundary line)
+    // Each attachment part, from after its boundary line to the next one
     std::vector<std::pair<size_t, size_t>> attachmentRanges;
 };
 
-// Converts text with glibc's iconv (from UTF-8 unless told); empty on failure.
-inline std::string PluginConvert(const std::string &utf8, const char *charset,
-                                 const char *from = "UTF-8")
+// UTF-8 text in another charset with glibc's iconv; empty on failure.
+inline std::string PluginConvert(const std::string &utf8, const char *charset)
 {
     std::string out;
-    return IconvText(utf8, from, charset, &out) ? out : "";
+    return IconvText(utf8, "UTF-8", charset, &out) ? out : "";
 }
 
 // Base64 in lines of 76 characters, each ended by CR LF.
@@ -54,13 +50,6 @@ inline std::string PluginBase64(const std::string &bytes)
             out += "\r\n";
     }
     return out;
-}
-
-// "=?ISO-2022-JP?B?...?=" for a UTF-8 text.
-inline std::string PluginJapaneseWord(const std::string &utf8)
-{
-    const std::string encoded = PluginBase64(PluginConvert(utf8, "ISO-2022-JP"));
-    return "=?ISO-2022-JP?B?" + encoded.substr(0, encoded.find('\r')) + "?=";
 }
 
 inline std::string PluginHeaderBlock(const PluginHeaders &headers)
@@ -142,14 +131,12 @@ inline std::string PluginProse(std::mt19937 &random, int lines)
     return text;
 }
 
-// One mail of a corpus and what the test installation does with it.
 struct PluginCorpusMail {
     enum Kind { kPlain, kAttachment, kExecutable, kJapanese, kJunk, kConfidential };
     Kind kind;
     std::string text;
 };
 
-// What the test installation's rules and policies react to.
 inline const char *PluginJunkSubject() { return "FREE OFFER just for you"; }
 inline const char *PluginConfidentialWord() { return "project orion"; }
 inline std::string PluginSecretBody() { return std::string("Numbers of ") + PluginConfidentialWord() + ".\r\n"; }
@@ -170,47 +157,34 @@ inline std::vector<PluginCorpusMail> PluginCorpus(size_t count, uint32_t seed)
         PluginCorpusMail::kJapanese,   PluginCorpusMail::kExecutable, PluginCorpusMail::kPlain,
         PluginCorpusMail::kAttachment, PluginCorpusMail::kJunk,       PluginCorpusMail::kConfidential};
     for (size_t i = 0; i < count; ++i) {
-        PluginCorpusMail mail;
-        mail.kind = mix[i % (sizeof mix / sizeof mix[0])];
+        const PluginCorpusMail::Kind kind = mix[i % (sizeof mix / sizeof mix[0])];
         PluginHeaders headers;
         headers.from = "user" + std::to_string(i) + "@partner.example";
-        headers.subject = "Status report " + std::to_string(i);
+        headers.subject = kind == PluginCorpusMail::kJunk ? PluginJunkSubject()
+                                                          : "Status report " + std::to_string(i);
         std::string body = PluginProse(random, 5 + static_cast<int>(random() % 40));
-        switch (mail.kind) {
-        case PluginCorpusMail::kPlain:
-            mail.text = PluginPlainMail(headers, body);
-            break;
-        case PluginCorpusMail::kAttachment:
-            mail.text = PluginMultipartMail(headers, body,
-                                            {{"report-" + std::to_string(i) + ".pdf",
-                                              "application/pdf",
-                                              PluginBinaryBytes(2000 + random() % 30000, seed + i)}})
-                            .text;
-            break;
-        case PluginCorpusMail::kExecutable:
-            mail.text = PluginMultipartMail(headers, body,
-                                            {{"setup.exe", "application/octet-stream",
-                                              PluginBinaryBytes(4000 + random() % 8000, seed + i)}})
-                            .text;
-            break;
-        case PluginCorpusMail::kJapanese:
-            headers.subject = PluginJapaneseWord(u8"会議の予定について");
-            mail.text = PluginPlainMail(
+        if (kind == PluginCorpusMail::kConfidential)
+            body += "The " + std::string(PluginConfidentialWord()) + " numbers are not public yet.\r\n";
+        std::string text;
+        if (kind == PluginCorpusMail::kAttachment || kind == PluginCorpusMail::kExecutable) {
+            const bool exe = kind == PluginCorpusMail::kExecutable;
+            const size_t size = exe ? 4000 + random() % 8000 : 2000 + random() % 30000;
+            text = PluginMultipartMail(headers, body,
+                                       {{exe ? "setup.exe" : "report-" + std::to_string(i) + ".pdf",
+                                         exe ? "application/octet-stream" : "application/pdf",
+                                         PluginBinaryBytes(size, seed + static_cast<uint32_t>(i))}})
+                       .text;
+        } else if (kind == PluginCorpusMail::kJapanese) {
+            headers.subject = "=?ISO-2022-JP?B?GyRCMnE1RCROTT1EaiRLJEQkJCRGGyhC?="; // 会議の予定について
+            text = PluginPlainMail(
                 headers,
                 PluginConvert(u8"お疲れ様です。\r\n来週の会議の資料を送ります。\r\nよろしくお願いします。\r\n",
                               "ISO-2022-JP"),
                 "iso-2022-jp");
-            break;
-        case PluginCorpusMail::kJunk:
-            headers.subject = PluginJunkSubject();
-            mail.text = PluginPlainMail(headers, body);
-            break;
-        case PluginCorpusMail::kConfidential:
-            mail.text = PluginPlainMail(headers, body + "The " + PluginConfidentialWord() +
-                                                     " numbers are not public yet.\r\n");
-            break;
+        } else {
+            text = PluginPlainMail(headers, body);
         }
-        corpus.push_back(std::move(mail));
+        corpus.push_back({kind, text});
     }
     return corpus;
 }

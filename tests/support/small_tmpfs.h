@@ -1,7 +1,5 @@
-// A small tmpfs mounted on a fresh directory, for tests that need a real
-// full disk: Fill() writes a filler file until the file system refuses a
-// byte, then gives `spare` bytes back. Only root can mount; otherwise
-// mounted() is false and reason() says why. Unmounted when the object goes.
+// A small tmpfs mounted on a fresh directory, for tests of a real full disk.
+// Only root can mount; otherwise mounted() is false and reason() says why.
 #pragma once
 
 #include <fcntl.h>
@@ -36,7 +34,7 @@ public:
     const std::string &reason() const { return m_reason; }
     const std::string &dir() const { return m_mountPoint.dir(); }
 
-    // Fills the file system, then frees `spare` bytes of the filler.
+    // Writes .filler until the disk refuses a byte, then frees `spare` bytes.
     void Fill(size_t spare = 0) const
     {
         int fd = open((dir() + "/.filler").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
