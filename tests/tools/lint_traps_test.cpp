@@ -36,6 +36,8 @@ const TrapRow kRows[] = {
      "spamrule.txt:1: term \"SIZE>1 AND SUBJ=\"x\"\" reads as \"SIZE>1\"", 1},
     {"rule switched off", "spamrule/spamruleEnable.txt", "01",
      "spamrule.txt:1: rule \"Big\" is switched off in spamruleEnable.txt", 1},
+    {"policy without section", "contscan.ini", "[Content Filter]\nDebugLog=no\n",
+     "CsConfig.dat:1: policy \"Junk\" has no section in contscan.ini", 1},
     {"heading with a trailing blank", "contscan.ini", "[Junk ]\nAction=Delete\n",
      "contscan.ini:1: section [Junk ] differs from policy \"Junk\" by blanks", 1},
     {"action in small letters", "contscan.ini", "[Junk]\nAction=delete\n",

@@ -18,14 +18,10 @@ namespace
 
 const long kHour = 3600, kDay = 24 * kHour;
 
-// Noon of 2026-11-25, local time.
-std::time_t noon()
+std::time_t noon() // of 2026-11-25, local time
 {
     std::tm local{};
-    local.tm_year = 2026 - 1900;
-    local.tm_mon = 10;
-    local.tm_mday = 25;
-    local.tm_hour = 12;
+    local.tm_year = 2026 - 1900, local.tm_mon = 10, local.tm_mday = 25, local.tm_hour = 12;
     local.tm_isdst = -1;
     return std::mktime(&local);
 }
