@@ -15,12 +15,8 @@ const char kHeaders[] =
     "Content-Type: multipart/mixed;\r\n\tboundary=\"b1\"\r\n";
 const char kBody[] = "--b1\r\n\r\ntext\r\n--b1--\r\n";
 
-int FakeEnqueue(ZWEnqueRecord *)
-{
-    return 0;
-}
+int FakeEnqueue(ZWEnqueRecord *) { return 0; }
 
-// A fake plug-in that answers `code` with `action` and `faults`.
 ProcessFn Answer(int code, int action, int blocked = 0, uint32_t faults = 0)
 {
     return [=](ZWHostCall *, ZWMailResult *result, OVMailReport *report) {
@@ -50,8 +46,6 @@ protected:
     std::unique_ptr<MailCapture> mail;
 };
 
-// The verdict itself is decide_verdict's; the judge says why a mail is held,
-// and every way the judging can fail is a tempfail.
 TEST_F(MailJudgeTest, SaysWhyAMailIsHeldAndEveryFailureIsATempfail)
 {
     WorkerPool stopped(1);
@@ -73,12 +67,9 @@ TEST_F(MailJudgeTest, SaysWhyAMailIsHeldAndEveryFailureIsATempfail)
         const char *error; // a part of it; "": none
     } rows[] = {
         {pool, Answer(2, 0), BlockReply::Reject, MilterReply::Reject, ""},
-        {pool, Answer(0, 2, 0, OV_FAULT_NOTIFY), discard, MilterReply::Discard, ""},
         {pool, Answer(-6, 0), discard, MilterReply::Tempfail, "plug-in answered -6"},
         {pool, Answer(2, 2, 1, OV_FAULT_COPY), discard, MilterReply::Tempfail,
          "plug-in fault copy, the mail is held"},
-        {pool, Answer(0, 0, 0, OV_FAULT_TEMP | OV_FAULT_NOTIFY), discard, MilterReply::Tempfail,
-         "plug-in fault temp,notify, the mail is held"},
         {pool, removeRewritten, discard, MilterReply::Tempfail, "cannot read"},
         {stopped, Answer(0, 0), discard, MilterReply::Tempfail, "stopping"},
         {pool, fail, discard, MilterReply::Tempfail, "failed"},

@@ -1,13 +1,6 @@
-# What the ovmilter end-to-end and load scripts share, on top of
-# postfix_instance.sh: a scratch installation from examples/gateway whose
-# notifications go to the private instance, ovmilter in the foreground,
-# mail sent with swaks, bounded waits.
-#   om_begin NAME BUILD (skips with 77 without Postfix; sets build, work,
-#     PF_DIR, root, quarantine, milter_port, smtp_port)
-#   om_bring_up SOCKET WORKERS [KEY=VALUE...]: ovmilter, then Postfix using it
-#   om_write_ini INI SOCKET WORKERS [KEY=VALUE...]; om_start INI LOG; om_stop
-#   om_wait_for COUNT PATTERN FILE SECONDS; om_send FILE RCPT [PORT]
-#   om_settle; om_expect_count USER N; om_spool_empty; om_fail MESSAGE
+# What the ovmilter end-to-end and load scripts share: a scratch copy of
+# examples/gateway whose notifications go to the private Postfix instance
+# (postfix_instance.sh), ovmilter in the foreground, swaks, bounded waits.
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 src=$(cd "$here/../.." && pwd)
 source "$here/postfix_instance.sh"
@@ -36,7 +29,7 @@ om_pick_port() { local port=$1; while pf__port_open "$port"; do port=$((port + 1
 om_write_ini() {
   local ini=$1 setting
   printf '%s\n' "[milter]" "Socket=$2" "Root=$root" "Spool=$work/spool" "LocalDomains=ovtest.example" \
-    "OnBlock=discard" "Workers=$3" "SendmailCommand=$(pf_sendmail_command "$PF_DIR")" \
+    "OnBlock=discard" "Workers=$3" "SendmailCommand=$(PATH=$PATH:/usr/sbin command -v sendmail) -C $PF_DIR/etc -oi" \
     "VerdictHeader=yes" >"$ini"
   shift 3
   for setting in "$@"; do   # a key given again replaces its line
@@ -44,13 +37,10 @@ om_write_ini() {
   done
 }
 
-om_listening() {
-  local socket=$1
-  kill -0 "$OM_PID" 2>/dev/null || return 0   # ended: stop waiting
-  case $socket in
-    inet:*) socket=${socket#inet:}; pf__port_open "${socket%@*}" ;;
-    unix:*) [ -S "${socket#unix:}" ] ;;
-  esac
+om_listening() {  # SOCKET, or ovmilter ended: stop waiting
+  local port=${1#inet:}
+  kill -0 "$OM_PID" 2>/dev/null || return 0
+  case $1 in inet:*) pf__port_open "${port%@*}" ;; *) [ -S "${1#unix:}" ] ;; esac
 }
 
 om_start() {
@@ -71,13 +61,11 @@ om_bring_up() {
   pf_start "$PF_DIR" || om_fail "postfix did not start"
 }
 
-om_ended() { ! kill -0 "$OM_PID" 2>/dev/null; }
-
 om_stop() {
   [ -n "${OM_PID:-}" ] || return 0
   kill -TERM "$OM_PID" 2>/dev/null || true
   local status=0
-  pf_wait_until 20 om_ended || { kill -KILL "$OM_PID"; echo "ovmilter did not stop within 20 s" >&2; status=1; }
+  pf_wait_until 20 eval "! kill -0 $OM_PID 2>/dev/null" || { kill -KILL "$OM_PID"; echo "ovmilter did not stop within 20 s" >&2; status=1; }
   wait "$OM_PID" 2>/dev/null || status=$?
   OM_PID=
   return "$status"

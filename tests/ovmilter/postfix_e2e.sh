@@ -1,8 +1,6 @@
 #!/usr/bin/env bash
-# End-to-end: a private Postfix instance hands mail to ovmilter, which runs
-# the plug-in on the example installation; mails go in with swaks and the
-# mailboxes and the quarantine are checked. Last, ovmilter started as root
-# with User=nobody runs with nobody's ids only.
+# End-to-end: a private Postfix hands mail to ovmilter running the plug-in on
+# the example installation; the mailboxes, quarantine and logs are checked.
 #   tests/ovmilter/postfix_e2e.sh BUILD_DIR   (exit 77: no Postfix, swaks or root)
 set -euo pipefail
 source "$(dirname "$0")/ovmilter_setup.sh"
@@ -111,8 +109,7 @@ copies_before=$(count_copies)
 mv "$quarantine" "$quarantine.saved"
 echo "not a directory" >"$quarantine"
 om_send "$src/examples/mail/13-lottery.eml" bob@example.net "$relay_port"
-deferred() { [ "$(pf_queue_count "$RELAY_DIR" deferred)" = 1 ]; }
-pf_wait_until 120 deferred ||
+pf_wait_until 120 eval '[ "$(pf_queue_count "$RELAY_DIR" deferred)" = 1 ]' ||
   om_fail "the mail is not deferred in the relay's queue: $(tail -n 20 "$RELAY_DIR/maillog")"
 postqueue -c "$RELAY_DIR/etc" -p | grep -q '451 4.3.0' || om_fail "no 451 4.3.0 in the relay's queue: $(postqueue -c "$RELAY_DIR/etc" -p)"
 grep -q 'faults=copy reply=tempfail' "$work/ovmilter3.log" || om_fail "no tempfail for the copy fault logged"

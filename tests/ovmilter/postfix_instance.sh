@@ -1,11 +1,7 @@
-# A private Postfix instance for the ovmilter end-to-end and load tests;
-# source it (it defines functions only):
-#   pf_available || exit 77; pf_setup DIR SMTP_PORT MILTER [name=value ...]
-#   pf_start DIR; ...; pf_wait_idle DIR 30; pf_count DIR alice; pf_stop DIR
-# Everything lives under DIR (absolute, no blanks, reachable by postfix).
-# It listens on 127.0.0.1:SMTP_PORT without DNS and delivers only
-# example.net, as Maildirs: alice, bob, admin, and "other" for the rest.
-# Mail from pf_sendmail_command (root only) does not pass the milter.
+# A private Postfix instance under DIR (absolute, no blanks, reachable by
+# postfix) for the ovmilter end-to-end and load tests; source it. It listens
+# on 127.0.0.1:SMTP_PORT without DNS and delivers only example.net, as
+# Maildirs: alice, bob, admin, and "other" for the rest.
 
 # pf_wait_until SECONDS COMMAND...: polls COMMAND every 0.1 s; 1 on timeout.
 pf_wait_until() {
@@ -60,42 +56,32 @@ queue_directory = $dir/queue
 data_directory = $dir/data
 maillog_file = $dir/maillog
 maillog_file_prefixes = $dir
-syslog_name = postfix-ovtest
 myhostname = gw.ovtest.example
-mydomain = ovtest.example
 myorigin = \$myhostname
 mydestination =
 inet_interfaces = 127.0.0.1
 inet_protocols = ipv4
 mynetworks = 127.0.0.0/8
-relay_domains =
 smtp_dns_support_level = disabled
 smtpd_peername_lookup = no
 alias_maps =
 local_recipient_maps =
 local_transport = error:5.1.1 local delivery is disabled on this test instance
 default_transport = error:5.7.1 this test instance delivers only to example.net
-relay_transport = error:5.7.1 this test instance delivers only to example.net
 smtpd_relay_restrictions = reject_unauth_destination
-smtpd_error_sleep_time = 0
-smtpd_soft_error_limit = 1000
-smtpd_hard_error_limit = 1000
 virtual_mailbox_domains = example.net
 virtual_mailbox_base = $dir/mail
 virtual_mailbox_maps = texthash:$dir/etc/vmailbox
 virtual_uid_maps = static:$uid
 virtual_gid_maps = static:$gid
-virtual_mailbox_limit = 0
 queue_run_delay = 1s
 minimal_backoff_time = 1s
 maximal_backoff_time = 2s
 in_flow_delay = 0
-milter_protocol = 6
 milter_default_action = tempfail
 milter_connect_timeout = 5s
 milter_command_timeout = 15s
 milter_content_timeout = 30s
-non_smtpd_milters =
 smtpd_milters = $milter
 EOF
     {
@@ -140,8 +126,6 @@ pf_stop() {
     pf_wait_until 2 eval "! pgrep -g $pid >/dev/null"
 }
 
-pf_sendmail_command() { echo "$(PATH=$PATH:/usr/sbin:/sbin command -v sendmail) -C $1/etc -oi"; }
-
 # pf_queue_count DIR [QUEUE...]: messages in the queues (default: all but hold).
 pf_queue_count() {
     local dir=$1 q
@@ -152,10 +136,8 @@ pf_queue_count() {
     done | wc -l
 }
 
-pf__idle() { [ "$(pf_queue_count "$1")" = 0 ]; }
-
 pf_wait_idle() {
-    pf_wait_until "$2" pf__idle "$1" || { echo "pf_wait_idle: $(pf_queue_count "$1") still queued in $1" >&2; return 1; }
+    pf_wait_until "$2" eval "[ \"\$(pf_queue_count $1)\" = 0 ]" || { echo "pf_wait_idle: $(pf_queue_count "$1") still queued in $1" >&2; return 1; }
 }
 
 # pf_mailbox_files DIR USER: delivered files, oldest first; pf_count: how many.

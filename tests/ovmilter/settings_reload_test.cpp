@@ -13,10 +13,8 @@
 
 namespace {
 
-// Starts the plug-in on the installation, breaks it, reloads, has a junk
-// mail judged and stops the plug-in - in a child process, since the plug-in
-// keeps process-wide state and one that wedges must fail the test rather
-// than hang it. Returns a transcript of the steps.
+// The transcript of start, break, reload, judge a junk mail, stop - in a
+// child, so that a wedged plug-in fails the test rather than hang it.
 std::string ReloadInChild(PluginInstallation &install, const std::function<void()> &breakFiles)
 {
     PluginHeaders junk;

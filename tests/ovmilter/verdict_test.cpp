@@ -1,6 +1,5 @@
 // The milter's answer to each verdict of the plug-in, and the faults that
-// hold the mail whatever the verdict (a notification that was not queued
-// does not).
+// hold the mail whatever the verdict.
 #include "tools/ovmilter/verdict.h"
 
 #include <gtest/gtest.h>

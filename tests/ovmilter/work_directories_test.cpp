@@ -1,6 +1,5 @@
-// The check with a real file that refuses a start or reload when a directory
-// the plug-in writes into is on a full disk (a plain file in the way is a row
-// of the settings reload test).
+// A start or reload is refused when a directory the plug-in writes into is
+// on a full disk.
 #include "tools/hostkit/work_directories.h"
 
 #include <sys/stat.h>
@@ -22,7 +21,6 @@ TEST(WorkDirectories, FullDiskIsRefused)
     std::string error;
     EXPECT_FALSE(work_directory_usable(disk.dir() + "/q", &error));
     EXPECT_EQ("cannot write a file in it: No space left on device", error);
-    // The probe is gone again.
     EXPECT_EQ(0, rmdir((disk.dir() + "/q").c_str()));
 }
 

@@ -1,7 +1,5 @@
-// The pool of threads that call the plug-in, under many session threads at
-// once: every job runs exactly once, never more at a time than the pool has
-// threads, a job that throws fails alone, a stop leaves no caller waiting
-// and runs nothing afterwards.
+// The worker pool under many session threads: each job runs once, within
+// the pool's size, a throw fails alone, a stop strands no caller.
 #include "tools/ovmilter/worker_pool.h"
 
 #include <gtest/gtest.h>

@@ -1,8 +1,5 @@
-// Mails judged through ovctl scan on a test installation (the special filter
-// takes *.exe), whose MIME parameters hide an executable from a careless
-// reader: every executable a mail client would show is replaced, and with
-// "AmbiguousMime=Quarantine" a mail that reads two ways is held as the rule
-// "Ambiguous MIME". Names never leave their line.
+// ovctl scan on mails whose MIME hides an executable: each one is replaced,
+// ambiguous mail is held when so configured, names never leave their line.
 #include <sys/stat.h>
 
 #include "support/mail_client_shapes.h"
@@ -16,8 +13,7 @@ namespace
 
 bool EndsWith(const std::string &text, const std::string &end)
 {
-    return text.size() >= end.size() &&
-           text.compare(text.size() - end.size(), end.size(), end) == 0;
+    return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
 }
 
 struct Scanned {
@@ -101,8 +97,7 @@ TEST(ClientShapesOvctl, EveryExecutableIsReplacedAndAmbiguousMailHeldWhenSoConfi
     EXPECT_EQ(logged, held);
 }
 
-// A name that decodes to CR LF and a MIME part of the sender's choosing
-// stays on its line in the delivered mail, the warning and the event log.
+// A name decoding to CR LF and a forged MIME part stays on its line.
 TEST(ClientShapesOvctl, NamesNeverLeaveTheirLine)
 {
     PluginInstallation install;

@@ -1,6 +1,5 @@
-// The envelope record beside a quarantine copy and the JSON text it is
-// written in: quoting, the exact format and round trip, what the reader
-// refuses, the atomic write, and the spool ids named after inputs.
+// The envelope record beside a quarantine copy, its JSON text, and the
+// spool ids named after inputs.
 #include "tools/hostkit/copy_record.h"
 #include "tools/hostkit/json_text.h"
 #include "tools/hostkit/spool_id.h"
@@ -55,43 +54,27 @@ const char kSampleText[] =
     "  \"verdict\": \"blocked\",\n  \"action\": \"quarantined\",\n";
 const char kSampleTrigger[] = "  \"trigger\": \"Big mails\\nsecond line\"\n}\n";
 
-// The exact text with and without a release, read back the same; unknown
-// members and escapes are taken; what is not a record, and every cut of one
-// up to its closing brace, is refused with a reason.
+// The exact text, read back the same; every cut of it is refused.
 TEST(CopyRecord, ExactFormatRoundTripAndWhatTheReaderRefuses)
 {
     CopyRecord record = sample_record(), read;
+    record.released = 1795086400;
+    record.releasedTo = {"bob@example.com"};
+    const std::string whole = format_copy_record(record);
+    EXPECT_EQ(whole, kSampleText + std::string("  \"released\": \"2026-11-19T11:06:40Z\",\n"
+                                               "  \"released_to\": [\"bob@example.com\"],\n") +
+                         kSampleTrigger);
     std::string error;
-    for (bool released : {false, true}) {
-        if (released) {
-            record.released = 1795086400;
-            record.releasedTo = {"bob@example.com"};
-        }
-        const std::string text = format_copy_record(record);
-        EXPECT_EQ(text, kSampleText +
-                            std::string(released ? "  \"released\": \"2026-11-19T11:06:40Z\",\n"
-                                                   "  \"released_to\": [\"bob@example.com\"],\n"
-                                                 : "") +
-                            kSampleTrigger);
-        ASSERT_TRUE(parse_copy_record(text, &read, &error)) << error;
-        EXPECT_EQ(format_copy_record(read), text);
-    }
-    ASSERT_TRUE(parse_copy_record(R"({"format": 1, "future": [], "flag": true, "n": -1.5e3,
-        "id": "\u00e9\ud83d\udce7", "time": "2026-11-25T11:10:57Z", "recipients": []})",
-                                  &read, &error))
-        << error;
-    EXPECT_EQ(read.id, "\xC3\xA9\xF0\x9F\x93\xA7");
-    EXPECT_TRUE(read.recipients.empty());
+    ASSERT_TRUE(parse_copy_record(whole, &read, &error)) << error;
+    EXPECT_EQ(format_copy_record(read), whole);
 
     const std::string time = R"("time": "2026-11-25T11:10:57Z")", head = R"({"format": 1, )";
     std::vector<std::string> texts = {
         "[]", R"({"format": 2, )" + time + "}", R"({"format": 1})",
         head + R"("time": "2026-11-31T11:10:57Z"})", // no such day
-        head + time + R"(, "released": "soon"})", head + time + R"(, "x": {}})",
-        head + head.substr(1) + time + "}", head + time + "} x",
+        head + time + R"(, "released": "soon"})", head + time + "} x",
         head + R"("id": "\ud800", )" + time + "}", head + "\"id\": \"caf\xE9\", " + time + "}",
     };
-    const std::string whole = format_copy_record(sample_record());
     for (size_t cut = 0; cut <= whole.rfind('}'); ++cut)
         texts.push_back(whole.substr(0, cut));
     for (const std::string &text : texts) {

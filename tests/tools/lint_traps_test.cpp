@@ -1,7 +1,5 @@
-// ovctl lint on what the plug-in would drop or refuse, and on the settings
-// that load without complaint but lose mail: each row writes one file of a
-// small, otherwise clean installation and names the finding lint must print
-// with its file and line (or none).
+// ovctl lint: each row writes one file of a small, otherwise clean
+// installation and names the finding (or none) with its line.
 #include "tools/ovctl_cases.h"
 
 namespace
@@ -22,12 +20,9 @@ struct TrapRow {
 const TrapRow kRows[] = {
     {"exact actions", "spamrule/spamrule.txt",
      "A\\C\\SIZE>1\\DEL\nB\\A\\SIZE!= 5 ,SIZE<-3\\QUAR\nC\\B\\SUBJ=\"a\\b\"\\ARCH\n", "", 0},
-    {"action by prefix", "spamrule/spamrule.txt", "A\\C\\SIZE>1\\DEL\nB\\C\\SIZE>1\\QUARANTINE\n",
-     "spamrule.txt:2: action \"QUARANTINE\" is taken by its prefix", 1},
     {"archive by prefix", "spamrule/spamrule.txt", "B\\C\\SIZE>1\\ARCHIVE\n",
      "spamrule.txt:1: action \"ARCHIVE\" is taken by its prefix when loading, but the scanner "
-     "knows only DEL, QUAR and ARCH: the rule deletes the mail; write ARCH",
-     1},
+     "knows only DEL, QUAR and ARCH: the rule deletes the mail; write ARCH", 1},
     {"no action", "spamrule/spamrule.txt", "B\\C\\SIZE>1\n", "spamrule.txt:1: No Action Error!", 1},
     {"settings line of no kind", "contscan.ini", std::string(kIni) + "; gone at the next write\n",
      "contscan.ini:5: not a section, key, blank or \"#\" line: dropped", 1},
@@ -46,9 +41,7 @@ const TrapRow kRows[] = {
     {"heading with a trailing blank", "contscan.ini", "[Junk ]\nAction=Delete\n",
      "contscan.ini:1: section [Junk ] differs from policy \"Junk\" by blanks", 1},
     {"action in small letters", "contscan.ini", "[Junk]\nAction=delete\n",
-     "contscan.ini:2: Action \"delete\" of policy \"Junk\" is none of Delete, Quarantine, "
-     "Archive",
-     1},
+     "contscan.ini:2: Action \"delete\" of policy \"Junk\" is none of Delete, Quarantine, Archive", 1},
     {"action line inside a continued value", "contscan.ini",
      "[Junk]\nMessageUser=first line\\\nAction=delete\nAction=Delete\n", "", 0},
     {"keyword of 80 bytes", "CsConfig.dat", "CsConfig.dat2\tshJunk\tpe=t\twh" + std::string(80, 'k') + "\t",
@@ -56,19 +49,15 @@ const TrapRow kRows[] = {
     {"keyword of 81 bytes", "CsConfig.dat",
      "CsConfig.dat2\tshJunk\tpe=t\twhcasino\n\twd" + std::string(81, 'k') + "\t",
      "CsConfig.dat:2: keyword \"kkk", 1},
-    {"sender at example.com", "contscan.ini",
-     "[Content Filter]\nNotificationSender=gw@example.com\n[Junk]\nAction=Delete\n",
-     "contscan.ini:2: warning: [Content Filter] NotificationSender \"gw@example.com\"", 0},
     {"--strict counts warnings", "contscan.ini",
-     "[Content Filter]\nNotificationSender=gw@example.org\n[Junk]\nAction=Delete\n",
-     "contscan.ini:2: warning: ", 1, true},
+     "[Content Filter]\nNotificationSender=gw@example.com\n[Junk]\nAction=Delete\n",
+     "contscan.ini:2: warning: [Content Filter] NotificationSender \"gw@example.com\"", 1, true},
 };
 
 TEST(LintTrapTest, ReportsEachTrapWithItsFileAndLine)
 {
     for (const TrapRow &row : kRows) {
         SCOPED_TRACE(row.what);
-        // A small installation: settings, one policy, one rule, no special rules.
         BaseTempDir root;
         std::filesystem::create_directories(root.path("Plug-Ins/OV/spamrule"));
         root.write("Plug-Ins/OV/contscan.ini", kIni);

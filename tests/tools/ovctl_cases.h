@@ -1,6 +1,5 @@
-// What the tests of ovctl share: the built ovctl (OV_OVCTL_PATH) run with
-// words as a shell would, a scratch copy of an example installation, and
-// tables of command lines with the exit status and output each must give.
+// What the ovctl tests share: ovctl run as a shell would, a scratch example
+// installation, and tables of command lines with their status and output.
 #pragma once
 
 #include <sys/wait.h>
@@ -20,7 +19,8 @@ struct OvctlRun {
 };
 
 struct OvctlOptions {
-    bool mergeStderr = true; // standard error joins the output, else it is dropped
+    OvctlOptions(bool merge = true) : mergeStderr(merge) {}
+    bool mergeStderr; // standard error joins the output, else it is dropped
     std::string stdinFile;   // empty: /dev/null
     std::string workDir;     // where ovctl runs; empty: here
 };
@@ -33,7 +33,6 @@ inline std::string ovctl_shell_quote(const std::string &word)
     return text + "'";
 }
 
-// Runs a shell command line; its standard output and exit status.
 inline OvctlRun run_shell(const std::string &command)
 {
     OvctlRun run;
@@ -48,7 +47,7 @@ inline OvctlRun run_shell(const std::string &command)
     return run;
 }
 
-inline OvctlRun run_ovctl(const std::vector<std::string> &words, const OvctlOptions &options)
+inline OvctlRun run_ovctl(const std::vector<std::string> &words, const OvctlOptions &options = {})
 {
     std::string command = ovctl_shell_quote(OV_OVCTL_PATH);
     if (!options.workDir.empty())
@@ -58,13 +57,6 @@ inline OvctlRun run_ovctl(const std::vector<std::string> &words, const OvctlOpti
     command += options.mergeStderr ? " 2>&1" : " 2>/dev/null";
     return run_shell(command + " <" +
                      ovctl_shell_quote(options.stdinFile.empty() ? "/dev/null" : options.stdinFile));
-}
-
-inline OvctlRun run_ovctl(const std::vector<std::string> &words, bool mergeStderr = true)
-{
-    OvctlOptions options;
-    options.mergeStderr = mergeStderr;
-    return run_ovctl(words, options);
 }
 
 inline std::string example_mail(const std::string &name)
@@ -92,8 +84,7 @@ private:
     BaseTempDir m_tmp;
 };
 
-// One command line: its exit status and its output, the whole output when
-// it succeeds and a part of it otherwise.
+// A command line, its exit status and its whole output (a part on failure).
 struct OvctlCase {
     std::vector<std::string> words;
     int status;

@@ -1,7 +1,5 @@
-// ovctl quarantine on an installation laid out as the plug-in leaves it: a
-// rule's copy with its envelope record, a policy's copy and an attachment
-// removal's copy without one. Release runs a stand-in sendmail that keeps
-// its arguments and its input.
+// ovctl quarantine on copies as the plug-in leaves them (one with its
+// envelope record); release runs a stand-in sendmail.
 #include <sys/stat.h>
 #include <utime.h>
 
@@ -31,11 +29,9 @@ protected:
         ruleCopy = root.write("Plug-Ins/OV/Q/Anti-Spam/Big mails/AF77_1.tmp", kRuleCopy);
         policyCopy = root.write("Plug-Ins/OV/Q/Confidential/AF77_2.tmp", kPolicyCopy);
         attachmentCopy = root.write("Plug-Ins/OV/Q/AF77_3.tmp", kAttachmentCopy);
-        const CopyRecord record{"4XQID1",    "ovmilter",
-                                "ann@example.net", {"bob@example.com", "hidden-bcc@example.com"},
-                                "192.0.2.7", time(nullptr) - 3600,
-                                "blocked",   "quarantined",
-                                "Big mails", 0,         {}};
+        const CopyRecord record{"4XQID1", "ovmilter", "ann@example.net",
+            {"bob@example.com", "hidden-bcc@example.com"}, "192.0.2.7", time(nullptr) - 3600,
+            "blocked", "quarantined", "Big mails", 0, {}};
         std::string error;
         EXPECT_TRUE(write_copy_record(ruleCopy, record, &error)) << error;
         const utimbuf old{time(nullptr) - 30 * 86400, time(nullptr) - 30 * 86400}; // 30 days
@@ -51,7 +47,6 @@ protected:
         words.insert(words.begin(), "quarantine");
         return run_ovctl(words);
     }
-    // A release through the stand-in sendmail, after `options`.
     OvctlRun release(const std::string &id, std::vector<std::string> options = {})
     {
         options.insert(options.begin(), "release");
@@ -73,8 +68,6 @@ protected:
     std::string ruleCopy, policyCopy, attachmentCopy, sendmail;
 };
 
-// To the envelope's recipients once, or to given addresses; a copy without
-// a record gets one that marks the release.
 TEST_F(QuarantineCommand, ListsShowsAndReleasesToTheEnvelopeRecipientsOnce)
 {
     // Oldest first; the record's envelope (Bcc too) wins over the headers.
@@ -127,16 +120,13 @@ TEST_F(QuarantineCommand, ReleaseThatFailsLeavesTheCopyUnreleased)
 TEST_F(QuarantineCommand, DeleteAndExpireRemoveCopiesWithTheirRecords)
 {
     EXPECT_EQ(quarantine({"delete", "AF77_1.tmp"}).status, 0);
-    EXPECT_EQ(ReadFile(ruleCopy), "<missing>");
-    EXPECT_EQ(ReadFile(copy_record_path(ruleCopy)), "<missing>");
-    EXPECT_NE(quarantine({"expire", "--older-than", "10", "--dry-run"})
-                  .output.find("would expire AF77_3.tmp"),
-              std::string::npos);
+    EXPECT_EQ(ReadFile(ruleCopy) + ReadFile(copy_record_path(ruleCopy)), "<missing><missing>");
+    const std::string dry = quarantine({"expire", "--older-than", "10", "--dry-run"}).output;
+    EXPECT_NE(dry.find("would expire AF77_3.tmp"), std::string::npos) << dry;
     EXPECT_EQ(ReadFile(attachmentCopy), kAttachmentCopy);
-    EXPECT_NE(quarantine({"expire", "--older-than", "10"}).output.find("expired AF77_3.tmp"),
-              std::string::npos);
-    EXPECT_EQ(ReadFile(attachmentCopy), "<missing>");
-    EXPECT_EQ(ReadFile(policyCopy), kPolicyCopy);
+    const std::string expired = quarantine({"expire", "--older-than", "10"}).output;
+    EXPECT_NE(expired.find("expired AF77_3.tmp"), std::string::npos) << expired;
+    EXPECT_EQ(ReadFile(attachmentCopy) + ReadFile(policyCopy), "<missing>" + std::string(kPolicyCopy));
 }
 
 } // namespace

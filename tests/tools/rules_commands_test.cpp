@@ -1,6 +1,5 @@
-// ovctl envelope, rules check|test|scan|seal|unseal and sfrule list on
-// generated envelope, data and rule files.
-#include "support/rules_fixtures.h"
+// ovctl envelope and rules check|test on generated envelope, data and rule
+// files.
 #include "tools/ovctl_cases.h"
 
 namespace
@@ -39,52 +38,13 @@ TEST(OvctlRules, EnvelopeAndRuleCommands)
         {{"rules", "test", R"(FROM="<s@x>")", af}, 0, "match\n"}, // raw envelope values
         {{"rules", "test", R"(SUBJ="x"y)", af}, 1, syntax},
         {{"rules", "test", "", af}, 1, syntax},
-        {{"rules", "test", "SIZE>1"}, 2, ""},
-        {{"rules", "test", "SIZE>1", missing}, 1, ""},
-        {{"rules", "frobnicate"}, 2, ""},
         {{"rules", "check", bad},
          1,
          bad + ":2: No Action Error!\n" + bad + ":3: Mail Type Error!\n" + bad +
              ":4: Action Error!\n" + bad + ":6: Sentence Syntax Error!\n" + bad +
              ":7: No Rule Name Error!\n"},
         {{"rules", "check", good}, 0, ""},
-        {{"rules", "check", missing}, 1, ""},
-        {{"rules", "check"}, 2, ""},
     });
-}
-
-TEST(OvctlRules, SealScanAndSfruleList)
-{
-    BaseTempDir dir;
-    const std::string af = dir.write("AFO0001", "Sfigures\nOa@example.org\n");
-    const std::string df = dir.write("DFO0001", kRulesExeMail);
-    const std::string rules =
-        dir.write("rules.txt", "in\\A\\SIZE>0\\DEL\nrelay\\B\\DOM=\"mx.example.net\"\\ARCH\n");
-    const std::string none = dir.write("none.txt", "x\\C\\SUBJ=\"other\"\\DEL\n");
-    const std::string exe =
-        dir.write("exe.txt", "<RULE NAME>exe</RULE NAME><MAIL TYPE>C</MAIL TYPE>"
-                             "<ATTACH><NAME>*.exe</NAME></ATTACH>\r\n");
-    const std::string sfrule = dir.write(
-        "SFRule.txt", "; Written by Orvane Unix Configuration Standard v3.8 2002 ZeltoWorks\r\n"
-                      "<RULE NAME>exe</RULE NAME><MAIL TYPE>B</MAIL TYPE><MIME><NAME>All, Video/"
-                      "</NAME></MIME><ATTACH><NAME>*.EXE re*me.txt</NAME></ATTACH><ATTR><NAME>"
-                      "EXCLUDE</NAME></ATTR>\r\n<RULE NAME>no type</RULE NAME>\r\n"
-                      "<MAIL TYPE>A</MAIL TYPE><RULE NAME>bare</RULE NAME>\r\n");
-    expect_ovctl_cases({
-        {{"rules", "scan", "--rules", rules, af, df}, 0, "rule\trelay\tARCH\t0\n"},
-        {{"rules", "scan", "--sfrule", exe, "--rules", none, af, df},
-         0,
-         "pass\nreplace\ttool.exe\t163\t275\n"},
-        {{"rules", "scan", "--rules", dir.path("missing"), af, df}, 1, ""},
-        {{"sfrule", "list", sfrule},
-         0,
-         "exe\tB\tEXCLUDE\tall,video/\t*.exe,re*me.txt\nbare\tA\tINCLUDE\t\t\n"},
-        {{"rules", "seal", dir.write("vendor", "V1\\C\\SIZE>1\\DEL\n"), dir.path("sealed")}, 0, ""},
-        {{"rules", "unseal", dir.path("sealed"), dir.path("back")}, 0, ""},
-    });
-    EXPECT_EQ(ReadFile(dir.path("back")), "V1\\C\\SIZE>1\\DEL\n");
-    dir.write("sealed", ReadFile(dir.path("sealed")) + "x");
-    EXPECT_EQ(run_ovctl({"rules", "unseal", dir.path("sealed"), dir.path("again")}).status, 1);
 }
 
 } // namespace

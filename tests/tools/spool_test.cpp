@@ -26,8 +26,7 @@ TEST(SpoolTest, EnvelopeFromHeadersUnfoldedUpToTheBody)
               "F<bounce@x.example>\nT<bob@y.example>\nT<carol@y.example>\n"
               "OAlice <alice@x.example>\nDbob@y.example, Carol <carol@y.example>\n"
               "Cbob@y.example\nS=?ISO-2022-JP?B?GyRCJUYlOSVIGyhC?=\nR1000\n");
-    // Without Return-Path the From address is the envelope sender; without
-    // any sender, the null sender.
+    // No Return-Path: the From address; no sender at all: the null sender.
     EXPECT_EQ(envelope_from_message("From: a@b.example\n\n", 0).envelopeFrom, "a@b.example");
     EXPECT_EQ(format_envelope(envelope_from_message("\n", 5)), "F<>\nR5\n");
 }

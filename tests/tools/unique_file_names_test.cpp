@@ -1,6 +1,5 @@
-// UniqueFileNames against the classic rule (count from 2 for every name
-// until a free one is found) on name sequences that collide with each
-// other's numbered forms.
+// UniqueFileNames against the classic rule (count from 2 until a name is
+// free) on names that collide with each other's numbered forms.
 #include <random>
 #include <set>
 
