@@ -1,15 +1,10 @@
-// The log classes: prologs, insertions, targets, daily files, null and system logs.
+// The log classes: insertions and the file target (the system log and whole
+// lines from many threads are in the concurrency test).
 #include <gtest/gtest.h>
 
-#include <pthread.h>
 #include <sys/stat.h>
-#include <syslog.h>
-#include <unistd.h>
 
-#include <memory>
-#include <regex>
 #include <string>
-#include <vector>
 
 #include "base/log.h"
 #include "support/base_temp_dir.h"
@@ -18,26 +13,7 @@ namespace {
 
 void not_a_terminator() {}
 
-std::vector<std::pair<int, std::string>> g_sysLogCalls;
-void capture_syslog(int priority, const char *message) { g_sysLogCalls.push_back({priority, message}); }
-
 } // namespace
-
-TEST(Log, PrologFollowsTheFlags)
-{
-    const std::string time = R"(\d\d/\d\d/\d{4} \d\d:\d\d:\d\d )";
-    const std::string pid = "\\[" + std::to_string(getpid()) + "\\]";
-    const std::string tid = "\\[" + std::to_string(static_cast<unsigned long>(pthread_self())) + "\\]";
-    const std::pair<int, std::string> rows[] = {{0, "OVUX: hello\n"}, {1, "OVUX" + pid + ": hello\n"},
-        {2, time + "OVUX: hello\n"}, {8, "OVUX" + tid + ": hello\n"}, {11, time + "OVUX" + pid + tid + ": hello\n"}, {4, "OVUX: hello\n"}};
-    BaseTempDir tmp;
-    for (const auto &row : rows) {
-        const std::string file = tmp.path("debug" + std::to_string(row.first) + ".log");
-        Log(file.c_str(), "OVUX", row.first).start() << "hello" << Orvane::endl;
-        const std::string written = ReadFile(file);
-        EXPECT_TRUE(std::regex_match(written, std::regex(row.second))) << row.first << written;
-    }
-}
 
 TEST(Log, InsertionsAndFileTarget)
 {
@@ -72,20 +48,4 @@ TEST(Log, InsertionsAndFileTarget)
     Log missing(tmp.path("no/such/dir.log").c_str(), "a", 0);
     EXPECT_FALSE(missing.is_open());
     missing.start() << "dropped" << Orvane::endl;
-}
-
-TEST(SysLog, HandsOneWholeMessageToTheSystemLoggerAtErrorPriority)
-{
-    g_sysLogCalls.clear();
-    SysLog::set_sender(capture_syslog);
-    {
-        SysLog log("ovtest", 1);
-        log.start() << "a" << 5 << "b" << Orvane::endl;
-        log.start() << "p=";
-        log << static_cast<void *>(nullptr) << " " << 1.5 << Orvane::flush;
-        std::unique_ptr<Log>(log.dup())->start() << "from copy" << Orvane::endl;
-    }
-    SysLog::set_sender(nullptr);
-    EXPECT_EQ(g_sysLogCalls, (std::vector<std::pair<int, std::string>>{
-                                 {LOG_ERR, "a5b"}, {LOG_ERR, "p=(nil) 1.5"}, {LOG_ERR, "from copy"}}));
 }

@@ -1,6 +1,10 @@
 // Reloading the plug-in's settings: the check that refuses a reload the real
-// libov.so would wedge on, while mail keeps being judged on the old settings.
+// libov.so would wedge on, while mail keeps being judged on the old settings,
+// and the work directory on a full disk that refuses a start or reload.
+#include "tools/hostkit/work_directories.h"
 #include "tools/ovmilter/settings_reload.h"
+
+#include <sys/stat.h>
 
 #include <gtest/gtest.h>
 
@@ -10,6 +14,7 @@
 #include "support/plugin_host_fixture.h"
 #include "support/plugin_installation.h"
 #include "support/plugin_mail_corpus.h"
+#include "support/small_tmpfs.h"
 
 namespace {
 
@@ -82,6 +87,19 @@ TEST(SettingsReload, RefusesAReloadThatWouldHoldMail)
                   expected + "process=2 cleanup=0")
             << row.what;
     }
+}
+
+TEST(WorkDirectories, FullDiskIsRefused)
+{
+    SmallTmpfs disk(64 * 1024);
+    if (!disk.mounted())
+        GTEST_SKIP() << disk.reason();
+    ASSERT_EQ(0, mkdir((disk.dir() + "/q").c_str(), 0755));
+    disk.Fill();
+    std::string error;
+    EXPECT_FALSE(work_directory_usable(disk.dir() + "/q", &error));
+    EXPECT_EQ("cannot write a file in it: No space left on device", error);
+    EXPECT_EQ(0, rmdir((disk.dir() + "/q").c_str()));
 }
 
 } // namespace

@@ -183,19 +183,4 @@ TEST(VendorRules, SealedFileLoadsAndLeavesNoPlainCopy)
     EXPECT_TRUE(std::filesystem::is_empty(work));
 }
 
-TEST(RuleSettings, ProfileDefaultsAndValues)
-{
-    BaseTempDir dir;
-    CRuleScan scan;
-    scan.LoadProfile();
-    EXPECT_EQ(scan.GetMaxWriteLine() * 100 + scan.GetDecodeTnef() * 10 + scan.GetEnableAttachScan(), 5010);
-    for (const char *value : {"1", "2"}) {   // only "1" turns the attachment scan on
-        ScopedSettings settings(dir, std::string("[Content Filter]\nMaxWriteLine=7\nDECODETNEF=0\n"
-                                                 "EnableAttachScan=") + value + "\n");
-        scan.LoadProfile();
-        EXPECT_EQ(scan.GetMaxWriteLine() * 100 + scan.GetDecodeTnef() * 10 + scan.GetEnableAttachScan(),
-                  value[0] == '1' ? 701 : 700);
-    }
-}
-
 } // namespace
