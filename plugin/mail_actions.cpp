@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <algorithm>
+
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -144,6 +146,18 @@ const char *DirectionWord(int direction)
     return direction == 1 ? "Outbound" : "Inbound";
 }
 
+namespace {
+
+// Text from the mail in a field of the backslash-separated record: a
+// backslash in it would start a field of its own, so it is written as "/".
+std::string RecordField(std::string text)
+{
+    std::replace(text.begin(), text.end(), '\\', '/');
+    return text;
+}
+
+} // namespace
+
 std::string MailEventRecord(int direction, const std::string &action, const std::string &name,
                             const CMailInfo &info, const char *dfPath)
 {
@@ -154,8 +168,8 @@ std::string MailEventRecord(int direction, const std::string &action, const std:
     std::string record;
     record.reserve(256);
     record += DirectionWord(direction);
-    record += "\\" + action + "\\" + name + "\\" + sender + "\\" + directory_of(df) + "/" +
-              base_name(df);
+    record += "\\" + action + "\\" + RecordField(name) + "\\" + RecordField(sender) + "\\" +
+              directory_of(df) + "/" + base_name(df);
     return record;
 }
 

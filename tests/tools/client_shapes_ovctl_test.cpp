@@ -105,7 +105,7 @@ TEST(ClientShapesOvctl, NamesNeverLeaveTheirLine)
         .Set("Specialized Filtering", "Admin", "postmaster@corp.example");
     install.WriteIni();
     BaseTempDir tmp;
-    const std::string injected = "=?utf-8?Q?x=0D=0A--b=0D=0AContent-Type:_text/html=0D=0A=0D=0A"
+    const std::string injected = "=?utf-8?Q?a=5Cx=0D=0A--b=0D=0AContent-Type:_text/html=0D=0A=0D=0A"
                                  "<b>forged</b>=0D=0A.exe?=";
     Scanned scanned = Scan(
         install, tmp, "inject",
@@ -113,7 +113,8 @@ TEST(ClientShapesOvctl, NamesNeverLeaveTheirLine)
             MailClientExePart("Content-Type: application/octet-stream; name=\"" + injected +
                               "\"\n") +
             "--b--\n");
-    EXPECT_EQ(scanned.verdict.compare(0, 14, "pass\treplaced\t"), 0) << scanned.verdict;
+    // The backslash would start a field of its own in the event log's record.
+    EXPECT_EQ(scanned.verdict.compare(0, 17, "pass\treplaced\ta/x"), 0) << scanned.verdict;
     const std::string notification = ReadFile(tmp.path("inject-outbox/notification-1.eml"));
     for (const std::string &text : {scanned.delivered, notification, install.EventLog()}) {
         for (const std::string &line : SplitLines(text)) {
@@ -121,7 +122,7 @@ TEST(ClientShapesOvctl, NamesNeverLeaveTheirLine)
             EXPECT_NE(line.compare(0, 3, "<b>"), 0) << line;
         }
     }
-    EXPECT_NE(notification.find("Attachment file name: x  --b  Content-Type:_text/html    "
+    EXPECT_NE(notification.find("Attachment file name: a\\x  --b  Content-Type:_text/html    "
                                 "<b>forged</b>  .exe\r\n"),
               std::string::npos)
         << notification;
