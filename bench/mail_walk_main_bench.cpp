@@ -4,7 +4,8 @@
 //
 // Writes a corpus of generated mails of 20 to 70 KB into a scratch
 // directory under $TMPDIR (default /tmp; on tmpfs the walk's text file costs
-// no disk writes, as GMime's decoded output, which goes to a null stream), a quarter of each kind: plain ASCII text, quoted-printable
+// no disk writes, like GMime's decoded output, which goes to a null stream),
+// a quarter of each kind: plain ASCII text, quoted-printable
 // text, multipart mails with base64 attachments, and Japanese mails with
 // ISO-2022-JP subjects (encoded words) and bodies. Then, in the same run,
 // times over the whole corpus:
