@@ -53,6 +53,14 @@ std::string directory_of(const std::string &path)
     return slash == std::string::npos ? "." : path.substr(0, slash);
 }
 
+// Text from the mail in a field of the backslash-separated record: a
+// backslash in it would start a field of its own, so it is written as "/".
+std::string RecordField(std::string text)
+{
+    std::replace(text.begin(), text.end(), '\\', '/');
+    return text;
+}
+
 // A name for the copy in dir that no file has, as the classic code chose it:
 // a new temporary name "DF<pid>_<tid>_<n>.tmp" made in dir (and deleted
 // again) with "A" as its first character, so that an older copy is never
@@ -145,18 +153,6 @@ const char *DirectionWord(int direction)
 {
     return direction == 1 ? "Outbound" : "Inbound";
 }
-
-namespace {
-
-// Text from the mail in a field of the backslash-separated record: a
-// backslash in it would start a field of its own, so it is written as "/".
-std::string RecordField(std::string text)
-{
-    std::replace(text.begin(), text.end(), '\\', '/');
-    return text;
-}
-
-} // namespace
 
 std::string MailEventRecord(int direction, const std::string &action, const std::string &name,
                             const CMailInfo &info, const char *dfPath)
