@@ -20,6 +20,7 @@
 #include "ov/host.h"
 #include "plugin/globals.h"
 #include "plugin/settings.h"
+#include "plugin/text_file_pool.h"
 #include "rules/rule_scan.h"
 #include "sfilter/filter_config.h"
 
@@ -424,6 +425,7 @@ extern "C" int ZWEmailPluginCleanup(void)
     // that none of them is inside, writing to the log being deleted.
     debug("ZWEmailPluginCleanup: OK!!");
     CleanupDebugLog();
+    g_textFiles.Clear();
     event("PLUG-IN STOPPED");
     GlobalObject_CleanUp();
     threads->WaitForZero_Stop();

@@ -11,14 +11,16 @@
 //      a match of the quarantine rule "Ambiguous MIME")
 //   6. else the keyword scan; the matched policies' sections choose the most
 //      severe action (Delete > Quarantine > Archive) and the warnings
-//   7. remove the temporary file, count the thread out, fill the result
+//   7. give the text file back for the next mail (or remove it), count the
+//      thread out, fill the result
 //
 // Each file of the mail is opened once: the envelope is read whole and parsed
 // from memory; the message too, up to 1 MB (a larger one stays open for the
 // relay hosts and the MIME walk);
-// the text file is created open, written by the walk only when the text
-// outgrows its buffer and then read back by the keyword scan through the
-// same stream. Copies, rewrites and notifications open what they need.
+// the text file is taken open (one a mail before left empty, or a new one),
+// written by the walk only when the text outgrows its buffer and then read
+// back by the keyword scan through the same stream. Copies, rewrites and
+// notifications open what they need.
 //
 // Notifications for a policy block go out in the order sender, recipients,
 // users, after the mail was copied, so that a warning never speaks of a copy
@@ -81,6 +83,7 @@
 #include "plugin/globals.h"
 #include "plugin/mail_actions.h"
 #include "plugin/settings.h"
+#include "plugin/text_file_pool.h"
 #include "rules/rule_scan.h"
 
 namespace {
@@ -371,9 +374,17 @@ std::string take_action(PolicyAction action, MailContext &mail,
     return "";
 }
 
-// Closes the mail's text file, then removes it when so configured.
+// Done with the mail's text file: when temporary files are removed, an open
+// one is emptied and kept for the next mail (see text_file_pool.h), any
+// other removed; else it is closed and left.
 void remove_temp_file(FilePtr &text, const char *tempName)
 {
+    if (bDeleteTempDir && text) {
+        const char *base = std::strrchr(tempName, '/');
+        const std::string prefix(base ? base + 1 : tempName, 3);
+        g_textFiles.Keep(KeptTextFile{g_t_strTEMPDIR, prefix, tempName, text.release()});
+        return;
+    }
     text.reset();
     if (!bDeleteTempDir)
         return;
@@ -568,6 +579,15 @@ bool takes_a_byte(int fd)
 // (see the ContScan step), and the event log says why.
 FilePtr make_text_file(const char *prefix, char *tempName)
 {
+    KeptTextFile kept;
+    if (bDeleteTempDir && g_textFiles.Take(g_t_strTEMPDIR, prefix, &kept)) {
+        if (kept.name.size() < OV_MAX_PATH && takes_a_byte(fileno(kept.stream))) {
+            std::memcpy(tempName, kept.name.c_str(), kept.name.size() + 1);
+            return FilePtr(kept.stream);
+        }
+        std::fclose(kept.stream);
+        DeleteFile(kept.name.c_str());
+    }
     for (int attempt = 0; attempt < 2; ++attempt) {
         const int fd = CreateTempFile(g_t_strTEMPDIR.c_str(), prefix, ".tmp", tempName);
         if (fd >= 0) {
@@ -693,7 +713,6 @@ int process_mail(ZWHostCall *call, ZWMailResult *result, OVMailReport *report)
         mail->report.faults |= OV_FAULT_TEMP;
     } else {
         const bool scanned = scan_keywords(membuf.get(), text.get(), tempName, &policies);
-        text.reset();
         if (!scanned) {
             WriteLogFile("CONTENT MANAGEMENT ERROR: Failed to preprocess original message file.",
                          nullptr, 367, 0);

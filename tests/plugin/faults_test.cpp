@@ -41,7 +41,7 @@ TEST_F(PluginFaultTest, UnusableFilesAndCallRecordsAreRefused)
         EXPECT_EQ(line, PluginEvents(install.EventLog()).back().text);
     }
     EXPECT_EQ(Files{}, install.Files("Quarantine")); // no filter ran
-    EXPECT_EQ(Files{}, install.Files("tempdir"));
+    EXPECT_EQ(Files{}, install.LeftInTempdir());
 
     // Null records, an unterminated, empty, directory or one-letter path.
     PluginSpoolMail mail = install.AddMail(PluginPlainMail({}, "hi"));
@@ -96,7 +96,7 @@ TEST_F(PluginFaultTest, DataFileChangingUnderTheMail)
     EXPECT_TRUE(
         HasEvent(install, "CONTENT MANAGEMENT ERROR: ReplaceFileBlock(" + vanished.df + ") fail!"));
     EXPECT_TRUE(HasEvent(install, "CopyFile(" + vanished.df + ","));
-    EXPECT_EQ(Files{}, install.Files("tempdir"));
+    EXPECT_EQ(Files{}, install.LeftInTempdir());
 }
 
 // The report names the copy and the rule or policy that acted. With a plain
@@ -220,7 +220,7 @@ TEST_F(PluginFaultTest, NotificationThatIsNotQueued)
     EXPECT_TRUE(HasEvent(
         install, "CONTENT MANAGEMENT ERROR: notification to alice@partner.example not queued!"));
     EXPECT_EQ(0u, PluginQueue::Take().size());
-    EXPECT_EQ(Files{}, install.Files("tempdir"));
+    EXPECT_EQ(Files{}, install.LeftInTempdir());
 }
 
 } // namespace

@@ -170,6 +170,24 @@ TEST_F(PluginActionsTest, PolicyActionsFollowTheMostSevereSection)
     }
 }
 
+// A mail's text file is emptied and kept for the next mail: the text of a
+// large mail, written out to it, is not scanned again with the next one, and
+// no file stays once the plug-in stops.
+TEST_F(PluginActionsTest, TextFilesAreKeptEmptyForTheNextMail)
+{
+    std::string large;
+    while (large.size() < 300000)
+        large += "Nothing to see in this line of a long letter.\r\n";
+    Start();
+    EXPECT_EQ(PluginVerdict(0, 2), Verdict(install.AddMail(PluginPlainMail({}, large + PluginSecretBody()))));
+    EXPECT_EQ(PluginVerdict(0, 0), Verdict(install.AddMail(PluginPlainMail({}, large))));
+    EXPECT_EQ(PluginVerdict(0, 0), Verdict(install.AddMail(PluginPlainMail({}, "hi"))));
+    EXPECT_EQ(1u, install.Files("tempdir").size());
+    EXPECT_EQ(Strings{}, install.LeftInTempdir());
+    EXPECT_EQ(0, plugin().cleanup());
+    EXPECT_EQ(Strings{}, install.Files("tempdir"));
+}
+
 // Admin lists skip empty items; the switches hold "yes" in that case; the
 // directions are "inbound", "outbound" or "both" (IOMail: of the removal).
 TEST_F(PluginActionsTest, WarningsGoWhereTheSettingsSay)

@@ -155,6 +155,19 @@ public:
         return files;
     }
 
+    // The files of the temporary directory but the empty text files kept
+    // open for the next mail.
+    std::vector<std::string> LeftInTempdir() const
+    {
+        std::vector<std::string> left;
+        for (const std::string &file : Files("tempdir")) {
+            const bool text = file.rfind("tempdir/DFI", 0) == 0 || file.rfind("tempdir/DFO", 0) == 0;
+            if (!text || !ReadFile(root() + "/Plug-Ins/OV/" + file).empty())
+                left.push_back(file);
+        }
+        return left;
+    }
+
 private:
     BaseTempDir m_root;
     int m_mails = 0;
