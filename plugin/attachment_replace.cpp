@@ -1,5 +1,9 @@
 #include "plugin/attachment_replace.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -45,6 +49,14 @@ bool copy_range(FILE *input, FILE *output, long from, long to)
     return true;
 }
 
+// Gives the finished work file the message's mode and puts its bytes on
+// disk, ready to take the message's place.
+bool seal(FILE *output, mode_t mode)
+{
+    return std::fflush(output) == 0 && fchmod(fileno(output), mode) == 0 &&
+           fsync(fileno(output)) == 0;
+}
+
 long clamp(long position, long length)
 {
     return position < 0 ? 0 : (position > length ? length : position);
@@ -88,12 +100,17 @@ int ReplaceFileBlock(const char *path, const Replace_Stru *replace, const char *
     File output(std::fopen(temp, "wb"));
     if (!output)
         return -1;
-    bool written = length >= 0 &&
-                   write_rewrite(input.get(), output.get(), length, replace, prefix, text);
+    struct stat message;
+    bool written = length >= 0 && fstat(fileno(input.get()), &message) == 0 &&
+                   write_rewrite(input.get(), output.get(), length, replace, prefix, text) &&
+                   seal(output.get(), message.st_mode & 07777);
     input.reset();
     written = std::fclose(output.release()) == 0 && written;
-    // The message is replaced whole by a rename, or not at all.
-    written = written && CopyFile(temp, path, false);
+    // The message is replaced whole by a rename, or not at all: the work file
+    // itself when it is on the message's file system, else a copy of it.
+    if (written && std::rename(temp, path) == 0)
+        return 1;
+    written = written && errno == EXDEV && CopyFile(temp, path, false);
     DeleteFile(temp);
     return written ? 1 : -1;
 }

@@ -5,9 +5,10 @@
 //   ReplaceAttachments(dfPath, &replace, info, direction);   // the pipeline
 //   ReplaceFileBlock(path, &replace, header, text, tempPath); // the rewrite
 //
-// The rewrite streams through a 2048-byte buffer into a temporary file and
-// copies that over the message (checked, renamed into place); the message is
-// never held in memory whole.
+// The rewrite streams through a 2048-byte buffer into a temporary file,
+// which then takes the message's place (with its mode) by a rename, or, when
+// the two are on different file systems, is copied over it (checked, renamed
+// into place); the message is never held in memory whole.
 #pragma once
 
 #include <string>
@@ -21,7 +22,7 @@ class CMailInfo;
 // in ascending order and do not overlap. 1 on success; -1 when path or text
 // is null, a file cannot be opened, or a read, write, close or the final copy
 // fails: the message is then byte for byte as it was, since the finished
-// work file replaces it by a rename. The work file is deleted either way. A
+// work file replaces it by a rename. The work file is gone either way. A
 // null tempPath means "./temp.txt". An empty list copies the file unchanged.
 int ReplaceFileBlock(const char *path, const Replace_Stru *replace, const char *prefix,
                      const char *text, const char *tempPath);

@@ -1,7 +1,6 @@
 // The "Received:" state machine (see received_hosts.h).
 #include "rules/received_hosts.h"
 
-#include <cctype>
 #include <cstring>
 #include <string>
 
@@ -38,15 +37,18 @@ private:
     State ByHost();
     // Adds the word at m_offset of the current piece.
     void AddHostWord();
+    // The current piece lower-cased (ASCII letters only, the search keys
+    // being ASCII).
+    const std::string &Lower();
     // Offset just after `key` in the current text (searched lower-cased), or
     // npos.
-    size_t After(const char *key) const;
+    size_t After(const char *key);
     bool NothingFollows(size_t offset) const;
 
     FILE *m_file;
     CMailInfo &m_info;
     std::string m_line;    // the current header piece
-    std::string m_lower;   // the same, lower-cased
+    std::string m_lower;   // the same, lower-cased; empty until needed
     size_t m_offset = 0;   // where the current text begins in m_line
 };
 
@@ -63,15 +65,24 @@ bool ReceivedReader::NextLine()
     if (buffer[0] == '\r' || buffer[0] == '\n')
         return false;
     m_line = buffer;
-    m_lower = m_line;
-    for (char &c : m_lower)
-        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    m_lower.clear(); // lowered when first searched: most pieces never are
     return true;
 }
 
-size_t ReceivedReader::After(const char *key) const
+const std::string &ReceivedReader::Lower()
 {
-    size_t at = m_lower.find(key, m_offset);
+    if (m_lower.empty()) {
+        m_lower = m_line;
+        for (char &c : m_lower)
+            if (c >= 'A' && c <= 'Z')
+                c = static_cast<char>(c - 'A' + 'a');
+    }
+    return m_lower;
+}
+
+size_t ReceivedReader::After(const char *key)
+{
+    size_t at = Lower().find(key, m_offset);
     return at == std::string::npos ? at : at + std::strlen(key);
 }
 
@@ -116,7 +127,7 @@ ReceivedReader::State ReceivedReader::From()
 ReceivedReader::State ReceivedReader::FromHost()
 {
     AddHostWord();
-    if (m_lower.find("by ") != std::string::npos)
+    if (Lower().find("by ") != std::string::npos)
         return SetText(kBy, 0);
     if (!NextLine())
         return kDone;

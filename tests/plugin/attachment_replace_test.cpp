@@ -1,6 +1,8 @@
 // Attachment removal through the host interface: the message file is
 // rewritten in place with a plain-text part where each picked attachment
 // was; the part header follows the host language.
+#include <sys/stat.h>
+
 #include "support/plugin_host_fixture.h"
 
 namespace {
@@ -42,8 +44,12 @@ TEST_F(PluginReplaceTest, RewritesTheMessageByteForByte)
         local.Set("Content Filter", "HostLanguage", row.language)
             .Set("Specialized Filtering", "ReplaceText", row.text);
         PluginSpoolMail mail = local.AddMail(message.text);
+        ASSERT_EQ(0, chmod(mail.df.c_str(), 0640)); // the rewritten file keeps the mode
         ZWMailResult result{};
         EXPECT_EQ(0, RunOnce(local, mail, &result));
+        struct stat status {};
+        EXPECT_EQ(0, stat(mail.df.c_str(), &status));
+        EXPECT_EQ(0640u, status.st_mode & 07777);
         EXPECT_EQ(PluginVerdict(4, 0), PluginVerdict(result.action, result.blocked));
         std::string expected = message.text;
         for (const int i : {2, 0}) { // from the end, so that the ranges stay
