@@ -14,23 +14,56 @@ constexpr size_t kMinStreamBytes = 2048;
 // How far past its ideal place a cut may move to find a byte of no keyword.
 constexpr size_t kCutSearch = 1024;
 
+// What a byte is for a scan, filled once per case mode from tolower and
+// isalnum: the byte as scanned, and whether it is a letter or digit.
+struct ByteTables {
+    uint8_t lower[256]; // identity when case sensitive
+    uint8_t wordByte[256];
+    bool asciiLower = true; // lower moves exactly 'A'-'Z' to 'a'-'z'
+
+    explicit ByteTables(bool caseSensitive)
+    {
+        for (int c = 0; c < 256; ++c) {
+            int lowered = caseSensitive ? c : std::tolower(c);
+            lower[c] = static_cast<uint8_t>(lowered);
+            wordByte[c] = std::isalnum(lowered) ? 1 : 0;
+            asciiLower = asciiLower && lowered == AsciiLower(c);
+        }
+    }
+    static int AsciiLower(int c) { return c >= 'A' && c <= 'Z' ? c + ('a' - 'A') : c; }
+};
+
+const ByteTables &TablesFor(bool caseSensitive)
+{
+    static const ByteTables sensitive(true), folded(false);
+    return caseSensitive ? sensitive : folded;
+}
+
 } // namespace
 
 KeywordScanner::KeywordScanner(const KEYWORDTREE *tree, bool caseSensitive, bool exactMatch,
                                KEYWORD_MATCH_SET *matches)
     : m_tree(tree), m_rows(tree->m_Rows.data()), m_exactMatch(exactMatch), m_matches(matches),
-      m_denseEnd((tree->m_nDenseStates * tree->m_nClasses) << 1)
+      m_denseEnd((tree->m_nDenseStates * tree->m_nClasses) << 1),
+      m_lower(TablesFor(caseSensitive).lower), m_wordByte(TablesFor(caseSensitive).wordByte),
+      m_asciiLower(!caseSensitive && TablesFor(caseSensitive).asciiLower)
 {
-    for (int c = 0; c < 256; ++c) {
-        int lowered = caseSensitive ? c : std::tolower(c);
-        m_lower[c] = static_cast<uint8_t>(lowered);
-        m_class[c] = tree->m_ByteClass[static_cast<unsigned char>(lowered)];
-        m_wordByte[c] = std::isalnum(lowered) ? 1 : 0;
-    }
+    for (int c = 0; c < 256; ++c)
+        m_class[c] = tree->m_ByteClass[m_lower[c]];
 }
 
 void KeywordScanner::Lower(unsigned char *text, size_t length) const
 {
+    if (m_asciiLower) {
+        // The table of the usual locales, as arithmetic the compiler turns
+        // into vector instructions.
+        for (size_t i = 0; i < length; ++i) {
+            const unsigned char byte = text[i];
+            text[i] = static_cast<unsigned char>(
+                byte + (static_cast<unsigned char>(byte - 'A') < 26 ? 'a' - 'A' : 0));
+        }
+        return;
+    }
     for (size_t i = 0; i < length; ++i)
         text[i] = m_lower[text[i]];
 }

@@ -32,9 +32,9 @@ public:
     void Reset() { m_state = 0; }
     // Length of the string the current state stands for.
     int Depth() const;
-    // Lowers text in place through a table filled from tolower when the
-    // scanner was made (the same bytes as tolower itself); nothing changes
-    // for a case-sensitive scan.
+    // Lowers text in place through a table filled once from tolower (the
+    // same bytes as tolower itself); nothing changes for a case-sensitive
+    // scan.
     void Lower(unsigned char *text, size_t length) const;
     // Whether every state goes back to the empty state on a newline.
     bool NewlineResets() const { return m_class[static_cast<unsigned char>('\n')] == 0; }
@@ -78,7 +78,8 @@ private:
     KEYWORD_MATCH_SET *m_matches;
     uint32_t m_denseEnd;
     uint32_t m_state = 0;
+    const uint8_t *m_lower;    // 256 entries; identity when case sensitive
+    const uint8_t *m_wordByte; // 256 entries
+    bool m_asciiLower;         // folding case, and m_lower lowers just 'A'-'Z'
     uint8_t m_class[256];
-    uint8_t m_wordByte[256];
-    uint8_t m_lower[256]; // identity when case sensitive
 };

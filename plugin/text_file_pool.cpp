@@ -2,6 +2,7 @@
 // text_file_pool.h).
 #include "plugin/text_file_pool.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <utility>
@@ -38,8 +39,11 @@ void TextFilePool::Keep(KeptTextFile file)
 {
     if (!file.stream)
         return;
-    // The text goes now, not when the file is next used.
-    if (std::fflush(file.stream) != 0 || ftruncate(fileno(file.stream), 0) != 0) {
+    // The text goes now, not when the file is next used. Most mails' text
+    // stayed in memory and left the file empty.
+    struct stat status;
+    if (std::fflush(file.stream) != 0 || fstat(fileno(file.stream), &status) != 0 ||
+        (status.st_size > 0 && ftruncate(fileno(file.stream), 0) != 0)) {
         Discard(file);
         return;
     }

@@ -69,6 +69,27 @@ TEST(KeywordTree, ReturnCodesAndAFullMemoryBufferWithoutTerminator)
               sizeof membuf->m_szData - 1);
 }
 
+// Folding case lowers the caller's buffer in memory mode, byte for byte as
+// tolower does; a case-sensitive search leaves it alone.
+TEST(KeywordTree, MemoryModeLowersTheBufferAsTolowerDoes)
+{
+    BaseTempDir dir;
+    const std::string file = dir.write("text", "");
+    PatternTree tree({"zz"});
+    for (const bool caseSensitive : {false, true}) {
+        std::unique_ptr<MEMBUF> membuf(new MEMBUF{});
+        membuf->m_bInMemory = 1;
+        for (int round = 0; round < 3; ++round) // runs long enough for vector steps
+            for (int c = 1; c < 256; ++c)
+                membuf->m_szData[round * 255 + c - 1] = static_cast<char>(c);
+        tree.Search(membuf.get(), file.c_str(), caseSensitive, false, nullptr);
+        for (int i = 0; i < 3 * 255; ++i) {
+            const int c = i % 255 + 1;
+            ASSERT_EQ(caseSensitive ? c : std::tolower(c), static_cast<unsigned char>(membuf->m_szData[i])) << c;
+        }
+    }
+}
+
 // Long lines are scanned in pieces of 999 bytes; the state and the last
 // (depth + 1) bytes carry over a cut.
 TEST(KeywordTree, LongLinesAreCutAt999Bytes)
