@@ -17,12 +17,14 @@
 // empty or 81 bytes and longer are skipped.
 //
 // ConstructFailureLink then turns the trie into the search form: states
-// numbered breadth first (so a state's children are neighbours and every
-// failure link points to a smaller number), the failure links, a next-state
-// row per byte class for the states nearest the start (where a scan spends
-// most of its time) and, for deeper states, a 16-byte record holding the
-// failure link and the bytes of the first children, searched in turn before
-// the failure link is followed. Instead of copying the outputs of a state's
+// numbered breadth first, the failure links, a next-state row per byte class
+// for the states nearest the start (where a scan spends most of its time)
+// and, for deeper states, a 16-byte record holding the failure link and the
+// bytes of the first children, searched in turn before the failure link is
+// followed. A state's children are always neighbours; the deeper states are
+// numbered again depth first by blocks of siblings, so that the states of one
+// keyword's tail lie one after the other and a scan going down it reads one
+// cache line for several steps. Instead of copying the outputs of a state's
 // failure state into its own list, each state links to the nearest shorter
 // suffix state with outputs of its own; a hit reports those first (shortest
 // suffix first), then the state's own - the order the failure state's list,

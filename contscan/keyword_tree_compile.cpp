@@ -142,6 +142,21 @@ void InlineLabels(KEYWORDTREE *tree)
     }
 }
 
+// The largest start of a block of siblings at or below limit (at least 1),
+// or the state count when limit reaches it: rows then never split a block.
+size_t BlockStartAtOrBelow(KEYWORDTREE *tree, size_t limit)
+{
+    size_t states = tree->m_States.size();
+    if (limit >= states)
+        return states;
+    size_t start = 1;
+    for (const KeywordState &info : tree->m_States) {
+        if (info.m_nChildCount && info.m_nFirstChild <= limit)
+            start = std::max<size_t>(start, info.m_nFirstChild);
+    }
+    return start;
+}
+
 // Decides how many states get a row; false when the encoding of states would
 // not fit in 31 bits or memory fails.
 bool ChooseDenseStates(KEYWORDTREE *tree)
@@ -150,7 +165,7 @@ bool ChooseDenseStates(KEYWORDTREE *tree)
     size_t budget =
         std::min(std::max(states * kDenseCellsPerState, kMinDenseCells), kMaxDenseCells);
     size_t dense = tree->m_nDenseLimit ? tree->m_nDenseLimit : budget / tree->m_nClasses;
-    dense = std::min(std::max<size_t>(dense, 1), states);
+    dense = BlockStartAtOrBelow(tree, std::max<size_t>(dense, 1));
     size_t cells = dense * tree->m_nClasses;
     if (cells + states >= (size_t{1} << 31))
         return false;
@@ -160,6 +175,74 @@ bool ChooseDenseStates(KEYWORDTREE *tree)
     tree->m_nSparseBias = static_cast<uint32_t>(cells - dense);
     return true;
 }
+
+// Numbers the states without a row again, depth first by blocks: each block
+// of siblings stays side by side, and the block of a state's children follows
+// the subtrees of its elder siblings rather than the rest of its depth. Deep
+// in the tree, where most states have one child, a keyword's states then lie
+// one after the other, and a scan going down one reads a cache line for
+// several steps instead of one per step.
+class DeepLayout
+{
+public:
+    explicit DeepLayout(KEYWORDTREE *tree)
+        : m_tree(tree), m_newId(tree->m_States.size()), m_next(tree->m_nDenseStates)
+    {
+    }
+
+    // Renumbers; bfsOrder[k] is then the new number of the k-th state
+    // breadth first (the order the links must be made in).
+    void Apply(std::vector<uint32_t> &heads, std::vector<uint32_t> *bfsOrder)
+    {
+        const uint32_t dense = m_tree->m_nDenseStates;
+        for (uint32_t state = 0; state < m_newId.size(); ++state)
+            m_newId[state] = state < dense ? state : 0;
+        for (uint32_t state = 0; state < dense; ++state) {
+            const KeywordState &info = m_tree->m_States[state];
+            if (info.m_nChildCount && info.m_nFirstChild >= dense)
+                PlaceBlock(state);
+        }
+        Permute(heads);
+        Permute(m_tree->m_Labels);
+        Permute(m_tree->m_DepthNodes);
+        std::vector<KeywordState> old(m_tree->m_States.begin(), m_tree->m_States.end());
+        for (uint32_t state = 0; state < old.size(); ++state) {
+            KeywordState info = old[state];
+            if (info.m_nChildCount)
+                info.m_nFirstChild = m_newId[info.m_nFirstChild];
+            m_tree->m_States[m_newId[state]] = info;
+            m_tree->m_Nodes[m_tree->m_DepthNodes[m_newId[state]]].m_nState = m_newId[state];
+        }
+        bfsOrder->swap(m_newId);
+    }
+
+private:
+    // Numbers the children of parent, then, in turn, each child's subtree.
+    void PlaceBlock(uint32_t parent)
+    {
+        const KeywordState &info = m_tree->m_States[parent];
+        for (uint32_t child = info.m_nFirstChild; child < info.m_nFirstChild + info.m_nChildCount;
+             ++child)
+            m_newId[child] = m_next++;
+        for (uint32_t child = info.m_nFirstChild; child < info.m_nFirstChild + info.m_nChildCount;
+             ++child) {
+            if (m_tree->m_States[child].m_nChildCount)
+                PlaceBlock(child);
+        }
+    }
+
+    template <typename T> void Permute(std::vector<T> &values) const
+    {
+        std::vector<T> placed(values.size());
+        for (size_t state = 0; state < values.size(); ++state)
+            placed[m_newId[state]] = values[state];
+        values.swap(placed);
+    }
+
+    KEYWORDTREE *m_tree;
+    std::vector<uint32_t> m_newId; // by breadth-first number
+    uint32_t m_next;
+};
 
 // The state reached from state by a byte of class c (c > 0), through the
 // rows and failure links made so far.
@@ -251,13 +334,15 @@ int ConstructFailureLink(KEYWORDTREE *tree)
         std::vector<uint32_t> heads;
         if (!NumberStates(tree, heads))
             return 0;
-        InlineLabels(tree);
         if (!ChooseDenseStates(tree))
             return 0;
+        std::vector<uint32_t> bfsOrder;
+        DeepLayout(tree).Apply(heads, &bfsOrder);
+        InlineLabels(tree);
         uint32_t states = static_cast<uint32_t>(tree->m_DepthNodes.size());
         tree->m_OutputBits.assign(states / 64 + 1, 0);
         std::vector<uint32_t> suffix(states, 0);
-        for (uint32_t state = 0; state < states; ++state) {
+        for (uint32_t state : bfsOrder) {
             LinkChildren(tree, state, heads, suffix);
             if (state < tree->m_nDenseStates)
                 FillRow(tree, state);

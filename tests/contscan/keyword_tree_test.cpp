@@ -150,7 +150,7 @@ TEST(KeywordSearchNaive, RandomKeywordSetsAgreeWithAPlainSearch)
         NaiveSearch naive(patterns, exactMatch, caseSensitive);
         const std::vector<int> expectedFile = naive.File(text), expectedMemory = naive.Memory(text.substr(0, 99999));
         totalHits += expectedFile.size();
-        for (uint32_t denseLimit : {0u, 1u, 4u}) {
+        for (uint32_t denseLimit : {0u, 1u, 4u, 12u}) {
             SCOPED_TRACE("round " + std::to_string(round) + " rows " + std::to_string(denseLimit));
             PatternTree tree(patterns, denseLimit, denseLimit != 1);
             ASSERT_TRUE(tree.built());
