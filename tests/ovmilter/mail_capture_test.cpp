@@ -104,8 +104,21 @@ TEST(MailCapture, NamesThePairAndRemovesItWhenDestroyed)
                   !row.queueId);
         mails.push_back(std::move(mail));
     }
+    std::string error;
+    ASSERT_EQ(link(mails[2]->pair().dfPath.c_str(), spool.path("held").c_str()), 0);
     mails.clear();
-    EXPECT_EQ(spool.files(), std::vector<std::string>{"AFI4Q_3"});
+    EXPECT_EQ(ReadFile(spool.path("held")), "Subject: a1\r\n\r\nbody\r\n") << "a linked file stays whole";
+    for (const std::string &file : spool.files()) // emptied for the next pairs
+        EXPECT_TRUE(file == "AFI4Q_3" || file == "held" || ReadFile(spool.path(file)).empty()) << file;
+
+    // A pair made of spare files holds only its own mail.
+    auto next = Start(spool.dir(), "n1");
+    ASSERT_TRUE(next && next->add_body("b\r\n", 3, &error) && next->finish(&error)) << error;
+    EXPECT_EQ(ReadFile(next->pair().dfPath) + ReadFile(next->pair().afPath),
+              "\r\nb\r\nF<alice@partner.example>\nR1054599164\n");
+    next.reset();
+    EXPECT_EQ(remove_stale_pairs(spool.dir()), 1);
+    EXPECT_EQ(spool.files(), std::vector<std::string>{"held"});
 }
 
 TEST(MailCapture, TheSpoolIsNeverShared)

@@ -160,6 +160,21 @@ kill -HUP "$OM_PID"
 om_wait_for 1 'settings reloaded' "$work/ovmilter5.log" 10 || om_fail "no reload as nobody"
 om_stop || om_fail "ovmilter did not stop cleanly"
 
+# 11. The spool fills up while the body comes in, a step the MTA does not
+#     wait for: the sender still gets 451 4.3.0, at the end of the message.
+mkdir "$work/full" && mount -t tmpfs -o size=64k tmpfs "$work/full" || om_fail "cannot mount a small spool"
+cleanup() { om_stop || true; pf_stop "$PF_DIR" || true; umount "$work/full" 2>/dev/null || true; }
+om_write_ini "$work/ovmilter.ini" "inet:$milter_port@127.0.0.1" 2 "Spool=$work/full"
+om_start "$work/ovmilter.ini" "$work/ovmilter6.log" || om_fail "ovmilter did not start on the small spool"
+{ sed '/^\r\{0,1\}$/q' "$src/examples/mail/01-plain.eml"; head -c 200000 /dev/zero | tr '\0' x | fold -w 76; } >"$work/big.eml"
+swaks --server "127.0.0.1:$smtp_port" --from sender@partner.example --to alice@example.net \
+      --data "@$work/big.eml" >"$work/swaks.log" 2>&1 && om_fail "a mail was accepted on a full spool"
+grep -q '451 4.3.0' "$work/swaks.log" || om_fail "no 451 reply: $(grep -- '<' "$work/swaks.log" | tail -n 3)"
+grep -q 'tempfail: cannot write .*No space left' "$work/ovmilter6.log" || om_fail "no reason logged"
+om_stop || om_fail "ovmilter did not stop cleanly"
+[ -z "$(ls "$work/full" | grep -E '^(AF|DF)')" ] || om_fail "the small spool is not empty: $(ls "$work/full")"
+umount "$work/full"
+
 pf_stop "$PF_DIR"
 [ -n "${OV_KEEP_WORK:-}" ] && echo "kept $work" || rm -rf "$work"
 echo "postfix e2e: all passed"

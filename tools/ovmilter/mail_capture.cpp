@@ -12,12 +12,18 @@
 
 #include "base/ov_string.h"
 #include "tools/hostkit/spool_id.h"
+#include "tools/ovmilter/spare_files.h"
 
 namespace {
 
 std::string io_error(const std::string &path)
 {
     return "cannot write " + path + ": " + std::strerror(errno);
+}
+
+std::string directory_of(const std::string &path)
+{
+    return path.substr(0, path.rfind('/'));
 }
 
 // The first value of header `name`, unfolded into one line as envelope
@@ -78,6 +84,7 @@ int remove_stale_pairs(const std::string &spool)
             ++removed;
     }
     closedir(directory);
+    SpareFiles::instance().remove_all(spool);
     return removed;
 }
 
@@ -135,9 +142,12 @@ std::unique_ptr<MailCapture> MailCapture::start(const std::string &spool, const 
     mail->m_pair.dfPath = spool + "/DF" + direction + id;
     mail->m_envelope.envelopeFrom = strip_angle_brackets(sender);
     mail->m_envelope.receivedTime = static_cast<long>(received);
-    mail->m_data = std::fopen(mail->m_pair.dfPath.c_str(), "wbxe");
+    const bool spare = SpareFiles::instance().take(spool, mail->m_pair.dfPath);
+    mail->m_data = std::fopen(mail->m_pair.dfPath.c_str(), spare ? "wbe" : "wbxe");
     if (!mail->m_data) {
         *error = io_error(mail->m_pair.dfPath);
+        if (spare)
+            std::remove(mail->m_pair.dfPath.c_str());
         mail->m_pair = SpoolPair{};   // not ours: the destructor must leave them alone
         return nullptr;
     }
@@ -148,8 +158,10 @@ MailCapture::~MailCapture()
 {
     if (m_data)
         std::fclose(m_data);
-    std::remove(m_pair.dfPath.c_str());
-    std::remove(m_pair.afPath.c_str());
+    for (const std::string *path : {&m_pair.dfPath, &m_pair.afPath}) {
+        if (!path->empty() && !SpareFiles::instance().keep(directory_of(*path), *path))
+            std::remove(path->c_str());
+    }
 }
 
 void MailCapture::add_recipient(const std::string &address)
@@ -231,5 +243,6 @@ bool MailCapture::finish(std::string *error)
     m_envelope.cc = first_header_line(m_headers, "Cc");
     m_envelope.replyTo = first_header_line(m_headers, "Reply-To");
     m_envelope.subject = first_header_line(m_headers, "Subject");
+    SpareFiles::instance().take(directory_of(m_pair.afPath), m_pair.afPath);
     return write_file(m_pair.afPath, format_envelope(m_envelope), error);
 }

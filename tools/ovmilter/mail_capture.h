@@ -6,7 +6,8 @@
 // inbound mail, which is how the plug-in learns the direction.
 //
 // The capture owns its files: destroying it removes the pair, so a mail's
-// files leave the spool as soon as the mail has been answered.
+// files leave the spool as soon as the mail has been answered (emptied, they
+// may wait in the spool's ".spare" for later pairs, see spare_files.h).
 //
 //   std::string error;
 //   auto mail = MailCapture::start(spool, make_spool_id(), outbound, "<a@b>", time(nullptr), &error);
@@ -75,8 +76,8 @@ private:
 bool lock_spool(const std::string &spool, std::string *error);
 
 // Removes the AF and DF files a previous run left in the spool (it ended
-// before it answered those mails, so their senders still hold them); how
-// many files went.
+// before it answered those mails, so their senders still hold them), and
+// its spare files; how many AF and DF files went.
 int remove_stale_pairs(const std::string &spool);
 
 // A name for a new pair, unique within this host: time, process and a counter.

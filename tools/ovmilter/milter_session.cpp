@@ -32,11 +32,21 @@ MilterSetup g_setup{};
 std::atomic<int> g_openMessages{0};
 std::atomic<bool> g_stopping{false};
 
+// The steps the MTA sends without waiting for an answer: a failure there
+// drops the capture and is answered at the end of the message. MAIL FROM
+// keeps its answer, so a daemon that cannot take mail says so at once.
+const unsigned long kNoReplySteps =
+    SMFIP_NR_CONN | SMFIP_NR_RCPT | SMFIP_NR_HDR | SMFIP_NR_EOH | SMFIP_NR_BODY;
+// The steps ovmilter has no callback for, which the MTA need not send.
+const unsigned long kSkippedSteps = SMFIP_NOHELO | SMFIP_NODATA | SMFIP_NOUNKNOWN;
+const unsigned long kActions = SMFIF_ADDHDRS | SMFIF_CHGHDRS | SMFIF_CHGBODY;
+
 // What the milter knows of one SMTP session.
 class Session {
 public:
     std::string client;                  // client address, empty when unknown
     std::unique_ptr<MailCapture> mail;   // the message in progress
+    std::string failure;                 // why a step without answer dropped it
 
     ~Session() { end_message(); }
 
@@ -44,6 +54,7 @@ public:
     bool begin_message()
     {
         end_message();
+        failure.clear();
         ++g_openMessages;
         m_counted = true;
         if (!g_stopping)
@@ -123,6 +134,30 @@ sfsistat guarded(SMFICTX *context, Body body) noexcept
     return tempfail_reply(context);
 }
 
+// For the steps without an answer: a failure is kept for the end of the
+// message and the capture goes; the MTA waits for no reply either way.
+sfsistat note_failure(SMFICTX *context, const std::string &reason)
+{
+    if (Session *session = session_of(context)) {
+        if (session->failure.empty())
+            session->failure = reason;
+        session->end_message();
+    }
+    return SMFIS_NOREPLY;
+}
+
+// guarded() for a step without an answer.
+template <typename Body> sfsistat guarded_no_reply(SMFICTX *context, Body body) noexcept
+{
+    try {
+        return body();
+    } catch (const std::exception &failure) {
+        return note_failure(context, failure.what());
+    } catch (...) {
+        return note_failure(context, "unknown failure");
+    }
+}
+
 void log_verdict(SMFICTX *context, const MailCapture &mail, const MailOutcome &outcome,
                  sfsistat reply)
 {
@@ -138,13 +173,26 @@ void log_verdict(SMFICTX *context, const MailCapture &mail, const MailOutcome &o
                milter_reply_word(reply));
 }
 
+// Asks the MTA not to wait for the steps that always go on (libmilter
+// answers "continue" itself to an MTA that cannot do without), and refuses
+// the connection when the MTA cannot make the changes a verdict needs.
+sfsistat on_negotiate(SMFICTX *, unsigned long, unsigned long steps, unsigned long,
+                      unsigned long, unsigned long *wantedActions, unsigned long *wantedSteps,
+                      unsigned long *, unsigned long *)
+{
+    *wantedActions = kActions;
+    *wantedSteps = steps & (kNoReplySteps | kSkippedSteps);
+    return SMFIS_CONTINUE;
+}
+
+// Without a session MAIL FROM answers tempfail.
 sfsistat on_connect(SMFICTX *context, char *, _SOCK_ADDR *address)
 {
-    return guarded(context, [&] {
+    return guarded_no_reply(context, [&] {
         auto session = std::make_unique<Session>();
         session->client = address_text(address);
         smfi_setpriv(context, session.release());
-        return SMFIS_CONTINUE;
+        return SMFIS_NOREPLY;
     });
 }
 
@@ -165,49 +213,49 @@ sfsistat on_envfrom(SMFICTX *context, char **argv)
     });
 }
 
+// Recipients, headers and body go on without an answer; once the capture
+// is gone (a failure noted) they are let pass until the end of the message.
 sfsistat on_envrcpt(SMFICTX *context, char **argv)
 {
-    return guarded(context, [&] {
+    return guarded_no_reply(context, [&] {
         Session *session = session_of(context);
-        if (!session || !session->mail)
-            return give_up(context, session, "recipient without a message");
-        if (argv && argv[0])
+        if (session && session->mail && argv && argv[0])
             session->mail->add_recipient(argv[0]);
-        return SMFIS_CONTINUE;
+        return SMFIS_NOREPLY;
     });
 }
 
 sfsistat on_header(SMFICTX *context, char *name, char *value)
 {
-    return guarded(context, [&] {
+    return guarded_no_reply(context, [&] {
         Session *session = session_of(context);
-        std::string error = "header without a message";
-        if (!session || !session->mail ||
+        std::string error;
+        if (session && session->mail &&
             !session->mail->add_header(name ? name : "", value ? value : "", &error))
-            return give_up(context, session, error);
-        return SMFIS_CONTINUE;
+            return note_failure(context, error);
+        return SMFIS_NOREPLY;
     });
 }
 
 sfsistat on_eoh(SMFICTX *context)
 {
-    return guarded(context, [&] {
+    return guarded_no_reply(context, [&] {
         Session *session = session_of(context);
-        std::string error = "end of headers without a message";
-        if (!session || !session->mail || !session->mail->end_headers(&error))
-            return give_up(context, session, error);
-        return SMFIS_CONTINUE;
+        std::string error;
+        if (session && session->mail && !session->mail->end_headers(&error))
+            return note_failure(context, error);
+        return SMFIS_NOREPLY;
     });
 }
 
 sfsistat on_body(SMFICTX *context, unsigned char *data, size_t size)
 {
-    return guarded(context, [&] {
+    return guarded_no_reply(context, [&] {
         Session *session = session_of(context);
-        std::string error = "body without a message";
-        if (!session || !session->mail || !session->mail->add_body(data, size, &error))
-            return give_up(context, session, error);
-        return SMFIS_CONTINUE;
+        std::string error;
+        if (session && session->mail && !session->mail->add_body(data, size, &error))
+            return note_failure(context, error);
+        return SMFIS_NOREPLY;
     });
 }
 
@@ -215,7 +263,9 @@ sfsistat on_eom(SMFICTX *context)
 {
     return guarded(context, [&] {
         Session *session = session_of(context);
-        std::string error = "end of message without a message";
+        std::string error = session && !session->failure.empty()
+                                ? session->failure
+                                : "end of message without a message";
         const char *queueId = smfi_getsymval(context, const_cast<char *>("i"));
         if (session && session->mail && queueId)
             session->mail->rename_pair(spool_id_from_name(queueId));   // the pair carries the id
@@ -289,7 +339,7 @@ bool register_milter(const MilterSetup &setup, std::string *error)
     static smfiDesc description{};
     description.xxfi_name = const_cast<char *>("ovmilter");
     description.xxfi_version = SMFI_VERSION;
-    description.xxfi_flags = SMFIF_ADDHDRS | SMFIF_CHGHDRS | SMFIF_CHGBODY;
+    description.xxfi_flags = kActions;
     description.xxfi_connect = on_connect;
     description.xxfi_envfrom = on_envfrom;
     description.xxfi_envrcpt = on_envrcpt;
@@ -299,6 +349,7 @@ bool register_milter(const MilterSetup &setup, std::string *error)
     description.xxfi_eom = on_eom;
     description.xxfi_abort = on_abort;
     description.xxfi_close = on_close;
+    description.xxfi_negotiate = on_negotiate;
     static std::string socket;
     socket = setup.config->socket;
     if (smfi_setconn(&socket[0]) != MI_SUCCESS) {
