@@ -377,11 +377,9 @@ std::string take_action(PolicyAction action, MailContext &mail,
 // Done with the mail's text file: when temporary files are removed, an open
 // one is emptied and kept for the next mail (see text_file_pool.h), any
 // other removed; else it is closed and left.
-void remove_temp_file(FilePtr &text, const char *tempName)
+void remove_temp_file(FilePtr &text, const char *tempName, const char *prefix)
 {
     if (bDeleteTempDir && text) {
-        const char *base = std::strrchr(tempName, '/');
-        const std::string prefix(base ? base + 1 : tempName, 3);
         g_textFiles.Keep(KeptTextFile{g_t_strTEMPDIR, prefix, tempName, text.release()});
         return;
     }
@@ -585,8 +583,7 @@ FilePtr make_text_file(const char *prefix, char *tempName)
             std::memcpy(tempName, kept.name.c_str(), kept.name.size() + 1);
             return FilePtr(kept.stream);
         }
-        std::fclose(kept.stream);
-        DeleteFile(kept.name.c_str());
+        TextFilePool::Discard(kept);
     }
     for (int attempt = 0; attempt < 2; ++attempt) {
         const int fd = CreateTempFile(g_t_strTEMPDIR.c_str(), prefix, ".tmp", tempName);
@@ -649,7 +646,8 @@ int process_mail(ZWHostCall *call, ZWMailResult *result, OVMailReport *report)
         }
     } reportOut{*mail, report};
     char tempName[OV_MAX_PATH] = "";
-    FilePtr text = make_text_file(mail->direction == 1 ? "DFO" : "DFI", tempName);
+    const char *textPrefix = mail->direction == 1 ? "DFO" : "DFI";
+    FilePtr text = make_text_file(textPrefix, tempName);
     prepare_message(&dfFile);
     if (!text)
         mail->report.faults |= OV_FAULT_TEMP;
@@ -697,7 +695,7 @@ int process_mail(ZWHostCall *call, ZWMailResult *result, OVMailReport *report)
 
     if (blocked || ambiguous) {
         act_on_rule(*mail, ruleName, ruleText, actType, result);
-        remove_temp_file(text, tempName);
+        remove_temp_file(text, tempName, textPrefix);
         debug("ZWEmailPluginProcess: Take Action for Anti-Spam OK!");
         debug("ZWEmailPluginProcess: OK!!");
         return 2;
@@ -716,7 +714,7 @@ int process_mail(ZWHostCall *call, ZWMailResult *result, OVMailReport *report)
         if (!scanned) {
             WriteLogFile("CONTENT MANAGEMENT ERROR: Failed to preprocess original message file.",
                          nullptr, 367, 0);
-            remove_temp_file(text, tempName);
+            remove_temp_file(text, tempName, textPrefix);
             return -8;
         }
     }
@@ -725,7 +723,7 @@ int process_mail(ZWHostCall *call, ZWMailResult *result, OVMailReport *report)
     else
         debug("ZWEmailPluginProcess: ZWContScanScanFile() pass!!");
 
-    remove_temp_file(text, tempName);
+    remove_temp_file(text, tempName, textPrefix);
     debug("ZWEmailPluginProcess: OK!!");
     return 0;
 }

@@ -39,9 +39,10 @@ public:
     void Keep(KeptTextFile file);
     // Closes and removes every kept file.
     void Clear();
+    // Closes and removes one file.
+    static void Discard(KeptTextFile &file);
 
 private:
-    static void Discard(KeptTextFile &file);
 
     std::mutex m_mutex;
     std::vector<KeptTextFile> m_files;
