@@ -10,7 +10,7 @@ cleanup() { om_stop || true; pf_stop "$PF_DIR" || true; }
 om_begin() {
   build=$(cd "${2:?usage: $1.sh BUILD_DIR}" && pwd)
   pf_available || { echo "SKIP: cannot run a private Postfix here"; exit 77; }
-  work=$(mktemp -d "/tmp/ovmilter-$1.XXXXXX")
+  work=$(mktemp -d "${TMPDIR:-/tmp}/ovmilter-$1.XXXXXX")
   chmod 755 "$work"   # the postfix user and the delivery user pass through it
   PF_DIR=$work/postfix
   trap cleanup EXIT
