@@ -175,11 +175,14 @@ void log_verdict(SMFICTX *context, const MailCapture &mail, const MailOutcome &o
 
 // Asks the MTA not to wait for the steps that always go on (libmilter
 // answers "continue" itself to an MTA that cannot do without), and refuses
-// the connection when the MTA cannot make the changes a verdict needs.
-sfsistat on_negotiate(SMFICTX *, unsigned long, unsigned long steps, unsigned long,
+// the connection when the MTA cannot make the changes a verdict needs (the
+// MTA's default action for a failed milter then applies).
+sfsistat on_negotiate(SMFICTX *, unsigned long offeredActions, unsigned long steps, unsigned long,
                       unsigned long, unsigned long *wantedActions, unsigned long *wantedSteps,
                       unsigned long *, unsigned long *)
 {
+    if ((offeredActions & kActions) != kActions)
+        return SMFIS_REJECT;
     *wantedActions = kActions;
     *wantedSteps = steps & (kNoReplySteps | kSkippedSteps);
     return SMFIS_CONTINUE;
